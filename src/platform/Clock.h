@@ -1,0 +1,66 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+namespace corvaneble::platform {
+
+/// The time an instance lives by: the machine's, or a simulated radio's virtual time.
+class Clock {
+ public:
+  virtual ~Clock() = default;
+
+  /// Milliseconds on a monotonic clock of arbitrary origin; wraps after about 49.7 days.
+  virtual std::uint32_t TickCount() const = 0;
+
+  /// Blocks the calling thread for `duration` of this clock's time.
+  virtual void Sleep(std::chrono::milliseconds duration) = 0;
+};
+
+/// A flag that one thread waits for and any other thread sets, once.
+class WakeSignal {
+ public:
+  void Set() {
+    {
+      const std::lock_guard lock(mutex_);
+      set_ = true;
+    }
+    wake_.notify_all();
+  }
+
+  bool IsSet() const {
+    const std::lock_guard lock(mutex_);
+    return set_;
+  }
+
+  /// Waits in real time until the flag is set or `limit` has passed; returns the flag.
+  bool WaitFor(std::chrono::milliseconds limit) const {
+    std::unique_lock lock(mutex_);
+    return wake_.wait_for(lock, limit, [this] { return set_; });
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  mutable std::condition_variable wake_;
+  bool set_ = false;
+};
+
+/// Keeps the calling thread alive to its surroundings while a method waits: window messages on
+/// Windows, due work of a simulated radio when the wait runs on that radio's own thread.
+class MessagePump {
+ public:
+  virtual ~MessagePump() = default;
+
+  /// Whether threads have message queues here; then no step of a wait may sleep longer than one
+  /// pumping step, or the host's windows would freeze.
+  virtual bool HasMessageQueue() const = 0;
+
+  /// One step on the calling thread: dispatches at most one waiting message; with none waiting,
+  /// sleeps until a message arrives, `signal` (if any) is set, or `wait` has passed. Returns
+  /// whether the instance's message window still exists; always true where there are none.
+  virtual bool Step(std::chrono::milliseconds wait, const WakeSignal* signal) = 0;
+};
+
+}  // namespace corvaneble::platform
