@@ -1,0 +1,287 @@
+#include "platform/att/AttBearer.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace corvaneble::platform::att {
+
+namespace {
+
+AttReply Answered(ByteView pdu) {
+  AttReply reply;
+  reply.outcome = AttReply::Outcome::Answered;
+  reply.pdu = pdu;
+  return reply;
+}
+
+AttReply Refused(ErrorCode error) {
+  AttReply reply;
+  reply.outcome = AttReply::Outcome::Refused;
+  reply.error = error;
+  return reply;
+}
+
+AttReply Lost(ChannelError reason) {
+  AttReply reply;
+  reply.reason = reason;
+  return reply;
+}
+
+bool AsksForSecurity(ErrorCode error) {
+  return error == ErrorCode::InsufficientAuthentication ||
+         error == ErrorCode::InsufficientEncryption;
+}
+
+// Calls `visit(handle, value)` for each tuple; false when a length does not fit.
+template <class Visit>
+bool ForEachHandleValue(ByteView pdu, Visit visit) {
+  PduReader reader(pdu.subspan(1));
+  do {
+    const std::uint16_t handle = reader.U16();
+    const std::uint16_t length = reader.U16();
+    const ByteView value = reader.Take(length);
+    if (!reader.Ok()) return false;
+    visit(handle, value);
+  } while (!reader.AtEnd());
+  return true;
+}
+
+}  // namespace
+
+AttBearer::AttBearer(std::shared_ptr<AttChannel> channel, std::shared_ptr<Executor> executor,
+                     std::weak_ptr<Listener> listener)
+    : channel_(std::move(channel)),
+      executor_(std::move(executor)),
+      listener_(std::move(listener)) {}
+
+AttBearer::~AttBearer() {
+  Shutdown(ChannelError::Unreachable);
+}
+
+void AttBearer::Start(Reply ready) {
+  channel_->Start(weak_from_this());
+  const ExchangeMtu offer{Opcode::ExchangeMtuRequest, kMaxMtu};
+  Request(offer.Build(), [this, ready = std::move(ready)](const AttReply& reply) {
+    if (const auto answer = ExchangeMtu::Parse(reply.pdu))
+      mtu_ = std::clamp(answer->mtu, kDefaultMtu, kMaxMtu);
+    ready(reply);
+  });
+}
+
+void AttBearer::Request(const Pdu& request, Reply reply) {
+  std::unique_lock lock(mutex_);
+  if (dead_) {
+    const ChannelError reason = reason_;
+    lock.unlock();
+    return reply(Lost(reason));
+  }
+  Exchange exchange{request, std::move(reply)};
+  if (outstanding_) {
+    queue_.push_back(std::move(exchange));
+    return;
+  }
+  Begin(std::move(exchange));
+  lock.unlock();
+  Transmit(request);
+}
+
+bool AttBearer::Command(const Pdu& command) {
+  if (!IsUsable()) return false;
+  if (channel_->Send(command)) return true;
+  Shutdown(ChannelError::Unreachable);
+  return false;
+}
+
+bool AttBearer::IsUsable() const {
+  const std::lock_guard lock(mutex_);
+  return !dead_;
+}
+
+void AttBearer::Begin(Exchange exchange) {
+  exchange.serial = ++lastSerial_;
+  exchange.sentSecured = security_ == Security::Raised;
+  exchange.timer = executor_->PostAfter(kTransactionTimeout,
+                                        [weak = weak_from_this(), serial = exchange.serial] {
+                                          if (const auto self = weak.lock())
+                                            self->OnTimeout(serial);
+                                        });
+  outstanding_ = std::move(exchange);
+}
+
+std::optional<Pdu> AttBearer::BeginNext() {
+  if (dead_ || outstanding_ || queue_.empty()) return std::nullopt;
+  Exchange next = std::move(queue_.front());
+  queue_.pop_front();
+  Begin(std::move(next));
+  return outstanding_->request;
+}
+
+std::optional<AttBearer::Exchange> AttBearer::TakeOutstanding(Opcode request) {
+  if (!outstanding_ || OpcodeOf(outstanding_->request) != request) return std::nullopt;
+  executor_->Cancel(outstanding_->timer);
+  return std::exchange(outstanding_, std::nullopt);
+}
+
+void AttBearer::Transmit(ByteView pdu) {
+  if (!channel_->Send(pdu)) Shutdown(ChannelError::Unreachable);
+}
+
+void AttBearer::Shutdown(ChannelError reason) {
+  std::vector<Exchange> lost;
+  {
+    const std::lock_guard lock(mutex_);
+    if (dead_) return;
+    dead_ = true;
+    reason_ = reason;
+    if (outstanding_) {
+      executor_->Cancel(outstanding_->timer);
+      lost.push_back(std::move(*outstanding_));
+      outstanding_.reset();
+    }
+    std::move(awaitingSecurity_.begin(), awaitingSecurity_.end(), std::back_inserter(lost));
+    std::move(queue_.begin(), queue_.end(), std::back_inserter(lost));
+    awaitingSecurity_.clear();
+    queue_.clear();
+  }
+  channel_->Close();
+  for (const Exchange& exchange : lost)
+    exchange.reply(Lost(reason));
+}
+
+void AttBearer::OnTimeout(std::uint64_t serial) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!outstanding_ || outstanding_->serial != serial) return;
+  }
+  Shutdown(ChannelError::Unreachable);
+}
+
+void AttBearer::OnClosed(ChannelError error) {
+  const ChannelError reason = error == ChannelError::None ? ChannelError::Unreachable : error;
+  Shutdown(reason);
+  if (const auto listener = listener_.lock()) listener->OnBearerClosed(reason);
+}
+
+void AttBearer::OnPdu(ByteView pdu) {
+  if (pdu.empty() || pdu.size() > kMaxMtu) return Drop();
+  const Opcode opcode = OpcodeOf(pdu);
+  switch (opcode) {
+    case Opcode::ErrorResponse:
+      return OnErrorResponse(pdu);
+    case Opcode::ExchangeMtuResponse:
+    case Opcode::FindInformationResponse:
+    case Opcode::FindByTypeValueResponse:
+    case Opcode::ReadByTypeResponse:
+    case Opcode::ReadResponse:
+    case Opcode::ReadBlobResponse:
+    case Opcode::ReadMultipleResponse:
+    case Opcode::ReadByGroupTypeResponse:
+    case Opcode::WriteResponse:
+    case Opcode::PrepareWriteResponse:
+    case Opcode::ExecuteWriteResponse:
+    case Opcode::ReadMultipleVariableResponse:
+      return OnResponse(pdu);
+    case Opcode::HandleValueNotification:
+    case Opcode::HandleValueIndication:
+      return OnHandleValue(pdu);
+    case Opcode::MultipleHandleValueNotification:
+      return OnMultipleHandleValues(pdu);
+    case Opcode::HandleValueConfirmation:  // of an indication that a client never sends
+      return Drop();
+    default:
+      return IsCommand(opcode) ? Drop() : OnRequest(pdu);
+  }
+}
+
+void AttBearer::OnResponse(ByteView pdu) {
+  // A response opcode is the request's plus one.
+  const auto request = static_cast<Opcode>(static_cast<std::uint8_t>(pdu[0]) - 1);
+  std::optional<Exchange> answered;
+  std::optional<Pdu> next;
+  {
+    const std::lock_guard lock(mutex_);
+    answered = TakeOutstanding(request);
+    if (answered) next = BeginNext();
+  }
+  if (!answered) return Drop();
+  if (next) Transmit(*next);
+  answered->reply(Answered(pdu));
+}
+
+void AttBearer::OnErrorResponse(ByteView pdu) {
+  const auto error = ErrorResponse::Parse(pdu);
+  if (!error) return Drop();
+  std::optional<Exchange> refused;
+  std::optional<Pdu> next;
+  bool raise = false;
+  bool retried = false;
+  {
+    const std::lock_guard lock(mutex_);
+    refused = TakeOutstanding(error->request);
+    if (!refused) return Drop();
+    if (AsksForSecurity(error->error) && !refused->sentSecured && security_ != Security::Refused) {
+      retried = true;
+      refused->refusal = error->error;
+      if (security_ == Security::Raised) {
+        queue_.push_front(std::move(*refused));
+      } else {
+        raise = std::exchange(security_, Security::Raising) == Security::Untried;
+        awaitingSecurity_.push_back(std::move(*refused));
+      }
+    }
+    next = BeginNext();
+  }
+  if (next) Transmit(*next);
+  if (raise)
+    channel_->RaiseSecurity([weak = weak_from_this()](bool raised) {
+      if (const auto self = weak.lock()) self->OnSecurityRaised(raised);
+    });
+  if (!retried) refused->reply(Refused(error->error));
+}
+
+void AttBearer::OnSecurityRaised(bool raised) {
+  std::vector<Exchange> refused;
+  std::optional<Pdu> next;
+  {
+    const std::lock_guard lock(mutex_);
+    if (dead_) return;
+    security_ = raised ? Security::Raised : Security::Refused;
+    refused.swap(awaitingSecurity_);
+    if (raised) {
+      queue_.insert(queue_.begin(), std::make_move_iterator(refused.begin()),
+                    std::make_move_iterator(refused.end()));
+      refused.clear();
+    }
+    next = BeginNext();
+  }
+  if (next) Transmit(*next);
+  for (const Exchange& exchange : refused)
+    exchange.reply(Refused(exchange.refusal));
+}
+
+void AttBearer::OnHandleValue(ByteView pdu) {
+  const auto message = HandleValue::Parse(pdu);
+  if (!message || message->value.size() > kMaxValueLength) return Drop();
+  if (const auto listener = listener_.lock()) listener->OnValue(message->handle, message->value);
+  if (message->opcode == Opcode::HandleValueIndication)
+    Transmit(Pdu(Opcode::HandleValueConfirmation));
+}
+
+void AttBearer::OnMultipleHandleValues(ByteView pdu) {
+  if (!ForEachHandleValue(pdu, [](std::uint16_t, ByteView) {})) return Drop();
+  if (const auto listener = listener_.lock())
+    ForEachHandleValue(
+        pdu, [&](std::uint16_t handle, ByteView value) { listener->OnValue(handle, value); });
+}
+
+void AttBearer::OnRequest(ByteView pdu) {
+  const auto exchange = ExchangeMtu::Parse(pdu);
+  if (!exchange)
+    return Transmit(ErrorResponse{OpcodeOf(pdu), 0, ErrorCode::RequestNotSupported}.Build());
+  // Both directions of a channel share one ATT_MTU, whichever end asked for it.
+  Transmit(ExchangeMtu{Opcode::ExchangeMtuResponse, kMaxMtu}.Build());
+  mtu_ = std::clamp(exchange->mtu, kDefaultMtu, kMaxMtu);
+}
+
+}  // namespace corvaneble::platform::att

@@ -1,0 +1,132 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "platform/Executor.h"
+#include "platform/att/AttChannel.h"
+#include "platform/att/AttPdu.h"
+
+namespace corvaneble::platform::att {
+
+/// After this long without a response the bearer is dead (Bluetooth Core 5.4, Vol 3 Part F,
+/// 3.3.3).
+inline constexpr std::chrono::milliseconds kTransactionTimeout{30'000};
+
+/// How a request ended.
+struct AttReply {
+  enum class Outcome {
+    Answered,  ///< by the response that belongs to it; its contents are not checked yet
+    Refused,   ///< by an error response
+    Lost,      ///< no answer will come: the channel ended
+  };
+  Outcome outcome = Outcome::Lost;
+  ByteView pdu;       ///< Answered: the whole response, valid only during the call
+  ErrorCode error{};  ///< Refused
+  ChannelError reason = ChannelError::None;  ///< Lost
+};
+
+/// The client's end of one ATT channel: one request at a time with a queue behind it, values the
+/// server sends by itself, and the rules that end the channel. Whatever a server may send, each
+/// request ends exactly once.
+///
+/// All operations may be called from any thread. Replies and events run on the channel's thread;
+/// a request that cannot be sent ends on the thread that found out. No lock is held meanwhile.
+class AttBearer final : public AttChannel::Listener,
+                        public std::enable_shared_from_this<AttBearer> {
+ public:
+  using Reply = std::function<void(const AttReply&)>;
+
+  class Listener {
+   public:
+    /// A notification or indication; an indication is confirmed when this returns.
+    virtual void OnValue(std::uint16_t valueHandle, ByteView value) = 0;
+    /// The channel has ended; the last call.
+    virtual void OnBearerClosed(ChannelError reason) = 0;
+
+   protected:
+    ~Listener() = default;
+  };
+
+  AttBearer(std::shared_ptr<AttChannel> channel, std::shared_ptr<Executor> executor,
+            std::weak_ptr<Listener> listener);
+  ~AttBearer();
+
+  /// Starts the channel and agrees on the ATT_MTU; `ready` is told how that ended. Anything but
+  /// `Lost` leaves a usable bearer. Called once, before any request.
+  void Start(Reply ready);
+
+  /// Sends a request, at once when none is outstanding, on the calling thread. A request refused
+  /// for want of authentication or encryption is repeated once the link is secured; that is tried
+  /// once per channel.
+  void Request(const Pdu& request, Reply reply);
+
+  /// Sends a command; false when the channel has ended.
+  bool Command(const Pdu& command);
+
+  /// Ends the channel; requests not answered yet are lost.
+  void Close() { Shutdown(ChannelError::Unreachable); }
+
+  /// False once the channel has ended or is about to: every request would be lost.
+  bool IsUsable() const;
+  std::uint16_t Mtu() const { return mtu_; }
+  /// How many PDUs were dropped as malformed or not asked for.
+  std::uint32_t DroppedPdus() const { return dropped_; }
+
+  void OnPdu(ByteView pdu) override;
+  void OnClosed(ChannelError error) override;
+
+ private:
+  enum class Security { Untried, Raising, Raised, Refused };
+
+  struct Exchange {
+    Pdu request;
+    Reply reply;
+    std::uint64_t serial = 0;
+    Executor::TaskId timer = 0;
+    bool sentSecured = false;  ///< the link had been secured when the request went out
+    ErrorCode refusal{};       ///< why it waits for security
+  };
+
+  // All three expect mutex_ to be held.
+  void Begin(Exchange exchange);
+  std::optional<Pdu> BeginNext();
+  std::optional<Exchange> TakeOutstanding(Opcode request);
+
+  void Transmit(ByteView pdu);
+  void Shutdown(ChannelError reason);
+  void OnTimeout(std::uint64_t serial);
+  void OnSecurityRaised(bool raised);
+
+  void OnResponse(ByteView pdu);
+  void OnErrorResponse(ByteView pdu);
+  void OnHandleValue(ByteView pdu);
+  void OnMultipleHandleValues(ByteView pdu);
+  void OnRequest(ByteView pdu);
+  void Drop() { ++dropped_; }
+
+  const std::shared_ptr<AttChannel> channel_;
+  const std::shared_ptr<Executor> executor_;
+  const std::weak_ptr<Listener> listener_;
+
+  std::atomic<std::uint16_t> mtu_{kDefaultMtu};
+  std::atomic<std::uint32_t> dropped_{0};
+
+  mutable std::mutex mutex_;  // guards everything below; never held across a callback
+  std::optional<Exchange> outstanding_;
+  std::deque<Exchange> queue_;
+  std::vector<Exchange> awaitingSecurity_;
+  std::uint64_t lastSerial_ = 0;
+  Security security_ = Security::Untried;
+  bool dead_ = false;
+  ChannelError reason_ = ChannelError::None;
+};
+
+}  // namespace corvaneble::platform::att

@@ -1,0 +1,202 @@
+#include "platform/att/AttCharacteristic.h"
+
+#include <array>
+#include <cstddef>
+#include <utility>
+
+#include "platform/att/AttDescriptor.h"
+
+namespace corvaneble::platform::att {
+
+namespace {
+
+using Configuration = GattClientCharacteristicConfigurationDescriptorValue;
+using ConfigurationResult = GattReadClientCharacteristicConfigurationDescriptorResult;
+
+// Bits of the client configuration (Bluetooth Core 5.4, Vol 3 Part G, 3.3.3.3).
+constexpr std::uint8_t kNotifyBit = 0x01;
+constexpr std::uint8_t kIndicateBit = 0x02;
+
+Configuration ParseConfiguration(ByteView value) {
+  const std::uint8_t bits = value.empty() ? 0 : value[0];
+  if ((bits & kNotifyBit) != 0) return Configuration::Notify;
+  return (bits & kIndicateBit) != 0 ? Configuration::Indicate : Configuration::None;
+}
+
+using DescriptorList = std::vector<std::shared_ptr<AttDescriptor>>;
+
+// Those of the descriptors whose values say something about their characteristic.
+std::shared_ptr<const DescriptorList> Descriptions(const GattDescriptorsResult& found) {
+  auto descriptions = std::make_shared<DescriptorList>();
+  for (const auto& descriptor : found.descriptors)
+    if (CharacteristicDescription::Understands(descriptor->Uuid()))
+      descriptions->push_back(std::static_pointer_cast<AttDescriptor>(descriptor));
+  return descriptions;
+}
+
+// Reads the descriptors one after another, for as long as there is a link. What cannot be read
+// stays unknown.
+void ReadDescriptions(const BearerPtr& bearer, std::shared_ptr<const DescriptorList> descriptors,
+                      std::size_t next, std::function<void()> done) {
+  if (next == descriptors->size() || !bearer->IsUsable()) return done();
+  (*descriptors)[next]->Read(bearer, [=](const GattResult&, const Bytes&) {
+    ReadDescriptions(bearer, descriptors, next + 1, done);
+  });
+}
+
+}  // namespace
+
+AttCharacteristic::AttCharacteristic(std::shared_ptr<GattContext> context,
+                                     const CharacteristicRecord& record)
+    : context_(std::move(context)),
+      handle_(record.handle),
+      valueHandle_(record.valueHandle),
+      uuid_(record.uuid),
+      properties_(record.properties),
+      end_(record.end) {}
+
+void AttCharacteristic::Update(const CharacteristicRecord& record) {
+  properties_ = record.properties;
+  end_ = record.end;
+}
+
+void AttCharacteristic::Described(const DescriptorRecord& descriptor, ByteView value) {
+  description_.Learn(descriptor, value);
+}
+
+void AttCharacteristic::Deliver(ByteView value) {
+  value_.Store(value);
+  valueChanged_.Raise(*this, value);
+}
+
+std::uint32_t AttCharacteristic::CharacteristicProperties() const {
+  return properties_ | description_.ExtendedProperties();
+}
+
+AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::GetDescriptorsAsync(
+    BluetoothCacheMode mode) {
+  return QueryDescriptors(std::nullopt, mode);
+}
+
+AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::GetDescriptorsForUuidAsync(
+    const Guid& uuid, BluetoothCacheMode mode) {
+  return QueryDescriptors(uuid, mode);
+}
+
+AsyncOperationPtr<GattReadResult> AttCharacteristic::ReadValueAsync(BluetoothCacheMode mode) {
+  if (mode == BluetoothCacheMode::Cached) return Completed<GattReadResult>({}, {{}, value_.Get()});
+  return OverLink<GattReadResult>(
+      context_->Link(),
+      [self = shared_from_this()](const BearerPtr& bearer, const auto& operation) {
+        ReadWholeValue(bearer, self->valueHandle_,
+                       [self, operation](const GattResult& status, Bytes value) {
+                         if (Succeeded(status)) self->value_.Store(value);
+                         Complete(*operation, status, {{}, std::move(value)});
+                       });
+      });
+}
+
+AsyncOperationPtr<GattWriteResult> AttCharacteristic::WriteValueWithResultAsync(
+    ByteView value, GattWriteOption option) {
+  if (value.size() > kMaxValueLength)
+    return Completed<GattWriteResult>(ProtocolError(ErrorCode::InvalidAttributeValueLength));
+  return OverLink<GattWriteResult>(
+      context_->Link(),
+      [self = shared_from_this(), option, bytes = Bytes(value.begin(), value.end())](
+          const BearerPtr& bearer, const auto& operation) {
+        if (option == GattWriteOption::WriteWithoutResponse)
+          return Complete(*operation, WriteWithoutResponse(*bearer, self->valueHandle_, bytes));
+        WriteWholeValue(bearer, self->context_->LongWrites(), self->valueHandle_, bytes,
+                        [operation](const GattResult& status) { Complete(*operation, status); });
+      });
+}
+
+AsyncOperationPtr<ConfigurationResult>
+AttCharacteristic::ReadClientCharacteristicConfigurationDescriptorAsync() {
+  return OverLink<ConfigurationResult>(
+      context_->Link(),
+      [self = shared_from_this()](const BearerPtr& bearer, const auto& operation) {
+        self->WithConfiguration(bearer, [=](const GattResult& found, std::uint16_t handle) {
+          if (!Succeeded(found)) return Complete(*operation, found);
+          ReadWholeValue(bearer, handle, [=](const GattResult& status, const Bytes& value) {
+            Complete(*operation, status, {{}, ParseConfiguration(value)});
+          });
+        });
+      });
+}
+
+AsyncOperationPtr<GattWriteResult>
+AttCharacteristic::WriteClientCharacteristicConfigurationDescriptorWithResultAsync(
+    GattClientCharacteristicConfigurationDescriptorValue value) {
+  return OverLink<GattWriteResult>(
+      context_->Link(),
+      [self = shared_from_this(), value](const BearerPtr& bearer, const auto& operation) {
+        self->WithConfiguration(bearer, [=](const GattResult& found, std::uint16_t handle) {
+          if (!Succeeded(found)) return Complete(*operation, found);
+          const std::array<std::uint8_t, 2> bits{static_cast<std::uint8_t>(value), 0};
+          bearer->Request(
+              HandleValue{Opcode::WriteRequest, handle, bits}.Build(),
+              [operation](const AttReply& reply) { Complete(*operation, StatusOf(reply)); });
+        });
+      });
+}
+
+AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::QueryDescriptors(
+    const Wanted& wanted, BluetoothCacheMode mode) {
+  if (mode == BluetoothCacheMode::Cached) return Completed({}, Publish(descriptors_.Get(), wanted));
+  return OverLink<GattDescriptorsResult>(
+      context_->Link(),
+      [self = shared_from_this(), wanted](const BearerPtr& bearer, const auto& operation) {
+        self->SearchDescriptors(
+            bearer, [=](const GattResult& status, const std::vector<DescriptorRecord>& records) {
+              if (!Succeeded(status)) return Complete(*operation, status);
+              const auto result = self->Publish(records, wanted);
+              ReadDescriptions(bearer, Descriptions(result), 0,
+                               [=] { Complete(*operation, status, result); });
+            });
+      });
+}
+
+GattDescriptorsResult AttCharacteristic::Publish(const std::vector<DescriptorRecord>& records,
+                                                 const Wanted& wanted) {
+  GattDescriptorsResult result;
+  const auto make = [this, self = shared_from_this()](const auto& record) {
+    return context_->Attributes().Descriptor(context_, self, record);
+  };
+  AppendObjects(records, wanted, make, result.descriptors);
+  return result;
+}
+
+void AttCharacteristic::SearchDescriptors(const BearerPtr& bearer, Found<DescriptorRecord> found) {
+  DiscoverDescriptors(
+      bearer, static_cast<std::uint16_t>(valueHandle_ + 1), end_,
+      [self = shared_from_this(), found = std::move(found)](const GattResult& status,
+                                                            std::vector<DescriptorRecord> records) {
+        if (Succeeded(status)) {
+          self->descriptors_.Store(records);
+          for (const DescriptorRecord& record : records)
+            if (record.uuid == Guid::FromAssignedNumber(gatt_uuid::kClientConfiguration))
+              self->configuration_ = self->context_->DatabaseVersion() << 16 | record.handle;
+        }
+        found(status, std::move(records));
+      });
+}
+
+std::uint16_t AttCharacteristic::KnownConfiguration() const {
+  const std::uint32_t known = configuration_;
+  if (known >> 16 != context_->DatabaseVersion()) return 0;
+  return static_cast<std::uint16_t>(known & 0xFFFF);
+}
+
+void AttCharacteristic::WithConfiguration(const BearerPtr& bearer, ConfigurationFound use) {
+  if (const std::uint16_t known = KnownConfiguration()) return use({}, known);
+  SearchDescriptors(bearer, [self = shared_from_this(), use = std::move(use)](
+                                const GattResult& status, const std::vector<DescriptorRecord>&) {
+    const std::uint16_t handle = self->KnownConfiguration();
+    if (Succeeded(status) && handle == 0)
+      return use(ProtocolError(ErrorCode::AttributeNotFound), 0);
+    use(status, handle);
+  });
+}
+
+}  // namespace corvaneble::platform::att

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "platform/Gatt.h"
+#include "platform/att/GattContext.h"
+#include "platform/att/GattOperation.h"
+
+namespace corvaneble::platform::att {
+
+class AttCharacteristic;
+
+/// A descriptor found on a server. Its characteristic learns from every value that is read from it
+/// or written to it.
+class AttDescriptor final : public GattDescriptor,
+                            public std::enable_shared_from_this<AttDescriptor> {
+ public:
+  AttDescriptor(std::shared_ptr<GattContext> context,
+                const std::shared_ptr<AttCharacteristic>& characteristic,
+                const DescriptorRecord& record);
+
+  bool BelongsTo(const std::shared_ptr<AttCharacteristic>& characteristic) const;
+
+  std::uint16_t AttributeHandle() const override { return handle_; }
+  Guid Uuid() const override { return uuid_; }
+
+  AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
+  AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value) override;
+
+  /// Reads the value over `bearer`, keeps it, and calls `done`.
+  void Read(const BearerPtr& bearer, ReadDone done);
+
+ private:
+  void TellCharacteristic(ByteView value) const;
+
+  const std::shared_ptr<GattContext> context_;
+  const std::weak_ptr<AttCharacteristic> characteristic_;
+  const std::uint16_t handle_;
+  const Guid uuid_;
+  KnownValue value_;
+};
+
+}  // namespace corvaneble::platform::att

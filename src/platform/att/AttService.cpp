@@ -1,0 +1,85 @@
+#include "platform/att/AttService.h"
+
+#include <utility>
+
+#include "platform/att/AttCharacteristic.h"
+
+namespace corvaneble::platform::att {
+
+AttService::AttService(std::shared_ptr<GattContext> context, const ServiceRecord& record)
+    : context_(std::move(context)), handle_(record.handle), uuid_(record.uuid), end_(record.end) {}
+
+AsyncOperationPtr<GattDeviceServicesResult> AttService::GetIncludedServicesAsync(
+    BluetoothCacheMode mode) {
+  return QueryIncludes(std::nullopt, mode);
+}
+
+AsyncOperationPtr<GattDeviceServicesResult> AttService::GetIncludedServicesForUuidAsync(
+    const Guid& uuid, BluetoothCacheMode mode) {
+  return QueryIncludes(uuid, mode);
+}
+
+AsyncOperationPtr<GattCharacteristicsResult> AttService::GetCharacteristicsAsync(
+    BluetoothCacheMode mode) {
+  return QueryCharacteristics(std::nullopt, mode);
+}
+
+AsyncOperationPtr<GattCharacteristicsResult> AttService::GetCharacteristicsForUuidAsync(
+    const Guid& uuid, BluetoothCacheMode mode) {
+  return QueryCharacteristics(uuid, mode);
+}
+
+AsyncOperationPtr<GattDeviceServicesResult> AttService::QueryIncludes(const Wanted& wanted,
+                                                                      BluetoothCacheMode mode) {
+  if (mode == BluetoothCacheMode::Cached) return Completed({}, Publish(includes_.Get(), wanted));
+  return OverLink<GattDeviceServicesResult>(
+      context_->Link(),
+      [self = shared_from_this(), wanted](const BearerPtr& bearer, const auto& operation) {
+        DiscoverIncludedServices(
+            bearer, self->handle_, self->end_,
+            [=](const GattResult& status, const std::vector<ServiceRecord>& records) {
+              if (!Succeeded(status)) return Complete(*operation, status);
+              self->includes_.Store(records);
+              Complete(*operation, status, self->Publish(records, wanted));
+            });
+      });
+}
+
+AsyncOperationPtr<GattCharacteristicsResult> AttService::QueryCharacteristics(
+    const Wanted& wanted, BluetoothCacheMode mode) {
+  if (mode == BluetoothCacheMode::Cached)
+    return Completed({}, Publish(characteristics_.Get(), wanted));
+  return OverLink<GattCharacteristicsResult>(
+      context_->Link(),
+      [self = shared_from_this(), wanted](const BearerPtr& bearer, const auto& operation) {
+        DiscoverCharacteristics(
+            bearer, self->handle_, self->end_,
+            [=](const GattResult& status, const std::vector<CharacteristicRecord>& records) {
+              if (!Succeeded(status)) return Complete(*operation, status);
+              self->characteristics_.Store(records);
+              Complete(*operation, status, self->Publish(records, wanted));
+            });
+      });
+}
+
+GattDeviceServicesResult AttService::Publish(const std::vector<ServiceRecord>& records,
+                                             const Wanted& wanted) const {
+  GattDeviceServicesResult result;
+  const auto make = [this](const auto& record) {
+    return context_->Attributes().Service(context_, record);
+  };
+  AppendObjects(records, wanted, make, result.services);
+  return result;
+}
+
+GattCharacteristicsResult AttService::Publish(const std::vector<CharacteristicRecord>& records,
+                                              const Wanted& wanted) const {
+  GattCharacteristicsResult result;
+  const auto make = [this](const auto& record) {
+    return context_->Attributes().Characteristic(context_, record);
+  };
+  AppendObjects(records, wanted, make, result.characteristics);
+  return result;
+}
+
+}  // namespace corvaneble::platform::att

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "platform/Gatt.h"
+#include "platform/att/GattContext.h"
+#include "platform/att/GattOperation.h"
+
+namespace corvaneble::platform::att {
+
+/// A service found on a server.
+class AttService final : public GattDeviceService, public std::enable_shared_from_this<AttService> {
+ public:
+  AttService(std::shared_ptr<GattContext> context, const ServiceRecord& record);
+
+  /// Takes over what may differ when the service is found again: where it ends.
+  void Update(const ServiceRecord& record) { end_ = record.end; }
+
+  std::uint16_t AttributeHandle() const override { return handle_; }
+  Guid Uuid() const override { return uuid_; }
+
+  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(
+      BluetoothCacheMode mode) override;
+  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
+      const Guid& uuid, BluetoothCacheMode mode) override;
+  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(
+      BluetoothCacheMode mode) override;
+  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
+      const Guid& uuid, BluetoothCacheMode mode) override;
+
+ private:
+  using Wanted = std::optional<Guid>;
+
+  AsyncOperationPtr<GattDeviceServicesResult> QueryIncludes(const Wanted& wanted,
+                                                            BluetoothCacheMode mode);
+  AsyncOperationPtr<GattCharacteristicsResult> QueryCharacteristics(const Wanted& wanted,
+                                                                    BluetoothCacheMode mode);
+  GattDeviceServicesResult Publish(const std::vector<ServiceRecord>& records,
+                                   const Wanted& wanted) const;
+  GattCharacteristicsResult Publish(const std::vector<CharacteristicRecord>& records,
+                                    const Wanted& wanted) const;
+
+  const std::shared_ptr<GattContext> context_;
+  const std::uint16_t handle_;
+  const Guid uuid_;
+  std::atomic<std::uint16_t> end_;
+  KnownRecords<ServiceRecord> includes_;
+  KnownRecords<CharacteristicRecord> characteristics_;
+};
+
+}  // namespace corvaneble::platform::att

@@ -1,0 +1,62 @@
+#include "platform/att/AttributeTable.h"
+
+#include "platform/att/AttCharacteristic.h"
+#include "platform/att/AttDescriptor.h"
+#include "platform/att/AttService.h"
+
+namespace corvaneble::platform::att {
+
+template <class T, class Same, class Make>
+std::shared_ptr<T> AttributeTable::FindOrMake(ByHandle<T>& objects, std::uint16_t handle, Same same,
+                                              Make make) {
+  std::shared_ptr<T> known;  // may be the last reference: dies after the lock
+  const std::lock_guard lock(mutex_);
+  std::weak_ptr<T>& slot = objects[handle];
+  known = slot.lock();
+  if (known && same(*known)) return known;
+  std::shared_ptr<T> made = make();
+  slot = made;
+  return made;
+}
+
+std::shared_ptr<AttService> AttributeTable::Service(const std::shared_ptr<GattContext>& context,
+                                                    const ServiceRecord& record) {
+  auto service = FindOrMake(
+      services_, record.handle,
+      [&](const AttService& known) { return known.Uuid() == record.uuid; },
+      [&] { return std::make_shared<AttService>(context, record); });
+  service->Update(record);
+  return service;
+}
+
+std::shared_ptr<AttCharacteristic> AttributeTable::Characteristic(
+    const std::shared_ptr<GattContext>& context, const CharacteristicRecord& record) {
+  auto characteristic = FindOrMake(
+      characteristics_, record.valueHandle,
+      [&](const AttCharacteristic& known) {
+        return known.AttributeHandle() == record.handle && known.Uuid() == record.uuid;
+      },
+      [&] { return std::make_shared<AttCharacteristic>(context, record); });
+  characteristic->Update(record);
+  return characteristic;
+}
+
+std::shared_ptr<AttDescriptor> AttributeTable::Descriptor(
+    const std::shared_ptr<GattContext>& context,
+    const std::shared_ptr<AttCharacteristic>& characteristic, const DescriptorRecord& record) {
+  return FindOrMake(
+      descriptors_, record.handle,
+      [&](const AttDescriptor& known) {
+        return known.Uuid() == record.uuid && known.BelongsTo(characteristic);
+      },
+      [&] { return std::make_shared<AttDescriptor>(context, characteristic, record); });
+}
+
+std::shared_ptr<AttCharacteristic> AttributeTable::FindByValueHandle(
+    std::uint16_t valueHandle) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = characteristics_.find(valueHandle);
+  return found == characteristics_.end() ? nullptr : found->second.lock();
+}
+
+}  // namespace corvaneble::platform::att

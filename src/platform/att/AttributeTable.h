@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include "platform/att/Discovery.h"
+
+namespace corvaneble::platform::att {
+
+class AttCharacteristic;
+class AttDescriptor;
+class AttService;
+class GattContext;
+
+/// The GATT objects that somebody holds, by handle: what is found again while it is held is the
+/// same object, so that values reach the handlers registered on it. A handle that has come to mean
+/// another attribute gets a new object. Any thread.
+class AttributeTable {
+ public:
+  std::shared_ptr<AttService> Service(const std::shared_ptr<GattContext>& context,
+                                      const ServiceRecord& record);
+  std::shared_ptr<AttCharacteristic> Characteristic(const std::shared_ptr<GattContext>& context,
+                                                    const CharacteristicRecord& record);
+  std::shared_ptr<AttDescriptor> Descriptor(
+      const std::shared_ptr<GattContext>& context,
+      const std::shared_ptr<AttCharacteristic>& characteristic, const DescriptorRecord& record);
+
+  /// The characteristic whose value has this handle, if somebody holds it.
+  std::shared_ptr<AttCharacteristic> FindByValueHandle(std::uint16_t valueHandle) const;
+
+ private:
+  template <class T>
+  using ByHandle = std::unordered_map<std::uint16_t, std::weak_ptr<T>>;
+
+  template <class T, class Same, class Make>
+  std::shared_ptr<T> FindOrMake(ByHandle<T>& objects, std::uint16_t handle, Same same, Make make);
+
+  mutable std::mutex mutex_;  // guards the maps; no object dies under it
+  ByHandle<AttService> services_;
+  ByHandle<AttCharacteristic> characteristics_;  // by value handle
+  ByHandle<AttDescriptor> descriptors_;
+};
+
+}  // namespace corvaneble::platform::att

@@ -1,0 +1,67 @@
+#include "platform/att/GattClient.h"
+
+#include <utility>
+
+#include "platform/att/AttService.h"
+
+namespace corvaneble::platform::att {
+
+namespace {
+
+GattDeviceServicesResult Publish(const std::shared_ptr<GattContext>& context,
+                                 const std::vector<ServiceRecord>& records,
+                                 const std::optional<Guid>& wanted = std::nullopt) {
+  GattDeviceServicesResult result;
+  const auto make = [&](const auto& record) {
+    return context->Attributes().Service(context, record);
+  };
+  AppendObjects(records, wanted, make, result.services);
+  return result;
+}
+
+}  // namespace
+
+GattClient::GattClient(std::shared_ptr<AttConnector> connector, std::shared_ptr<Executor> executor,
+                       GattClientEvents events)
+    : context_(GattContext::Create(std::move(connector), std::move(executor), std::move(events))),
+      services_(std::make_shared<KnownRecords<ServiceRecord>>()) {}
+
+GattClient::~GattClient() {
+  Close();
+}
+
+void GattClient::Close() {
+  context_->Close();
+}
+
+AsyncOperationPtr<GattDeviceServicesResult> GattClient::GetGattServicesAsync(
+    BluetoothCacheMode mode) {
+  if (mode == BluetoothCacheMode::Cached) return Completed({}, Publish(context_, services_->Get()));
+  return OverLink<GattDeviceServicesResult>(
+      context_->Link(),
+      [context = context_, services = services_](const BearerPtr& bearer, const auto& operation) {
+        DiscoverPrimaryServices(
+            bearer, [=](const GattResult& status, const std::vector<ServiceRecord>& records) {
+              if (!Succeeded(status)) return Complete(*operation, status);
+              services->Store(records);
+              Complete(*operation, status, Publish(context, records));
+              context->WatchServiceChanged(bearer, records);
+            });
+      });
+}
+
+AsyncOperationPtr<GattDeviceServicesResult> GattClient::GetGattServicesForUuidAsync(
+    const Guid& uuid, BluetoothCacheMode mode) {
+  if (mode == BluetoothCacheMode::Cached)
+    return Completed({}, Publish(context_, services_->Get(), uuid));
+  return OverLink<GattDeviceServicesResult>(
+      context_->Link(), [context = context_, uuid](const BearerPtr& bearer, const auto& operation) {
+        DiscoverPrimaryServicesByUuid(
+            bearer, uuid, [=](const GattResult& status, const std::vector<ServiceRecord>& records) {
+              if (!Succeeded(status)) return Complete(*operation, status);
+              Complete(*operation, status, Publish(context, records));
+            });
+      });
+}
+
+}  // namespace corvaneble::platform::att

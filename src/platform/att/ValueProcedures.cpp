@@ -1,0 +1,167 @@
+#include "platform/att/ValueProcedures.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "platform/att/AttStatus.h"
+
+namespace corvaneble::platform::att {
+
+namespace {
+
+// What comes before the value in a Read Response, a Write Request, a Prepare Write Request.
+constexpr std::size_t kReadHeader = 1;
+constexpr std::size_t kWriteHeader = 3;
+constexpr std::size_t kPrepareHeader = 5;
+
+class LongRead : public std::enable_shared_from_this<LongRead> {
+ public:
+  LongRead(std::shared_ptr<AttBearer> bearer, std::uint16_t handle, ReadDone done)
+      : bearer_(std::move(bearer)), handle_(handle), done_(std::move(done)) {}
+
+  void Begin() { Ask(ReadRequest{handle_}.Build()); }
+
+ private:
+  void Ask(const Pdu& request) {
+    bearer_->Request(request,
+                     [self = shared_from_this()](const AttReply& reply) { self->OnReply(reply); });
+  }
+
+  void OnReply(const AttReply& reply) {
+    if (EndsValue(reply)) return done_({}, std::move(value_));
+    if (reply.outcome != AttReply::Outcome::Answered) return done_(StatusOf(reply), {});
+    const ByteView part = reply.pdu.subspan(kReadHeader);
+    if (value_.size() + part.size() > kMaxValueLength)
+      return done_(ProtocolError(ErrorCode::InvalidPdu), {});
+    value_.insert(value_.end(), part.begin(), part.end());
+    if (part.size() + kReadHeader < bearer_->Mtu() || value_.size() == kMaxValueLength)
+      return done_({}, std::move(value_));
+    Ask(ReadBlobRequest{handle_, static_cast<std::uint16_t>(value_.size())}.Build());
+  }
+
+  bool EndsValue(const AttReply& reply) const {
+    return !value_.empty() && reply.outcome == AttReply::Outcome::Refused &&
+           (reply.error == ErrorCode::AttributeNotLong || reply.error == ErrorCode::InvalidOffset);
+  }
+
+  const std::shared_ptr<AttBearer> bearer_;
+  const std::uint16_t handle_;
+  const ReadDone done_;
+  Bytes value_;
+};
+
+class LongWrite : public std::enable_shared_from_this<LongWrite> {
+ public:
+  LongWrite(std::shared_ptr<AttBearer> bearer, std::uint16_t handle, Bytes value, WriteDone done)
+      : bearer_(std::move(bearer)),
+        handle_(handle),
+        value_(std::move(value)),
+        done_(std::move(done)) {}
+
+  void PrepareNext() {
+    const std::size_t size =
+        std::min(value_.size() - offset_, std::size_t{bearer_->Mtu()} - kPrepareHeader);
+    bearer_->Request(Part(Opcode::PrepareWriteRequest, size),
+                     [self = shared_from_this(), size](const AttReply& reply) {
+                       self->OnPrepared(reply, size);
+                     });
+  }
+
+ private:
+  Pdu Part(Opcode opcode, std::size_t size) const {
+    return PrepareWrite{opcode, handle_, static_cast<std::uint16_t>(offset_),
+                        ByteView(value_).subspan(offset_, size)}
+        .Build();
+  }
+
+  void OnPrepared(const AttReply& reply, std::size_t size) {
+    if (reply.outcome == AttReply::Outcome::Lost) return done_(StatusOf(reply));
+    if (reply.outcome == AttReply::Outcome::Refused) return Execute(false, StatusOf(reply));
+    const Pdu echo = Part(Opcode::PrepareWriteResponse, size);
+    if (!std::ranges::equal(reply.pdu, echo.View()))
+      return Execute(false, ProtocolError(ErrorCode::UnlikelyError));
+    offset_ += size;
+    if (offset_ < value_.size())
+      PrepareNext();
+    else
+      Execute(true, {});
+  }
+
+  // Carries out what was prepared, or cancels it; the write then ends with `status` unless
+  // carrying it out fails.
+  void Execute(bool write, const GattResult& status) {
+    bearer_->Request(ExecuteWriteRequest{write}.Build(),
+                     [self = shared_from_this(), write, status](const AttReply& reply) {
+                       self->done_(write ? StatusOf(reply) : status);
+                     });
+  }
+
+  const std::shared_ptr<AttBearer> bearer_;
+  const std::uint16_t handle_;
+  const Bytes value_;
+  const WriteDone done_;
+  std::size_t offset_ = 0;
+};
+
+}  // namespace
+
+void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle, ReadDone done) {
+  std::make_shared<LongRead>(bearer, handle, std::move(done))->Begin();
+}
+
+void LongWriteQueue::Run(Job job) {
+  {
+    const std::lock_guard lock(mutex_);
+    waiting_.push_back(std::move(job));
+  }
+  RunNext();
+}
+
+void LongWriteQueue::RunNext() {
+  Job job;
+  {
+    const std::lock_guard lock(mutex_);
+    if (running_ || waiting_.empty()) return;
+    running_ = true;
+    job = std::move(waiting_.front());
+    waiting_.pop_front();
+  }
+  job([self = shared_from_this()] {
+    {
+      const std::lock_guard lock(self->mutex_);
+      self->running_ = false;
+    }
+    self->RunNext();
+  });
+}
+
+void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
+                     const std::shared_ptr<LongWriteQueue>& longWrites, std::uint16_t handle,
+                     Bytes value, WriteDone done) {
+  if (value.size() > kMaxValueLength)
+    return done(ProtocolError(ErrorCode::InvalidAttributeValueLength));
+  if (value.size() + kWriteHeader <= bearer->Mtu())
+    return bearer->Request(
+        HandleValue{Opcode::WriteRequest, handle, value}.Build(),
+        [done = std::move(done)](const AttReply& reply) { done(StatusOf(reply)); });
+  longWrites->Run([=, value = std::move(value),
+                   done = std::move(done)](std::function<void()> finished) {
+    std::make_shared<LongWrite>(bearer, handle, value,
+                                [done, finished = std::move(finished)](const GattResult& status) {
+                                  finished();
+                                  done(status);
+                                })
+        ->PrepareNext();
+  });
+}
+
+GattResult WriteWithoutResponse(AttBearer& bearer, std::uint16_t handle, ByteView value) {
+  if (value.size() + kWriteHeader > bearer.Mtu())
+    return ProtocolError(ErrorCode::InvalidAttributeValueLength);
+  if (!bearer.Command(HandleValue{Opcode::WriteCommand, handle, value}.Build()))
+    return StatusOf(ChannelError::Unreachable);
+  return {};
+}
+
+}  // namespace corvaneble::platform::att
