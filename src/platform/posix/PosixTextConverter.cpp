@@ -1,0 +1,131 @@
+#include "platform/posix/PosixTextConverter.h"
+
+#include <bit>
+#include <cerrno>
+#include <cstddef>
+
+#include "platform/posix/CodePages.h"
+#include "platform/posix/StrictUtf8.h"
+
+namespace corvaneble::platform {
+namespace posix {
+namespace {
+
+constexpr std::string_view kUtf16 =
+    std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
+constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
+
+/// Converts as much of a text as iconv can at a stretch, into an output that grows as needed.
+template <class In, class Out>
+class Run {
+ public:
+  Run(iconv_t descriptor, std::basic_string_view<In> text, std::basic_string<Out>& out)
+      : descriptor_(descriptor),
+        // iconv takes the input as char*, without changing it.
+        from_(const_cast<char*>(reinterpret_cast<const char*>(text.data()))),
+        left_(text.size() * sizeof(In)),
+        out_(out) {
+    out_.resize(text.size());
+  }
+
+  /// Goes on until the text ends or a character cannot be converted; 0 or the errno.
+  int Convert() {
+    for (;;) {
+      char* to = Bytes() + used_;
+      std::size_t room = out_.size() * sizeof(Out) - used_;
+      // The flushing call belongs to it: charsets with combining marks keep a character back.
+      const bool converted = iconv(descriptor_, &from_, &left_, &to, &room) != kFailed &&
+                             iconv(descriptor_, nullptr, nullptr, &to, &room) != kFailed;
+      const int error = converted ? 0 : errno;
+      used_ = static_cast<std::size_t>(to - Bytes());
+      if (error != E2BIG) return error;
+      out_.resize(2 * out_.size() + 16);
+    }
+  }
+
+  std::size_t Left() const { return left_; }  ///< bytes of input not yet converted
+
+  void Skip(std::size_t bytes) {
+    from_ += bytes;
+    left_ -= bytes;
+  }
+
+  void Put(Out unit) {
+    if (used_ / sizeof(Out) == out_.size()) out_.resize(2 * out_.size() + 16);
+    out_[used_ / sizeof(Out)] = unit;
+    used_ += sizeof(Out);
+  }
+
+  void Finish() { out_.resize(used_ / sizeof(Out)); }
+
+ private:
+  char* Bytes() { return reinterpret_cast<char*>(out_.data()); }
+
+  iconv_t descriptor_;
+  char* from_;
+  std::size_t left_;
+  std::basic_string<Out>& out_;
+  std::size_t used_ = 0;  // bytes
+};
+
+}  // namespace
+
+ConversionError PosixTextConverter::ToWide(std::uint32_t codePage, std::string_view text,
+                                           std::u16string& out) const {
+  if (codePage != kSystemCodePage && codePage != kUtf8CodePage)
+    return DecodeCodePage(codePage, text, out);
+  return StrictUtf8ToUtf16(text, out) ? ConversionError::None
+                                      : ConversionError::NoUnicodeTranslation;
+}
+
+ConversionError PosixTextConverter::ToNarrow(std::uint32_t codePage, std::u16string_view text,
+                                             std::string& out) const {
+  if (codePage != kSystemCodePage && codePage != kUtf8CodePage)
+    return EncodeCodePage(codePage, text, out);
+  return StrictUtf16ToUtf8(text, out) ? ConversionError::None
+                                      : ConversionError::NoUnicodeTranslation;
+}
+
+ConversionError PosixTextConverter::DecodeCodePage(std::uint32_t codePage, std::string_view text,
+                                                   std::u16string& out) const {
+  out.clear();
+  const char* const charset = CharsetOf(codePage);
+  if (charset == nullptr) return ConversionError::InvalidParameter;
+  const IconvPool::Loan loan = pool_.Borrow({charset, kUtf16});
+  if (!loan.Succeeded()) return ConversionError::InvalidParameter;
+  Run run(loan.Get(), text, out);
+  if (run.Convert() != 0) {
+    out.clear();
+    return ConversionError::NoUnicodeTranslation;
+  }
+  run.Finish();
+  return ConversionError::None;
+}
+
+ConversionError PosixTextConverter::EncodeCodePage(std::uint32_t codePage, std::u16string_view text,
+                                                   std::string& out) const {
+  out.clear();
+  const char* const charset = CharsetOf(codePage);
+  if (charset == nullptr) return ConversionError::InvalidParameter;
+  if (!IsWellFormedUtf16(text)) return ConversionError::NoUnicodeTranslation;
+  const IconvPool::Loan loan = pool_.Borrow({kUtf16, charset});
+  if (!loan.Succeeded()) return ConversionError::InvalidParameter;
+  Run run(loan.Get(), text, out);
+  while (run.Convert() != 0 && run.Left() > 0) {
+    // The text is well-formed: what stops the conversion is a character the code page lacks.
+    const std::size_t rest = text.size() - run.Left() / sizeof(char16_t);
+    run.Skip(IsHighSurrogate(text[rest]) ? 2 * sizeof(char16_t) : sizeof(char16_t));
+    run.Put('?');
+  }
+  run.Finish();
+  return ConversionError::None;
+}
+
+}  // namespace posix
+
+const TextConverter& SystemTextConverter() {
+  static const posix::PosixTextConverter converter;
+  return converter;
+}
+
+}  // namespace corvaneble::platform

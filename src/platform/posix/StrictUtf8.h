@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace corvaneble::platform::posix {
+
+/// Replaces `out` with the UTF-16 form of `utf8`. False, with `out` empty, when the text is not
+/// well-formed: overlong forms, surrogates and what lies beyond U+10FFFF are refused too.
+[[nodiscard]] bool StrictUtf8ToUtf16(std::string_view utf8, std::u16string& out);
+
+/// Replaces `out` with the UTF-8 form of `utf16`. False, with `out` empty, when a surrogate lacks
+/// its partner.
+[[nodiscard]] bool StrictUtf16ToUtf8(std::u16string_view utf16, std::string& out);
+
+/// Whether every surrogate of the text has its partner.
+[[nodiscard]] bool IsWellFormedUtf16(std::u16string_view text);
+
+constexpr bool IsHighSurrogate(char16_t unit) {
+  return (unit & 0xFC00) == 0xD800;
+}
+constexpr bool IsLowSurrogate(char16_t unit) {
+  return (unit & 0xFC00) == 0xDC00;
+}
+
+}  // namespace corvaneble::platform::posix
