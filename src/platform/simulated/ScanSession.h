@@ -1,0 +1,87 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "platform/BluetoothAdvertisement.h"
+#include "platform/simulated/Scenario.h"
+#include "platform/simulated/Timeline.h"
+
+namespace corvaneble::platform::simulated {
+
+/// A peripheral that advertises: its packets, parsed once for all scans.
+struct Advertiser {
+  Advertiser(std::uint64_t bluetoothAddress, const AdvertisingScenario& advertising)
+      : address(bluetoothAddress), scenario(advertising), packet(advertising.data) {
+    if (advertising.scanResponse) scanResponse.Assign(*advertising.scanResponse);
+  }
+
+  const std::uint64_t address;
+  const AdvertisingScenario scenario;
+  BluetoothLEAdvertisement packet;
+  BluetoothLEAdvertisement scanResponse;
+};
+
+/// What every scan of a radio hears, and what ends it.
+struct AirTraffic {
+  std::vector<std::unique_ptr<const Advertiser>> advertisers;
+  std::vector<CaptureScenario> captures;
+  std::vector<RadioEvent> radioEvents;
+};
+
+/// One scan, from `Started` to its end: plays the traffic on the radio's thread. Ends with `End`
+/// or when the last reference dies.
+class ScanSession : public std::enable_shared_from_this<ScanSession> {
+ public:
+  using Received = BluetoothLEAdvertisementWatcher::Received;
+  using Aborted = std::function<void(BluetoothError)>;
+
+  ScanSession(std::weak_ptr<Timeline> timeline, std::shared_ptr<const AirTraffic> traffic,
+              BluetoothLEScanningMode mode, BluetoothLEAdvertisementFilter filter,
+              Received received);
+
+  /// Begins; on the radio's thread. `aborted` is called there when the radio ends the scan.
+  void Begin(const Aborted& aborted);
+  /// No packet is reported any more, but for one whose report has begun. Any thread.
+  void End() { active_.store(false, std::memory_order_release); }
+
+ private:
+  struct Playing {
+    const Advertiser* advertiser;
+    bool packetPasses;
+    bool scanResponsePasses;
+    Timeline::TimePoint due;
+    std::uint32_t sent = 0;
+  };
+  struct Replay {
+    const CaptureScenario* capture;
+    std::size_t next = 0;
+    Timeline::TimePoint base;          ///< when the first report was heard
+    BluetoothLEAdvertisement current;  ///< storage for the packet being reported
+  };
+
+  bool IsActive() const { return active_.load(std::memory_order_acquire); }
+  bool Passes(const BluetoothLEAdvertisement& advertisement) const;
+  void At(Timeline::TimePoint due, std::function<void(ScanSession&)> action);
+  void Advertise(Playing& playing);
+  void PlayCapture(Replay& replay);
+  void ReportCaptured(Replay& replay);
+  void Report(const BluetoothLEAdvertisement& advertisement, std::uint64_t address,
+              std::int16_t rssi, BluetoothLEAdvertisementType type);
+
+  const std::weak_ptr<Timeline> timeline_;
+  const std::shared_ptr<const AirTraffic> traffic_;
+  const bool activeScanning_;
+  const BluetoothLEAdvertisementFilter filter_;
+  const Received received_;
+  std::atomic<bool> active_{true};
+
+  // Below: the radio's thread alone; neither list changes once the scan has begun.
+  std::vector<Playing> playing_;
+  std::vector<std::unique_ptr<Replay>> replays_;
+};
+
+}  // namespace corvaneble::platform::simulated

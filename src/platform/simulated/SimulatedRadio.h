@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include "platform/Radio.h"
+#include "platform/simulated/ScanSession.h"
+#include "platform/simulated/Scenario.h"
+#include "platform/simulated/Timeline.h"
+#include "platform/simulated/VirtualPeripheral.h"
+
+namespace corvaneble::platform::simulated {
+
+/// The radio that plays a scenario. Every operation completes on the radio's thread.
+class SimulatedRadio final : public Radio {
+ public:
+  /// Throws `PlatformFailure` when a peripheral's services cannot be laid out.
+  SimulatedRadio(std::shared_ptr<Timeline> timeline, Scenario scenario);
+
+  AsyncOperationPtr<BluetoothAdapter> GetDefaultAdapterAsync() override;
+  std::shared_ptr<BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override;
+  AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
+      std::uint64_t address) override;
+
+ private:
+  const std::shared_ptr<Timeline> timeline_;
+  const AdapterScenario adapter_;
+  std::map<std::uint64_t, std::shared_ptr<VirtualPeripheral>> peripherals_;
+  std::shared_ptr<const AirTraffic> traffic_;
+};
+
+/// An opened simulated radio with the timeline that is its clock and its pump, for whoever adds
+/// work of their own to it.
+struct OpenedSimulatedRadio : OpenedRadio {
+  std::shared_ptr<Timeline> timeline;
+};
+
+/// Throws as `SimulatedRadio` does.
+[[nodiscard]] OpenedSimulatedRadio OpenSimulatedRadio(Scenario scenario);
+
+}  // namespace corvaneble::platform::simulated
