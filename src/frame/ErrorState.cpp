@@ -1,0 +1,54 @@
+#include "frame/ErrorState.h"
+
+#include "frame/Text.h"
+
+namespace corvaneble {
+namespace {
+
+std::string DefaultText(ErrorCode code) {
+  if (code == error::kTimeout) return "Interrupted.";
+  if (code == error::kOutOfMemory) return std::string(failure::kOutOfMemory.text);
+  return Concat("[", code, "] (no description available)");
+}
+
+}  // namespace
+
+ErrorCode ErrorState::Finish(ErrorCode code) {
+  if (code != error::kSuccess) {
+    const std::lock_guard lock(mutex_);
+    if (lastText_.empty()) lastText_ = DefaultText(code);
+  }
+  lastCode_ = code;
+  return code;
+}
+
+std::string ErrorState::LastText() const {
+  const std::lock_guard lock(mutex_);
+  return lastText_;
+}
+
+void ErrorState::SetLastText(std::string_view text) {
+  const std::lock_guard lock(mutex_);
+  lastText_ = text;
+}
+
+std::string ErrorState::EventText() const {
+  const std::lock_guard lock(mutex_);
+  return eventText_;
+}
+
+void ErrorState::SetEvent(ErrorCode code, std::string_view text) {
+  const std::lock_guard lock(mutex_);
+  eventText_ = text;
+  eventCode_ = code;
+}
+
+bool ErrorState::RecordUnhandledEvent(ErrorCode code, std::string_view text) {
+  const std::lock_guard lock(mutex_);
+  if (!eventText_.empty()) return false;
+  eventText_ = text;
+  eventCode_ = code;
+  return true;
+}
+
+}  // namespace corvaneble

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "frame/EventTable.h"
+#include "platform/Bytes.h"
+
+namespace corvaneble {
+
+/// One event parameter: which field counts is said by the event's row in `kEventTable`. Texts are
+/// never null; bytes are followed by one 0 byte in memory.
+struct EventValue {
+  const char* text = "";
+  std::int32_t integer = 0;
+  platform::ByteView bytes;
+
+  static EventValue Of(std::int32_t value) { return {"", value, {}}; }
+  static EventValue Of(const char* value) { return {value != nullptr ? value : "", 0, {}}; }
+  static EventValue Of(platform::ByteView value) { return {"", 0, value}; }
+};
+
+/// Receives the engine's events, on whatever thread raises them, also on several at once.
+class EventSink {
+ public:
+  /// Delivers one event and returns the receiver's code. The values live until the call returns.
+  virtual std::int32_t Fire(EventId event, std::span<const EventValue> values) = 0;
+
+ protected:
+  ~EventSink() = default;
+};
+
+}  // namespace corvaneble

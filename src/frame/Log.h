@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+
+#include "frame/Events.h"
+#include "frame/Settings.h"
+#include "frame/Text.h"
+
+namespace corvaneble {
+
+/// What a log line is about, in the words the host sees.
+namespace log_type {
+inline constexpr const char* kScanning = "Scanning";
+inline constexpr const char* kConnection = "Connection";
+inline constexpr const char* kDiscovery = "Discovery";
+inline constexpr const char* kRead = "Read";
+inline constexpr const char* kWrite = "Write";
+inline constexpr const char* kSubscriptions = "Subscriptions";
+inline constexpr const char* kVerbose = "Verbose";
+inline constexpr const char* kDebug = "Debug";
+}  // namespace log_type
+
+enum class LogLevel : std::int32_t { Information = 1, Detail = 2, Debug = 3 };
+
+/// Reports progress to the host through the Log event. Any thread; never called under a lock.
+class Log {
+ public:
+  Log(const Settings& settings, Events& events) : settings_(settings), events_(events) {}
+
+  /// Fires one line built from `parts` (see `Concat`) if the `LogLevel` setting lets its level
+  /// through; otherwise nothing is built.
+  template <class... Parts>
+  void Write(LogLevel level, const char* type, const Parts&... parts) {
+    if (settings_.Integer(Setting::LogLevel) < static_cast<std::int32_t>(level)) return;
+    events_.FireLog(static_cast<std::int32_t>(level), Concat(parts...).c_str(), type);
+  }
+
+ private:
+  const Settings& settings_;
+  Events& events_;
+};
+
+}  // namespace corvaneble

@@ -1,0 +1,289 @@
+#include "frame/tables/PropertyTable.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "frame/tables/Boundary.h"
+#include "gatt/CharacteristicFlags.h"
+
+namespace corvaneble {
+namespace {
+
+using platform::BluetoothCacheMode;
+
+std::intptr_t PointerValue(const void* pointer) {
+  return reinterpret_cast<std::intptr_t>(pointer);
+}
+
+/// Empty in either form: its bytes are a narrow terminator too.
+std::intptr_t EmptyText() {
+  return PointerValue(u"");
+}
+
+void StoreLength(std::int32_t* length, std::size_t value) {
+  if (length != nullptr) *length = static_cast<std::int32_t>(value);
+}
+
+}  // namespace
+
+std::intptr_t PropertyTable::Get(std::int32_t propertyId, std::int32_t index,
+                                 std::int32_t* length) {
+  const auto [number, form] = DecodePropertyNumber(propertyId);
+  if (number == kVersionProperty) return PointerValue(kVersionMarker);
+  if (number == kCodePageProperty) return static_cast<std::int32_t>(parts_.codec.CodePage());
+  parts_.errors.SetLastCode(error::kSuccess);
+  const PropertyInfo* info = FindProperty(number);
+  if (info == nullptr) return 0;
+
+  std::intptr_t value = info->type == PropertyType::Integer ? 0 : EmptyText();
+  ErrorCode code = IndexCheck(info->collection, index);
+  if (code == error::kSuccess) {
+    code = RunToCode(parts_.errors, parts_.wait, [&, form = form] {
+      switch (info->type) {
+        case PropertyType::Integer:
+          value = ReadInteger(info->id, index);
+          break;
+        case PropertyType::Text:
+          value = GetText(info->id, index, form);
+          break;
+        case PropertyType::Bytes:
+          value = GetBytes(info->id, index, form, length);
+          break;
+      }
+      return error::kSuccess;
+    });
+  }
+  if (code != error::kSuccess) parts_.errors.SetLastCode(code);
+  return value;
+}
+
+std::intptr_t PropertyTable::GetText(Property property, std::int32_t index, TextForm form) {
+  TextValue value = ReadText(property, index);
+  ReturnSlot& slot = parts_.slots.OfProperty(property);
+  if (form == TextForm::Wide) {
+    (void)parts_.codec.ToWide(value.isComputed ? value.computed : value.text, slot.wide);
+    return PointerValue(slot.wide.c_str());
+  }
+  if (value.isComputed) {
+    slot.narrow = std::move(value.computed);
+    return PointerValue(slot.narrow.c_str());
+  }
+  slot.record = std::move(value.record);
+  return PointerValue(value.text);
+}
+
+std::intptr_t PropertyTable::GetBytes(Property property, std::int32_t index, TextForm form,
+                                      std::int32_t* length) {
+  platform::Bytes value;
+  const ErrorCode code = ReadBytes(property, index, value);
+  if (code != error::kSuccess) {
+    parts_.errors.SetLastCode(code);
+    StoreLength(length, 0);
+    return form == TextForm::BytesAsWide ? EmptyText() : 0;
+  }
+  ReturnSlot& slot = parts_.slots.OfProperty(property);
+  if (form == TextForm::BytesAsWide) {
+    (void)parts_.codec.ToWide({reinterpret_cast<const char*>(value.data()), value.size()},
+                              slot.wide);
+    StoreLength(length, slot.wide.size());
+    return PointerValue(slot.wide.c_str());
+  }
+  StoreLength(length, value.size());
+  slot.bytes = std::move(value);
+  slot.bytes.push_back(0);
+  return PointerValue(slot.bytes.data());
+}
+
+std::int32_t PropertyTable::ReadInteger(Property property, std::int32_t index) {
+  const auto shown = [&] { return parts_.selection.ExposedAt(index); };
+  const auto flags = [&] {
+    const ExposedCharacteristic characteristic = shown();
+    return parts_.fields.Flags(characteristic.entry, *characteristic.state);
+  };
+  switch (property) {
+    case Property::ActiveScanning:
+      return parts_.scanner.ActiveScanning();
+    case Property::CharacteristicCount:
+      return parts_.selection.CharacteristicCount();
+    case Property::CharacteristicCanSubscribe:
+      return CanSubscribe(flags()) ? 1 : 0;
+    case Property::CharacteristicFlags:
+      return static_cast<std::int32_t>(flags());
+    case Property::CharacteristicSubscribed: {
+      const ExposedCharacteristic characteristic = shown();
+      return parts_.subscriptions.QuerySubscribed(characteristic.entry, *characteristic.state) ? 1
+                                                                                               : 0;
+    }
+    case Property::CharacteristicValueExponent:
+      return parts_.fields.ValueExponent(shown());
+    case Property::CharacteristicValueFormat:
+      return parts_.fields.ValueFormat(shown());
+    case Property::CharacteristicValueFormatCount:
+      return parts_.fields.ValueFormatCount(shown());
+    case Property::CharacteristicValueFormatIndex:
+      return parts_.fields.ValueFormatIndex(shown());
+    case Property::DescriptorCount:
+      return parts_.selection.DescriptorCount();
+    case Property::Scanning:
+      return parts_.scanner.IsScanning() ? 1 : 0;
+    case Property::ServiceCount:
+      return static_cast<std::int32_t>(parts_.tree.ServiceCount());
+    case Property::Timeout:
+      return parts_.timeoutSeconds;
+    default:
+      return 0;
+  }
+}
+
+PropertyTable::TextValue PropertyTable::ReadText(Property property, std::int32_t index) {
+  const auto field = [](auto entry, const char* text) {
+    return TextValue{text, std::move(entry), {}, false};
+  };
+  const auto name = [&](auto entry) { return field(entry, entry->name); };
+  const auto id = [&](auto entry) { return field(entry, entry->id.c_str()); };
+  const auto uuid = [&](auto entry) { return field(entry, entry->uuidText.c_str()); };
+  const auto service = [&] {
+    static const auto empty = std::make_shared<ServiceEntry>();
+    const ServicePtr entry = parts_.tree.ServiceAt(static_cast<std::size_t>(index));
+    return entry ? entry : empty;
+  };
+  const auto characteristic = [&] { return parts_.selection.CharacteristicAt(index); };
+  const auto descriptor = [&] { return parts_.selection.DescriptorAt(index); };
+  switch (property) {
+    case Property::Characteristic:
+      return Computed(parts_.selection.CharacteristicId());
+    case Property::CharacteristicDescription:
+      return name(characteristic());
+    case Property::CharacteristicId:
+      return id(characteristic());
+    case Property::CharacteristicUserDescription:
+      return Computed(parts_.fields.UserDescription(parts_.selection.ExposedAt(index)));
+    case Property::CharacteristicUuid:
+      return uuid(characteristic());
+    case Property::CharacteristicValueUnit:
+      return Computed(parts_.fields.ValueUnit(parts_.selection.ExposedAt(index)));
+    case Property::DescriptorDescription:
+      return name(descriptor());
+    case Property::DescriptorId:
+      return id(descriptor());
+    case Property::DescriptorUuid:
+      return uuid(descriptor());
+    case Property::ServerId:
+      return Computed(std::string(parts_.connection.CurrentServerId().View()));
+    case Property::ServerName:
+      return Computed(parts_.connection.ServerName());
+    case Property::Service:
+      return Computed(parts_.selection.ServiceId());
+    case Property::ServiceDescription:
+      return name(service());
+    case Property::ServiceId:
+      return id(service());
+    case Property::ServiceIncludedSvcIds:
+      return Computed(parts_.tree.IncludedIds(*service()));
+    case Property::ServiceParentSvcIds:
+      return Computed(parts_.tree.ParentIds(*service()));
+    case Property::ServiceUuid:
+      return uuid(service());
+    default:
+      return {};
+  }
+}
+
+ErrorCode PropertyTable::ReadBytes(Property property, std::int32_t index, platform::Bytes& value) {
+  if (property == Property::CharacteristicCachedValue) {
+    const CharacteristicPtr entry = parts_.selection.CharacteristicAt(index);
+    if (!entry->platform) return error::kSuccess;
+    return parts_.reader.ReadCharacteristicValue(*entry, BluetoothCacheMode::Cached, value);
+  }
+  const DescriptorPtr entry = parts_.selection.DescriptorAt(index);
+  if (!entry->platform) return error::kSuccess;
+  return parts_.reader.ReadDescriptorValue(*entry, BluetoothCacheMode::Cached, value);
+}
+
+ErrorCode PropertyTable::Set(std::int32_t propertyId, std::int32_t index, std::intptr_t value) {
+  const auto [number, form] = DecodePropertyNumber(propertyId);
+  const PropertyInfo* info = FindProperty(number);
+  if (info == nullptr || info->access != PropertyAccess::ReadWrite) return error::kUnknown;
+  const ErrorCode badIndex = IndexCheck(info->collection, index);
+  if (badIndex != error::kSuccess) return badIndex;
+  return parts_.errors.Finish(RunToCode(
+      parts_.errors, parts_.wait, [&, form = form] { return Write(*info, index, value, form); }));
+}
+
+ErrorCode PropertyTable::Write(const PropertyInfo& info, std::int32_t index, std::intptr_t value,
+                               TextForm form) {
+  if (info.type != PropertyType::Text) {
+    return WriteInteger(info.id, index, static_cast<std::int32_t>(value));
+  }
+  std::string text;
+  if (value != 0 && form == TextForm::Wide) {
+    const ErrorCode code = parts_.codec.ToNarrow(reinterpret_cast<const char16_t*>(value), text);
+    if (code != error::kSuccess) return code;
+  } else if (value != 0) {
+    text = reinterpret_cast<const char*>(value);
+  }
+  return WriteText(info.id, index, text);
+}
+
+ErrorCode PropertyTable::WriteInteger(Property property, std::int32_t index, std::int32_t value) {
+  switch (property) {
+    case Property::ActiveScanning:
+      return parts_.scanner.SetActiveScanning(value);
+    case Property::CharacteristicCount:
+      parts_.selection.SetCharacteristicCount(value);
+      return error::kSuccess;
+    case Property::CharacteristicSubscribed: {
+      const ExposedCharacteristic shown = parts_.selection.ExposedAt(index);
+      return parts_.subscriptions.SetSubscription(shown.entry, *shown.state, value != 0);
+    }
+    case Property::CharacteristicValueFormatIndex:
+      return parts_.fields.SetValueFormatIndex(parts_.selection.ExposedAt(index), value);
+    case Property::Timeout:
+      parts_.timeoutSeconds = std::max(value, 0);
+      return error::kSuccess;
+    default:
+      return error::kUnknown;
+  }
+}
+
+ErrorCode PropertyTable::WriteText(Property property, std::int32_t index,
+                                   const std::string& value) {
+  switch (property) {
+    case Property::Characteristic:
+      return parts_.selection.SelectCharacteristic(value);
+    case Property::CharacteristicUserDescription:
+      return parts_.fields.SetUserDescription(parts_.selection.ExposedAt(index), value);
+    case Property::Service:
+      return parts_.selection.SelectService(value);
+    default:
+      return error::kUnknown;
+  }
+}
+
+ErrorCode PropertyTable::CheckIndex(std::int32_t propertyId, std::int32_t index) {
+  const PropertyInfo* info = FindProperty(propertyId);
+  if (info == nullptr || IndexCheck(info->collection, index) == error::kSuccess) {
+    return error::kSuccess;
+  }
+  return error::kIndexOutOfRange;
+}
+
+ErrorCode PropertyTable::IndexCheck(Collection collection, std::int32_t index) {
+  const auto check = [&](std::int64_t count, const Failure& failure) {
+    return index >= 0 && index < count ? error::kSuccess : parts_.errors.Raise(failure);
+  };
+  switch (collection) {
+    case Collection::None:
+      break;
+    case Collection::Services:
+      return check(static_cast<std::int64_t>(parts_.tree.ServiceCount()),
+                   failure::kInvalidServiceIndex);
+    case Collection::Characteristics:
+      return check(parts_.selection.CharacteristicCount(), failure::kInvalidCharacteristicIndex);
+    case Collection::Descriptors:
+      return check(parts_.selection.DescriptorCount(), failure::kInvalidDescriptorIndex);
+  }
+  return error::kSuccess;
+}
+
+}  // namespace corvaneble

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "frame/ErrorState.h"
+#include "frame/TextCodec.h"
+#include "frame/tables/HostNumber.h"
+#include "frame/tables/PropertyInfo.h"
+#include "frame/tables/ReturnSlots.h"
+#include "gatt/GattObjectTree.h"
+#include "gatt/Selection.h"
+#include "procedures/CharacteristicFields.h"
+#include "procedures/Reader.h"
+#include "procedures/Subscriptions.h"
+#include "radio/AsyncWait.h"
+#include "radio/Connection.h"
+#include "radio/Scanner.h"
+
+namespace corvaneble {
+
+/// The host's numbered properties: decodes the number, checks the index, reads or writes the part
+/// that owns the value, and gives texts the form that the number asks for. Any thread.
+class PropertyTable {
+ public:
+  struct Parts {
+    ErrorState& errors;
+    const TextCodec& codec;
+    ReturnSlots& slots;
+    AsyncWait& wait;
+    Scanner& scanner;
+    Connection& connection;
+    GattObjectTree& tree;
+    Selection& selection;
+    CharacteristicFields& fields;
+    Reader& reader;
+    Subscriptions& subscriptions;
+    std::atomic<std::int32_t>& timeoutSeconds;
+  };
+
+  explicit PropertyTable(const Parts& parts) : parts_(parts) {}
+
+  /// The value itself or a pointer to it; 0 for a number without a property and for an integer that
+  /// cannot be had, an empty text for a text. `length`, if not null, receives the size of bytes.
+  std::intptr_t Get(std::int32_t propertyId, std::int32_t index, std::int32_t* length);
+
+  /// Writes a property; -1, with nothing changed, for a number without a writable one.
+  ErrorCode Set(std::int32_t propertyId, std::int32_t index, std::intptr_t value);
+
+  /// 0, or 280 after storing the collection's message.
+  ErrorCode CheckIndex(std::int32_t propertyId, std::int32_t index);
+
+ private:
+  /// A text that is read: one that a record holds, kept alive by `record`, or a computed one.
+  struct TextValue {
+    const char* text = "";
+    std::shared_ptr<const void> record;
+    std::string computed;
+    bool isComputed = false;
+  };
+
+  static TextValue Computed(std::string text) { return {"", nullptr, std::move(text), true}; }
+
+  [[nodiscard]] ErrorCode IndexCheck(Collection collection, std::int32_t index);
+
+  std::int32_t ReadInteger(Property property, std::int32_t index);
+  TextValue ReadText(Property property, std::int32_t index);
+  ErrorCode ReadBytes(Property property, std::int32_t index, platform::Bytes& value);
+
+  std::intptr_t GetText(Property property, std::int32_t index, TextForm form);
+  std::intptr_t GetBytes(Property property, std::int32_t index, TextForm form,
+                         std::int32_t* length);
+
+  ErrorCode Write(const PropertyInfo& info, std::int32_t index, std::intptr_t value, TextForm form);
+  ErrorCode WriteInteger(Property property, std::int32_t index, std::int32_t value);
+  ErrorCode WriteText(Property property, std::int32_t index, const std::string& value);
+
+  Parts parts_;
+};
+
+}  // namespace corvaneble

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "frame/tables/PropertyInfo.h"
+#include "platform/Bytes.h"
+
+namespace corvaneble {
+
+/// What a returned pointer points into, kept until the same thread asks for the same value again.
+struct ReturnSlot {
+  std::string narrow;
+  std::u16string wide;
+  platform::Bytes bytes;               ///< with a 0 byte behind the value's last one
+  std::shared_ptr<const void> record;  ///< keeps a record whose own text was returned
+};
+
+/// The slots of an instance. Every thread has its own, since the host may ask from inside a
+/// callback on a platform thread while its own thread uses what it was given.
+class ReturnSlots {
+ public:
+  /// The slot of a property for the calling thread, which alone may use it.
+  ReturnSlot& OfProperty(Property property) { return Mine(static_cast<std::size_t>(property) - 1); }
+
+  /// The slots of everything else that hands out pointers.
+  ReturnSlot& OfConfig() { return Mine(kConfig); }
+  ReturnSlot& OfReadValue() { return Mine(kReadValue); }
+  ReturnSlot& OfLastError() { return Mine(kLastError); }
+  ReturnSlot& OfEventError() { return Mine(kEventError); }
+
+ private:
+  enum : std::size_t {
+    kConfig = kPropertyTable.size(),
+    kReadValue,
+    kLastError,
+    kEventError,
+    kCount
+  };
+  using Slots = std::array<ReturnSlot, kCount>;
+
+  ReturnSlot& Mine(std::size_t slot);
+
+  std::mutex mutex_;  // guards the list; the slots belong to their threads
+  std::vector<std::pair<std::thread::id, std::unique_ptr<Slots>>> threads_;
+};
+
+}  // namespace corvaneble
