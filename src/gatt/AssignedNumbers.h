@@ -1,0 +1,14 @@
+#pragma once
+
+#include "gatt/Uuid.h"
+
+namespace corvaneble {
+
+/// The assigned-number name of a UUID (Assigned Numbers, GATT services, characteristics and
+/// descriptors); empty when the UUID is not in the table or not on the Bluetooth base UUID. The
+/// texts are static.
+const char* ServiceName(const Uuid& uuid);
+const char* CharacteristicName(const Uuid& uuid);
+const char* DescriptorName(const Uuid& uuid);
+
+}  // namespace corvaneble

@@ -1,0 +1,221 @@
+#include "gatt/GattObjectTree.h"
+
+#include <algorithm>
+
+#include "frame/Text.h"
+
+namespace corvaneble {
+namespace {
+
+template <class Entry>
+std::shared_ptr<Entry> Find(const std::unordered_map<GattId::Key, std::shared_ptr<Entry>>& index,
+                            const std::optional<GattId>& id) {
+  if (!id) return nullptr;
+  const auto found = index.find(id->ToKey());
+  return found != index.end() ? found->second : nullptr;
+}
+
+template <class Entry>
+std::shared_ptr<Entry> At(const std::vector<std::shared_ptr<Entry>>& list, std::size_t position) {
+  return position < list.size() ? list[position] : nullptr;
+}
+
+void AddUnlessPresent(std::vector<GattId>& list, const GattId& id) {
+  if (std::find(list.begin(), list.end(), id) == list.end()) list.push_back(id);
+}
+
+std::string Join(const std::vector<GattId>& ids) {
+  std::string text;
+  for (const GattId& id : ids) {
+    if (!text.empty()) text += ',';
+    text += id.View();
+  }
+  return text;
+}
+
+}  // namespace
+
+ErrorCode GattObjectTree::MakeGattId(std::uint16_t service, std::uint16_t characteristic,
+                                     std::uint16_t descriptor, GattId& id) {
+  if (service == 0) return errors_.Raise(failure::kZeroServiceHandle);
+  if (characteristic == 0 && descriptor != 0) {
+    return errors_.Raise(failure::kZeroCharacteristicHandle);
+  }
+  id = GattId(service, characteristic, descriptor);
+  return error::kSuccess;
+}
+
+std::pair<ServicePtr, bool> GattObjectTree::AddService(
+    std::shared_ptr<platform::GattDeviceService> object, const GattId& id) {
+  auto entry = std::make_shared<ServiceEntry>(std::move(object), id);
+  const std::lock_guard lock(mutex_);
+  const auto [position, isNew] = lists_.serviceIndex.try_emplace(id.ToKey(), entry);
+  if (isNew) lists_.services.push_back(std::move(entry));
+  return {position->second, isNew};
+}
+
+std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
+    std::shared_ptr<platform::GattCharacteristic> object, const ServicePtr& service,
+    const GattId& id) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (auto known = Find(lists_.characteristicIndex, id)) return {std::move(known), false};
+  }
+  auto entry = std::make_shared<CharacteristicEntry>(std::move(object), id);
+  entry->valueChanged = entry->platform->OnValueChanged(valueChanged_);
+  const std::lock_guard lock(mutex_);
+  if (Find(lists_.serviceIndex, service->id) != service) return {std::move(entry), true};
+  const auto [position, isNew] = lists_.characteristicIndex.try_emplace(id.ToKey(), entry);
+  if (isNew) {
+    service->characteristics.push_back(entry);
+    lists_.objectIndex.try_emplace(entry->platform.get(), entry.get());
+  }
+  return {position->second, isNew};
+}
+
+std::pair<DescriptorPtr, bool> GattObjectTree::AddDescriptor(
+    std::shared_ptr<platform::GattDescriptor> object, const CharacteristicPtr& characteristic,
+    const GattId& id) {
+  auto entry = std::make_shared<DescriptorEntry>(std::move(object), id);
+  const std::lock_guard lock(mutex_);
+  if (Find(lists_.characteristicIndex, characteristic->id) != characteristic) {
+    return {std::move(entry), true};
+  }
+  const auto [position, isNew] = lists_.descriptorIndex.try_emplace(id.ToKey(), entry);
+  if (isNew) characteristic->descriptors.push_back(std::move(entry));
+  return {position->second, isNew};
+}
+
+void GattObjectTree::Link(const ServicePtr& child, const ServicePtr& parent) {
+  const std::lock_guard lock(mutex_);
+  AddUnlessPresent(child->parentIds, parent->id);
+  AddUnlessPresent(parent->includedIds, child->id);
+}
+
+ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
+  {
+    const std::lock_guard lock(mutex_);
+    if (auto found = Find(lists_.serviceIndex, GattId::Parse(serviceId))) return found;
+  }
+  errors_.SetLastText(
+      Concat("No service with the ID ", Quoted{serviceId}, " has been discovered."));
+  return nullptr;
+}
+
+CharacteristicPtr GattObjectTree::FindCharacteristic(std::string_view serviceId,
+                                                     std::string_view characteristicId) const {
+  const auto service = GattId::Parse(serviceId);
+  const auto id = GattId::Parse(characteristicId);
+  if (service && id && id->ServiceIdOf() == *service) {
+    const std::lock_guard lock(mutex_);
+    if (auto found = Find(lists_.characteristicIndex, id)) return found;
+  }
+  SetNoCharacteristicText(serviceId, characteristicId);
+  return nullptr;
+}
+
+DescriptorPtr GattObjectTree::FindDescriptor(std::string_view characteristicId,
+                                             std::string_view descriptorId) const {
+  const auto characteristic = GattId::Parse(characteristicId);
+  const auto id = GattId::Parse(descriptorId);
+  if (characteristic && id && id->CharacteristicIdOf() == *characteristic) {
+    const std::lock_guard lock(mutex_);
+    if (auto found = Find(lists_.descriptorIndex, id)) return found;
+  }
+  errors_.SetLastText(Concat("No descriptor with the ID ", Quoted{descriptorId},
+                             " has been discovered for the characteristic with ID ",
+                             Quoted{characteristicId}, "."));
+  return nullptr;
+}
+
+ErrorCode GattObjectTree::RequireCharacteristic(std::string_view serviceId,
+                                                std::string_view characteristicId) const {
+  {
+    const std::lock_guard lock(mutex_);
+    if (Find(lists_.characteristicIndex, GattId::Parse(characteristicId))) return error::kSuccess;
+  }
+  SetNoCharacteristicText(serviceId, characteristicId);
+  return error::kNotDiscovered;
+}
+
+void GattObjectTree::SetNoCharacteristicText(std::string_view serviceId,
+                                             std::string_view characteristicId) const {
+  errors_.SetLastText(Concat("No characteristic with the ID ", Quoted{characteristicId},
+                             " has been discovered for the service with ID ", Quoted{serviceId},
+                             "."));
+}
+
+CharacteristicPtr GattObjectTree::FindCharacteristicByObject(
+    const platform::GattCharacteristic& object) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = lists_.objectIndex.find(&object);
+  if (found == lists_.objectIndex.end()) return nullptr;
+  return Find(lists_.characteristicIndex, found->second->id);
+}
+
+std::vector<ServicePtr> GattObjectTree::Services() const {
+  const std::lock_guard lock(mutex_);
+  return lists_.services;
+}
+
+std::vector<CharacteristicPtr> GattObjectTree::CharacteristicsOf(
+    const ServiceEntry& service) const {
+  const std::lock_guard lock(mutex_);
+  return service.characteristics;
+}
+
+std::vector<DescriptorPtr> GattObjectTree::DescriptorsOf(
+    const CharacteristicEntry& characteristic) const {
+  const std::lock_guard lock(mutex_);
+  return characteristic.descriptors;
+}
+
+std::size_t GattObjectTree::ServiceCount() const {
+  const std::lock_guard lock(mutex_);
+  return lists_.services.size();
+}
+
+std::size_t GattObjectTree::CharacteristicCount(const ServiceEntry& service) const {
+  const std::lock_guard lock(mutex_);
+  return service.characteristics.size();
+}
+
+std::size_t GattObjectTree::DescriptorCount(const CharacteristicEntry& characteristic) const {
+  const std::lock_guard lock(mutex_);
+  return characteristic.descriptors.size();
+}
+
+ServicePtr GattObjectTree::ServiceAt(std::size_t index) const {
+  const std::lock_guard lock(mutex_);
+  return At(lists_.services, index);
+}
+
+CharacteristicPtr GattObjectTree::CharacteristicAt(const ServiceEntry& service,
+                                                   std::size_t index) const {
+  const std::lock_guard lock(mutex_);
+  return At(service.characteristics, index);
+}
+
+DescriptorPtr GattObjectTree::DescriptorAt(const CharacteristicEntry& characteristic,
+                                           std::size_t index) const {
+  const std::lock_guard lock(mutex_);
+  return At(characteristic.descriptors, index);
+}
+
+std::string GattObjectTree::ParentIds(const ServiceEntry& service) const {
+  const std::lock_guard lock(mutex_);
+  return Join(service.parentIds);
+}
+
+std::string GattObjectTree::IncludedIds(const ServiceEntry& service) const {
+  const std::lock_guard lock(mutex_);
+  return Join(service.includedIds);
+}
+
+void GattObjectTree::Clear() {
+  Lists retired;  // released after the lock: records own platform objects and event tokens
+  const std::lock_guard lock(mutex_);
+  std::swap(lists_, retired);
+}
+
+}  // namespace corvaneble

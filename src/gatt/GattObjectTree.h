@@ -1,0 +1,103 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "frame/ErrorState.h"
+#include "gatt/GattEntries.h"
+#include "gatt/GattId.h"
+
+namespace corvaneble {
+
+/// What has been discovered on the connected server. Records are only ever added, in discovery
+/// order, until `Clear`; finding one costs the same however many there are.
+///
+/// Any thread. One mutex guards the lists and indexes; no platform call, event or log line happens
+/// under it. Records are shared: one that was handed out stays whole after a `Clear`.
+class GattObjectTree {
+ public:
+  using ValueChanged = platform::GattCharacteristic::ValueChanged;
+
+  /// `valueChanged` is registered on every characteristic for as long as its record lives.
+  GattObjectTree(ErrorState& errors, ValueChanged::Handler valueChanged)
+      : errors_(errors), valueChanged_(std::move(valueChanged)) {}
+
+  /// Builds an id from attribute handles; a zero handle above a non-zero one fails with 202.
+  [[nodiscard]] ErrorCode MakeGattId(std::uint16_t service, std::uint16_t characteristic,
+                                     std::uint16_t descriptor, GattId& id);
+
+  /// Find the record with the id, or store a new one; the second value tells whether it is new. A
+  /// record found is not replaced. A new record whose owner has left the tree in the meantime (the
+  /// host disconnected from inside an event) is returned but not stored.
+  std::pair<ServicePtr, bool> AddService(std::shared_ptr<platform::GattDeviceService> object,
+                                         const GattId& id);
+  std::pair<CharacteristicPtr, bool> AddCharacteristic(
+      std::shared_ptr<platform::GattCharacteristic> object, const ServicePtr& service,
+      const GattId& id);
+  std::pair<DescriptorPtr, bool> AddDescriptor(std::shared_ptr<platform::GattDescriptor> object,
+                                               const CharacteristicPtr& characteristic,
+                                               const GattId& id);
+
+  /// Notes on both records that `parent` includes `child`.
+  void Link(const ServicePtr& child, const ServicePtr& parent);
+
+  /// The record with an id of either letter case; null after storing the message of 601.
+  ServicePtr FindService(std::string_view serviceId) const;
+  CharacteristicPtr FindCharacteristic(std::string_view serviceId,
+                                       std::string_view characteristicId) const;
+  DescriptorPtr FindDescriptor(std::string_view characteristicId,
+                               std::string_view descriptorId) const;
+
+  /// 0 when the id names a characteristic of any service, else 601 with the message for
+  /// `serviceId`.
+  [[nodiscard]] ErrorCode RequireCharacteristic(std::string_view serviceId,
+                                                std::string_view characteristicId) const;
+
+  /// The record of a platform object; null when there is none, without a message.
+  CharacteristicPtr FindCharacteristicByObject(const platform::GattCharacteristic& object) const;
+
+  /// Snapshots in discovery order.
+  std::vector<ServicePtr> Services() const;
+  std::vector<CharacteristicPtr> CharacteristicsOf(const ServiceEntry& service) const;
+  std::vector<DescriptorPtr> DescriptorsOf(const CharacteristicEntry& characteristic) const;
+
+  std::size_t ServiceCount() const;
+  std::size_t CharacteristicCount(const ServiceEntry& service) const;
+  std::size_t DescriptorCount(const CharacteristicEntry& characteristic) const;
+
+  /// The record at a position of a list; null past its end.
+  ServicePtr ServiceAt(std::size_t index) const;
+  CharacteristicPtr CharacteristicAt(const ServiceEntry& service, std::size_t index) const;
+  DescriptorPtr DescriptorAt(const CharacteristicEntry& characteristic, std::size_t index) const;
+
+  /// The ids joined with ",".
+  std::string ParentIds(const ServiceEntry& service) const;
+  std::string IncludedIds(const ServiceEntry& service) const;
+
+  void Clear();
+
+ private:
+  void SetNoCharacteristicText(std::string_view serviceId, std::string_view characteristicId) const;
+
+  template <class Entry>
+  using Index = std::unordered_map<GattId::Key, std::shared_ptr<Entry>>;
+
+  struct Lists {
+    std::vector<ServicePtr> services;
+    Index<ServiceEntry> serviceIndex;
+    Index<CharacteristicEntry> characteristicIndex;
+    Index<DescriptorEntry> descriptorIndex;
+    std::unordered_map<const platform::GattCharacteristic*, CharacteristicEntry*> objectIndex;
+  };
+
+  ErrorState& errors_;
+  const ValueChanged::Handler valueChanged_;
+  mutable std::mutex mutex_;  // guards lists_ and the lists inside the records
+  Lists lists_;
+};
+
+}  // namespace corvaneble

@@ -1,0 +1,130 @@
+#include "gatt/Selection.h"
+
+#include <algorithm>
+
+#include "frame/Text.h"
+
+namespace corvaneble {
+
+ErrorCode Selection::SelectService(std::string_view serviceId) {
+  {
+    const std::lock_guard lock(mutex_);
+    characteristicId_.clear();
+    descriptors_ = {};
+    if (serviceId.empty()) {
+      serviceId_.clear();
+      characteristics_ = {};
+      states_.clear();
+      return error::kSuccess;
+    }
+  }
+  const ServicePtr service = tree_.FindService(serviceId);
+  if (!service) return error::kNotDiscovered;
+  ExposeCharacteristics(service);
+  const std::lock_guard lock(mutex_);
+  serviceId_ = serviceId;
+  return error::kSuccess;
+}
+
+ErrorCode Selection::SelectCharacteristic(std::string_view characteristicId) {
+  const std::string serviceId = ServiceId();
+  if (characteristicId.empty()) {
+    const std::lock_guard lock(mutex_);
+    characteristicId_.clear();
+    descriptors_ = {};
+    return error::kSuccess;
+  }
+  if (serviceId.empty()) return errors_.Raise(failure::kNoServiceSelected);
+  const CharacteristicPtr characteristic = tree_.FindCharacteristic(serviceId, characteristicId);
+  if (!characteristic) return error::kNotDiscovered;
+  ExposeDescriptors(characteristic);
+  const std::lock_guard lock(mutex_);
+  characteristicId_ = characteristicId;
+  return error::kSuccess;
+}
+
+ErrorCode Selection::Select(std::string_view serviceId, std::string_view characteristicId) {
+  if (serviceId.empty() && !characteristicId.empty()) return errors_.Raise(failure::kNoServiceId);
+  const bool keepsService = !characteristicId.empty() && EqualsIgnoringCase(serviceId, ServiceId());
+  if (!keepsService) {
+    if (const ErrorCode code = SelectService(serviceId); code != error::kSuccess) return code;
+  }
+  return characteristicId.empty() ? error::kSuccess : SelectCharacteristic(characteristicId);
+}
+
+std::string Selection::ServiceId() const {
+  const std::lock_guard lock(mutex_);
+  return serviceId_;
+}
+
+std::string Selection::CharacteristicId() const {
+  const std::lock_guard lock(mutex_);
+  return characteristicId_;
+}
+
+void Selection::ExposeCharacteristics(const ServicePtr& service) {
+  const auto count = static_cast<std::int32_t>(tree_.CharacteristicCount(*service));
+  const std::lock_guard lock(mutex_);
+  characteristics_ = {service, count, count};
+  states_.clear();
+}
+
+void Selection::ExposeDescriptors(const CharacteristicPtr& characteristic) {
+  const auto count = static_cast<std::int32_t>(tree_.DescriptorCount(*characteristic));
+  const std::lock_guard lock(mutex_);
+  descriptors_ = {characteristic, count, count};
+}
+
+std::int32_t Selection::CharacteristicCount() const {
+  const std::lock_guard lock(mutex_);
+  return characteristics_.count;
+}
+
+std::int32_t Selection::DescriptorCount() const {
+  const std::lock_guard lock(mutex_);
+  return descriptors_.count;
+}
+
+void Selection::SetCharacteristicCount(std::int32_t count) {
+  const std::lock_guard lock(mutex_);
+  characteristics_.count = std::max(count, 0);
+  characteristics_.shown = std::min(characteristics_.shown, characteristics_.count);
+  std::erase_if(states_, [&](const auto& slot) { return slot.first >= characteristics_.shown; });
+}
+
+CharacteristicPtr Selection::CharacteristicIn(std::int32_t index) const {
+  static const auto empty = std::make_shared<CharacteristicEntry>();
+  if (index >= characteristics_.shown) return empty;
+  return tree_.CharacteristicAt(*characteristics_.owner, static_cast<std::size_t>(index));
+}
+
+CharacteristicPtr Selection::CharacteristicAt(std::int32_t index) const {
+  const std::lock_guard lock(mutex_);
+  return CharacteristicIn(index);
+}
+
+ExposedCharacteristic Selection::ExposedAt(std::int32_t index) {
+  const std::lock_guard lock(mutex_);
+  CharacteristicPtr entry = CharacteristicIn(index);
+  std::shared_ptr<CharacteristicState>& state = states_[index];
+  if (!state) state = std::make_shared<CharacteristicState>(entry->state);
+  return {std::move(entry), state};
+}
+
+DescriptorPtr Selection::DescriptorAt(std::int32_t index) const {
+  static const auto empty = std::make_shared<DescriptorEntry>();
+  const std::lock_guard lock(mutex_);
+  if (index >= descriptors_.shown) return empty;
+  return tree_.DescriptorAt(*descriptors_.owner, static_cast<std::size_t>(index));
+}
+
+void Selection::Clear() {
+  const std::lock_guard lock(mutex_);
+  serviceId_.clear();
+  characteristicId_.clear();
+  characteristics_ = {};
+  descriptors_ = {};
+  states_.clear();
+}
+
+}  // namespace corvaneble
