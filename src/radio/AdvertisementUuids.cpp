@@ -1,0 +1,94 @@
+#include "radio/AdvertisementUuids.h"
+
+#include <algorithm>
+#include <array>
+
+#include "frame/Text.h"
+
+namespace corvaneble {
+namespace {
+
+namespace data_type = platform::advertisement_data_type;
+
+/// A kind of section whose contents begin with, or consist of, UUIDs of one width in bytes.
+struct UuidSection {
+  std::uint8_t dataType;
+  std::size_t width;
+};
+
+constexpr std::array<UuidSection, 3> kServiceData{{
+    {data_type::kServiceData128BitUuids, 16},
+    {data_type::kServiceData32BitUuids, 4},
+    {data_type::kServiceData16BitUuids, 2},
+}};
+
+constexpr std::array<UuidSection, 3> kSolicitation{{
+    {data_type::kServiceSolicitation128BitUuids, 16},
+    {data_type::kServiceSolicitation32BitUuids, 4},
+    {data_type::kServiceSolicitation16BitUuids, 2},
+}};
+
+/// Calls `take(data, width)` for every section of the kinds, kind by kind, until one answers a
+/// failure; returns that.
+template <class Take>
+ErrorCode ForEachSection(const platform::BluetoothLEAdvertisement& advertisement,
+                         const std::array<UuidSection, 3>& kinds, Take take) {
+  for (const UuidSection& kind : kinds) {
+    for (const auto& section : advertisement.DataSections()) {
+      if (section.dataType != kind.dataType) continue;
+      const ErrorCode code = take(section.data, kind.width);
+      if (code != error::kSuccess) return code;
+    }
+  }
+  return error::kSuccess;
+}
+
+}  // namespace
+
+std::optional<Uuid> UuidFromAdvertisementBytes(platform::ByteView bytes) {
+  return Uuid::FromLittleEndian(bytes);
+}
+
+ErrorCode ServiceDataUuids(const platform::BluetoothLEAdvertisement& advertisement,
+                           std::vector<Uuid>& uuids, std::vector<platform::ByteView>& values,
+                           std::string& text, ErrorState& errors) {
+  uuids.clear();
+  values.clear();
+  text.clear();
+  const auto take = [&](platform::ByteView data, std::size_t width) {
+    if (data.size() < width) {
+      return errors.Raise(error::kInvalidArgument,
+                          Concat("Expected byte[] length to be at least ", width,
+                                 ", but instead is ", data.size(), "."));
+    }
+    uuids.push_back(*UuidFromAdvertisementBytes(data.first(width)));
+    values.push_back(data.subspan(width));
+    return error::kSuccess;
+  };
+  const ErrorCode code = ForEachSection(advertisement, kServiceData, take);
+  if (code == error::kSuccess) JoinUuids(uuids, text);
+  return code;
+}
+
+ErrorCode SolicitedUuids(const platform::BluetoothLEAdvertisement& advertisement,
+                         std::vector<Uuid>& uuids, std::string& text, ErrorState& errors) {
+  uuids.clear();
+  text.clear();
+  const auto take = [&](platform::ByteView data, std::size_t width) {
+    if (data.size() % width != 0) {
+      return errors.Raise(error::kInvalidArgument,
+                          Concat("Expected byte[] length to be a multiple of ", width,
+                                 ", but instead is ", data.size(), "."));
+    }
+    for (; !data.empty(); data = data.subspan(width)) {
+      const Uuid uuid = *UuidFromAdvertisementBytes(data.first(width));
+      if (std::find(uuids.begin(), uuids.end(), uuid) == uuids.end()) uuids.push_back(uuid);
+    }
+    return error::kSuccess;
+  };
+  const ErrorCode code = ForEachSection(advertisement, kSolicitation, take);
+  if (code == error::kSuccess) JoinUuids(uuids, text);
+  return code;
+}
+
+}  // namespace corvaneble

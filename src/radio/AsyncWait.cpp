@@ -1,0 +1,52 @@
+#include "radio/AsyncWait.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "frame/Text.h"
+
+namespace corvaneble {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// How long a step may sleep where threads have message queues.
+constexpr milliseconds kPumpWait{20};
+
+/// How long a step may sleep where nothing but the signal can end it.
+constexpr milliseconds kLongestStep{60'000};
+
+}  // namespace
+
+bool AsyncWait::DoEvents(const platform::WakeSignal* signal) {
+  return radio_.pump->Step(kPumpWait, signal);
+}
+
+bool AsyncWait::WaitFor(const platform::WakeSignal& done) {
+  const std::int64_t limit = std::int64_t{timeoutSeconds_} * 1000;  // 0: no limit
+  const milliseconds longest = radio_.pump->HasMessageQueue() ? kPumpWait : kLongestStep;
+  const std::uint32_t begin = radio_.clock->TickCount();
+  milliseconds step = limit == 0 ? longest : std::min(longest, milliseconds(limit + 1));
+  while (!done.IsSet()) {
+    radio_.pump->Step(step, &done);
+    if (limit == 0 || done.IsSet()) continue;
+    const std::int64_t elapsed = radio_.clock->TickCount() - begin;  // right across a wrap
+    if (elapsed > limit) return false;
+    step = std::min(longest, milliseconds(limit + 1 - elapsed));
+  }
+  return true;
+}
+
+ErrorCode AsyncWait::Expire() {
+  errors_.SetLastCode(error::kTimeout);
+  return errors_.Raise(failure::kTimeout);
+}
+
+ErrorCode AsyncWait::Report(const platform::PlatformFailure& failure) {
+  return errors_.Raise(
+      error::kPlatformFailure,
+      Concat("Platform failure [0x", Hex{static_cast<std::uint32_t>(failure.Result())},
+             "]: ", std::string_view(failure.what())));
+}
+
+}  // namespace corvaneble

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "frame/ErrorState.h"
+#include "frame/Log.h"
+#include "frame/Settings.h"
+#include "frame/TextCodec.h"
+#include "platform/Radio.h"
+#include "radio/AsyncWait.h"
+#include "radio/BLEEvent.h"
+#include "radio/HeldAdvertisement.h"
+
+namespace corvaneble {
+
+/// Listens for advertisements and reports each one, at once, on the platform's thread.
+class Scanner {
+ public:
+  struct Parts {
+    ErrorState& errors;
+    Events& events;
+    Log& log;
+    const Settings& settings;
+    const TextCodec& codec;
+    const platform::OpenedRadio& radio;
+    const std::atomic<std::int32_t>& timeoutSeconds;
+    AsyncWait& wait;
+    std::shared_ptr<BLEEvent> bridge;
+  };
+
+  explicit Scanner(const Parts& parts) : parts_(parts) {}
+  ~Scanner();
+  Scanner(const Scanner&) = delete;
+  Scanner& operator=(const Scanner&) = delete;
+
+  /// Starts scanning for advertisers of all the listed services (a UUID list; empty: everything)
+  /// and waits `ScanStartedTimeout` seconds for the radio to listen. Does nothing while scanning.
+  [[nodiscard]] ErrorCode StartScanning(std::string_view serviceUuids);
+
+  /// Stops scanning and waits until the radio has stopped, at most `Timeout` seconds.
+  [[nodiscard]] ErrorCode StopScanning();
+
+  bool IsScanning() const;
+
+  std::int32_t ActiveScanning() const { return activeScanning_; }
+  /// Takes effect at the next start; 602 when it would change during a scan.
+  [[nodiscard]] ErrorCode SetActiveScanning(std::int32_t value);
+
+  /// The advertisement that the calling thread is reporting; null outside its Advertisement event
+  /// and on every other thread.
+  const HeldAdvertisement* CurrentAdvertisement() const;
+
+ private:
+  using WatcherPtr = std::shared_ptr<platform::BluetoothLEAdvertisementWatcher>;
+
+  [[nodiscard]] ErrorCode CheckAdapter();
+  WatcherPtr Watcher() const;
+  WatcherPtr EnsureWatcher();
+  bool WaitUntilStarted(const platform::BluetoothLEAdvertisementWatcher& watcher);
+
+  void OnReceived(const platform::BluetoothLEAdvertisementReceivedEventArgs& args);
+  void OnStopped(const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args);
+
+  std::unique_ptr<HeldAdvertisement> TakeIdle();
+  void PutBack(std::unique_ptr<HeldAdvertisement> held);
+
+  Parts parts_;
+  std::atomic<std::int32_t> activeScanning_{0};
+
+  mutable std::mutex mutex_;  // guards everything below
+  WatcherPtr watcher_;        // made by the first scan, reused by every later one
+  platform::EventToken received_;
+  platform::EventToken stopped_;
+  std::vector<std::pair<std::thread::id, const HeldAdvertisement*>> reporting_;
+  std::vector<std::unique_ptr<HeldAdvertisement>> idle_;
+};
+
+}  // namespace corvaneble
