@@ -1,0 +1,71 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "frame/ErrorState.h"
+#include "frame/Log.h"
+#include "frame/Settings.h"
+#include "gatt/GattObjectTree.h"
+#include "gatt/Selection.h"
+#include "procedures/GattCall.h"
+#include "radio/Connection.h"
+
+namespace corvaneble {
+
+/// Discovers the characteristics of a service and the descriptors of a characteristic, records them
+/// and announces them. Always asks the device, never a cache. Runs on the thread that calls a
+/// method; the first failure ends it and what was recorded before stays.
+class AttributeDiscovery {
+ public:
+  struct Parts {
+    ErrorState& errors;
+    Events& events;
+    Log& log;
+    const Settings& settings;
+    GattObjectTree& tree;
+    Selection& selection;
+    Connection& connection;
+    GattCall& gatt;
+  };
+
+  explicit AttributeDiscovery(const Parts& parts) : parts_(parts) {}
+
+  /// Methods 6 and 7.
+  [[nodiscard]] ErrorCode DiscoverCharacteristics(std::string_view serviceId,
+                                                  std::string_view characteristicUuids);
+  [[nodiscard]] ErrorCode DiscoverDescriptors(std::string_view serviceId,
+                                              std::string_view characteristicId);
+
+  /// The characteristics with the listed UUIDs, in the order of the list; all when it is empty.
+  [[nodiscard]] ErrorCode DiscoverCharacteristicsOf(const ServicePtr& service,
+                                                    const std::vector<Uuid>& filter);
+
+  [[nodiscard]] ErrorCode DiscoverDescriptorsOf(const ServicePtr& service,
+                                                const CharacteristicPtr& characteristic);
+
+  /// Makes sure that a kind of descriptor has been looked for: queries the device unless a record
+  /// with the UUID is there already.
+  [[nodiscard]] ErrorCode EnsureDescriptorDiscovered(const CharacteristicPtr& characteristic,
+                                                     const Uuid& uuid);
+
+ private:
+  using Characteristics = std::vector<std::shared_ptr<platform::GattCharacteristic>>;
+  using Descriptors = std::vector<std::shared_ptr<platform::GattDescriptor>>;
+
+  ErrorCode Collect(const ServiceEntry& service, const std::vector<Uuid>& filter,
+                    Characteristics& found);
+  ErrorCode RegisterCharacteristic(std::shared_ptr<platform::GattCharacteristic> object,
+                                   const ServicePtr& service);
+  ErrorCode RegisterDescriptor(std::shared_ptr<platform::GattDescriptor> object,
+                               const ServiceEntry& service,
+                               const CharacteristicPtr& characteristic);
+  ErrorCode RegisterDescriptors(const Descriptors& objects, const ServiceEntry& service,
+                                const CharacteristicPtr& characteristic);
+  ErrorCode DiscoverDescriptorsWithUuid(const ServiceEntry& service,
+                                        const CharacteristicPtr& characteristic, const Uuid& uuid);
+
+  Parts parts_;
+};
+
+}  // namespace corvaneble

@@ -1,0 +1,60 @@
+#include "procedures/CccdReconciler.h"
+
+#include "gatt/DescriptorUuids.h"
+
+namespace corvaneble {
+namespace {
+
+/// Bluetooth Core 5.4, Vol 3 Part G, 3.3.3.3: notifications or indications enabled.
+bool EnablesValues(platform::ByteView configuration) {
+  return !configuration.empty() && (configuration.front() & 0x03) != 0;
+}
+
+}  // namespace
+
+void UpdateSubscription(CharacteristicEntry& characteristic, bool subscribed) {
+  const auto next = subscribed ? SubscriptionState::Subscribed : SubscriptionState::Unsubscribed;
+  SubscriptionState known = characteristic.subscription;
+  while (known != SubscriptionState::Unknown &&
+         !characteristic.subscription.compare_exchange_weak(known, next)) {
+  }
+}
+
+ErrorCode CccdReconciler::AfterRead(const DescriptorEntry& descriptor, platform::ByteView value) {
+  return Reconcile(descriptor, value,
+                   {LogLevel::Detail, "Discovered that we are subscribed to characteristic ID ",
+                    "Discovered that we are unsubscribed from characteristic ID "});
+}
+
+ErrorCode CccdReconciler::AfterWrite(const DescriptorEntry& descriptor, platform::ByteView value) {
+  return Reconcile(descriptor, value,
+                   {LogLevel::Information, "Successfully subscribed to characteristic ID ",
+                    "Successfully unsubscribed from characteristic ID "});
+}
+
+ErrorCode CccdReconciler::Reconcile(const DescriptorEntry& descriptor, platform::ByteView value,
+                                    const Messages& messages) {
+  if (descriptor.uuid != descriptor_uuid::kClientCharacteristicConfiguration) {
+    return error::kSuccess;
+  }
+  const CharacteristicPtr characteristic = tree_.FindCharacteristic(
+      descriptor.id.ServiceIdOf().View(), descriptor.id.CharacteristicIdOf().View());
+  if (!characteristic) return error::kNotDiscovered;
+  const bool before = IsSubscribed(*characteristic);
+  const bool now = EnablesValues(value);
+  UpdateSubscription(*characteristic, now);
+  if (before == now) return error::kSuccess;
+
+  log_.Write(messages.level, log_type::kSubscriptions,
+             std::string_view(now ? messages.subscribed : messages.unsubscribed),
+             Quoted{characteristic->id.View()}, ".");
+  const CharacteristicNames event(*characteristic);
+  if (now) {
+    events_.FireSubscribed(event.names);
+  } else {
+    events_.FireUnsubscribed(event.names);
+  }
+  return error::kSuccess;
+}
+
+}  // namespace corvaneble

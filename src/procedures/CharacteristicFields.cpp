@@ -1,0 +1,111 @@
+#include "procedures/CharacteristicFields.h"
+
+#include "gatt/CharacteristicFlags.h"
+#include "gatt/DescriptorUuids.h"
+
+namespace corvaneble {
+namespace {
+
+/// Format types have the same numbers over the air and for the host, from boolean to struct
+/// (Assigned Numbers, 2.4.1); others are unknown.
+constexpr std::int32_t ValueFormatCode(std::uint8_t formatType) {
+  constexpr std::uint8_t kStruct = 0x1B;
+  return formatType <= kStruct ? formatType : 0;
+}
+
+}  // namespace
+
+void CharacteristicFields::Ensure(const CharacteristicPtr& entry, CharacteristicState& state,
+                                  std::uint8_t mark, std::initializer_list<Uuid> descriptors) {
+  if (state.Has(mark)) return;
+  for (const Uuid& uuid : descriptors) {
+    (void)parts_.attributes.EnsureDescriptorDiscovered(entry, uuid);
+  }
+  state.Mark(mark);
+}
+
+std::uint32_t CharacteristicFields::Flags(const CharacteristicPtr& entry,
+                                          CharacteristicState& state) {
+  if (!entry->platform) return state.flags;
+  Ensure(entry, state, lazy_mark::kExtendedPropertiesKnown,
+         {descriptor_uuid::kCharacteristicExtendedProperties});
+  if (!state.Has(lazy_mark::kFlagsComputed)) {
+    state.flags = FlagsFromProperties(entry->platform->CharacteristicProperties());
+    state.Mark(lazy_mark::kFlagsComputed);
+  }
+  return state.flags;
+}
+
+std::string CharacteristicFields::UserDescription(const ExposedCharacteristic& shown) {
+  if (!shown.entry->platform) return {};
+  Ensure(shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
+         {descriptor_uuid::kCharacteristicUserDescription});
+  return parts_.codec.ToSystemNarrow(shown.entry->platform->UserDescription());
+}
+
+ErrorCode CharacteristicFields::SetUserDescription(const ExposedCharacteristic& shown,
+                                                   std::string_view text) {
+  if ((Flags(shown.entry, *shown.state) & characteristic_flag::kWritableAuxiliaries) == 0) {
+    return parts_.errors.Raise(failure::kNotWritableAuxiliaries);
+  }
+  Ensure(shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
+         {descriptor_uuid::kCharacteristicUserDescription});
+  return parts_.writer.WriteUserDescription(*shown.entry, text);
+}
+
+CharacteristicFields::Formats CharacteristicFields::ValueFormats(
+    const ExposedCharacteristic& shown) {
+  if (!shown.entry->platform) return {};
+  Ensure(shown.entry, *shown.state, lazy_mark::kFormatsKnown,
+         {descriptor_uuid::kCharacteristicAggregateFormat,
+          descriptor_uuid::kCharacteristicPresentationFormat});
+  Formats formats = shown.entry->platform->PresentationFormats();
+  if (!shown.state->Has(lazy_mark::kFormatIndexComputed)) {
+    shown.state->valueFormatIndex = formats.empty() ? -1 : 0;
+    shown.state->Mark(lazy_mark::kFormatIndexComputed);
+  }
+  return formats;
+}
+
+std::int32_t CharacteristicFields::ValueFormatCount(const ExposedCharacteristic& shown) {
+  return static_cast<std::int32_t>(ValueFormats(shown).size());
+}
+
+std::int32_t CharacteristicFields::ValueFormatIndex(const ExposedCharacteristic& shown) {
+  ValueFormats(shown);
+  return shown.state->valueFormatIndex;
+}
+
+ErrorCode CharacteristicFields::SetValueFormatIndex(const ExposedCharacteristic& shown,
+                                                    std::int32_t index) {
+  const std::int32_t count = ValueFormatCount(shown);
+  if (count == 0 && index == -1) return error::kSuccess;
+  if (index < 0 || index >= count) return parts_.errors.Raise(failure::kInvalidFormatIndex);
+  shown.state->valueFormatIndex = index;
+  return error::kSuccess;
+}
+
+std::optional<platform::GattPresentationFormat> CharacteristicFields::SelectedFormat(
+    const ExposedCharacteristic& shown) {
+  const Formats formats = ValueFormats(shown);
+  const std::int32_t index = shown.state->valueFormatIndex;
+  if (index < 0 || static_cast<std::size_t>(index) >= formats.size()) return std::nullopt;
+  return formats[static_cast<std::size_t>(index)];
+}
+
+std::int32_t CharacteristicFields::ValueExponent(const ExposedCharacteristic& shown) {
+  const auto format = SelectedFormat(shown);
+  return format ? format->exponent : 0;
+}
+
+std::int32_t CharacteristicFields::ValueFormat(const ExposedCharacteristic& shown) {
+  const auto format = SelectedFormat(shown);
+  return format ? ValueFormatCode(format->formatType) : 0;
+}
+
+std::string CharacteristicFields::ValueUnit(const ExposedCharacteristic& shown) {
+  const auto format = SelectedFormat(shown);
+  return format ? std::string(FormatUuid(UuidFromShort(format->unit)).View()) : std::string();
+}
+
+}  // namespace corvaneble

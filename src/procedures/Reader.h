@@ -1,0 +1,52 @@
+#pragma once
+
+#include <string>
+
+#include "frame/ErrorState.h"
+#include "frame/Log.h"
+#include "gatt/GattObjectTree.h"
+#include "platform/Bytes.h"
+#include "procedures/CccdReconciler.h"
+#include "procedures/GattCall.h"
+#include "radio/Connection.h"
+
+namespace corvaneble {
+
+/// Reads values from the server, or from the platform's cache. Runs on the thread that calls a
+/// method or reads a property. A read that fails leaves `value` as it was.
+class Reader {
+ public:
+  struct Parts {
+    ErrorState& errors;
+    Events& events;
+    Log& log;
+    GattObjectTree& tree;
+    Connection& connection;
+    GattCall& gatt;
+    CccdReconciler& reconciler;
+  };
+
+  explicit Reader(const Parts& parts) : parts_(parts) {}
+
+  /// Method 11. Reads from the device; the value is announced by the Value event before it is
+  /// returned. An empty descriptor id reads the characteristic.
+  [[nodiscard]] ErrorCode ReadValue(const std::string& serviceId,
+                                    const std::string& characteristicId,
+                                    const std::string& descriptorId, platform::Bytes& value);
+
+  [[nodiscard]] ErrorCode ReadCharacteristicValue(const CharacteristicEntry& characteristic,
+                                                  platform::BluetoothCacheMode mode,
+                                                  platform::Bytes& value);
+  [[nodiscard]] ErrorCode ReadDescriptorValue(const DescriptorEntry& descriptor,
+                                              platform::BluetoothCacheMode mode,
+                                              platform::Bytes& value);
+
+ private:
+  template <class Entry>
+  ErrorCode Read(const Entry& entry, const char* noun, platform::BluetoothCacheMode mode,
+                 platform::Bytes& value);
+
+  Parts parts_;
+};
+
+}  // namespace corvaneble

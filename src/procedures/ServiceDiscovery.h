@@ -1,0 +1,80 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+#include "frame/ErrorState.h"
+#include "frame/Log.h"
+#include "frame/Settings.h"
+#include "gatt/GattObjectTree.h"
+#include "procedures/AttributeDiscovery.h"
+#include "procedures/GattCall.h"
+#include "radio/Connection.h"
+
+namespace corvaneble {
+
+/// Discovers the services of the connected server and the services they include, depth first: a
+/// service is announced, then (if the settings ask for it) everything it includes, then its
+/// characteristics, before its next sibling. Runs on the thread that calls a method; the first
+/// failure ends it and what was recorded before stays.
+class ServiceDiscovery {
+ public:
+  struct Parts {
+    ErrorState& errors;
+    Events& events;
+    Log& log;
+    Settings& settings;
+    GattObjectTree& tree;
+    Connection& connection;
+    GattCall& gatt;
+    AttributeDiscovery& attributes;
+  };
+
+  explicit ServiceDiscovery(const Parts& parts) : parts_(parts) {}
+
+  /// Method 5. With `includedByServiceId` the services included by that one, else the root
+  /// services; and their characteristics, with descriptors if asked for.
+  [[nodiscard]] ErrorCode Discover(std::string_view serviceUuids,
+                                   std::string_view characteristicUuids, bool discoverDescriptors,
+                                   std::string_view includedByServiceId);
+
+  /// Method 8.
+  [[nodiscard]] ErrorCode DiscoverServices(std::string_view serviceUuids,
+                                           std::string_view includedByServiceId);
+
+ private:
+  using Services = std::vector<std::shared_ptr<platform::GattDeviceService>>;
+  using Operation = platform::AsyncOperationPtr<platform::GattDeviceServicesResult>;
+
+  /// One method call's way through the included services.
+  struct Walk {
+    Connection::DevicePtr device;
+    std::vector<GattId> inclusionPath;  ///< the services being descended into, outermost first
+    int descents = 0;
+  };
+
+  /// Where services are asked for: of the device, or included by a service.
+  struct Source {
+    const char* kind;  ///< "root" or "included", for the log
+    std::function<Operation()> all;
+    std::function<Operation(const Uuid&)> withUuid;
+  };
+
+  ErrorCode DiscoverFrom(Walk& walk, const std::vector<Uuid>& filter, const ServicePtr& parent,
+                         std::vector<ServicePtr>& discovered);
+  ErrorCode DiscoverRootServices(Walk& walk, const std::vector<Uuid>& filter,
+                                 std::vector<ServicePtr>& discovered);
+  ErrorCode DiscoverIncludedServices(Walk& walk, const std::vector<Uuid>& filter,
+                                     const ServicePtr& parent, std::vector<ServicePtr>& discovered);
+  ErrorCode Collect(const Source& source, const std::vector<Uuid>& filter, Services& found);
+  ErrorCode Register(Walk& walk, const Services& found, const ServicePtr& parent,
+                     std::vector<ServicePtr>& discovered);
+  ErrorCode RegisterService(Walk& walk, std::shared_ptr<platform::GattDeviceService> object,
+                            const ServicePtr& parent, ServicePtr& record);
+  ErrorCode Descend(Walk& walk, const ServiceEntry& parent);
+
+  Parts parts_;
+};
+
+}  // namespace corvaneble

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <string_view>
+
+#include "frame/ErrorState.h"
+#include "frame/Log.h"
+#include "frame/Settings.h"
+#include "gatt/GattObjectTree.h"
+#include "platform/Bytes.h"
+#include "procedures/AttributeDiscovery.h"
+#include "procedures/CccdReconciler.h"
+#include "procedures/CharacteristicFields.h"
+#include "procedures/GattCall.h"
+#include "radio/Connection.h"
+
+namespace corvaneble {
+
+/// Turns notifications and indications on and off, and reports the values that arrive. Methods and
+/// properties run on the host's thread, `OnValueChanged` on the platform's, at any time.
+class Subscriptions {
+ public:
+  struct Parts {
+    ErrorState& errors;
+    Events& events;
+    Log& log;
+    const Settings& settings;
+    GattObjectTree& tree;
+    Connection& connection;
+    GattCall& gatt;
+    AsyncWait& wait;
+    ResultReporter& reporter;
+    AttributeDiscovery& attributes;
+    CharacteristicFields& fields;
+  };
+
+  explicit Subscriptions(const Parts& parts) : parts_(parts) {}
+
+  /// Method 15.
+  [[nodiscard]] ErrorCode Subscribe(std::string_view serviceId, std::string_view characteristicId);
+
+  /// Method 16. Without a characteristic, every one of the service that can be subscribed; without
+  /// a service too, every one discovered. The first failure ends it.
+  [[nodiscard]] ErrorCode Unsubscribe(std::string_view serviceId,
+                                      std::string_view characteristicId);
+
+  /// The write side of `CharacteristicSubscribed`: nothing happens when the state is known to be
+  /// the wanted one. `state` is the record's own or an exposed copy's.
+  [[nodiscard]] ErrorCode SetSubscription(const CharacteristicPtr& characteristic,
+                                          CharacteristicState& state, bool subscribe);
+
+  /// The read side: asks the device the first time and remembers the answer. False, without
+  /// remembering it, when the device could not be asked.
+  bool QuerySubscribed(const CharacteristicPtr& characteristic, CharacteristicState& state);
+
+  /// The handler registered on every discovered characteristic.
+  void OnValueChanged(const platform::GattCharacteristic& sender, platform::ByteView value);
+
+ private:
+  ErrorCode UnsubscribeAll(const ServiceEntry& service);
+  ErrorCode EnsureCccd(const CharacteristicPtr& characteristic, CharacteristicState& state);
+
+  Parts parts_;
+};
+
+}  // namespace corvaneble
