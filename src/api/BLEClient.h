@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "api/BLEClientEngine.h"
+#include "corvaneble/corvaneble.h"
+#include "frame/CallGate.h"
+#include "frame/EventSink.h"
+
+namespace corvaneble {
+
+/// One instance: what a host's handle points to. It owns itself until the host destroys it, and
+/// lives on until the last call that was using it then has returned.
+class BLEClient final : public EventSink {
+ public:
+  /// An instance on a radio. Creations are serialised, process-wide.
+  static BLEClient* Create(CorvaneBLE_EventCallback callback, void* userData, bool unicodeEvents,
+                           platform::OpenedRadio radio);
+
+  /// A reference for the time of one call.
+  static std::shared_ptr<BLEClient> FromHandle(void* handle);
+
+  /// Ends the host's ownership. No callback runs after this returned, save the one it is called
+  /// from.
+  void Destroy();
+
+  BLEClientEngine& Engine() { return engine_; }
+
+  std::int32_t Fire(EventId event, std::span<const EventValue> values) override;
+
+  BLEClient(CorvaneBLE_EventCallback callback, void* userData, bool unicodeEvents,
+            platform::OpenedRadio radio);
+
+ private:
+  std::int32_t Invoke(const EventInfo& info, std::span<const EventValue> values);
+
+  const CorvaneBLE_EventCallback callback_;
+  void* const userData_;
+  const bool unicodeEvents_;
+  CallGate gate_;
+  std::shared_ptr<BLEClient> self_;
+  BLEClientEngine engine_;
+};
+
+}  // namespace corvaneble

@@ -1,0 +1,43 @@
+#include "api/BLEClientEngine.h"
+
+#include <utility>
+
+namespace corvaneble {
+
+BLEClientEngine::BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
+                                 const platform::TextConverter& converter)
+    : ComponentBase(sink, converter),
+      radio_(std::move(radio)),
+      tree_(errors_, ValueChangedHandler()),
+      scanner_(
+          {errors_, events_, log_, settings_, codec_, radio_, timeoutSeconds_, wait_, bridge_}),
+      connection_(
+          {errors_, events_, log_, codec_, radio_, wait_, scanner_, tree_, selection_, bridge_}),
+      attributes_({errors_, events_, log_, settings_, tree_, selection_, connection_, gatt_}),
+      services_({errors_, events_, log_, settings_, tree_, connection_, gatt_, attributes_}),
+      reader_({errors_, events_, log_, tree_, connection_, gatt_, reconciler_}),
+      writer_({errors_, events_, log_, tree_, connection_, gatt_, wait_, reporter_, reconciler_}),
+      fields_({errors_, codec_, attributes_, writer_}),
+      subscriptions_({errors_, events_, log_, settings_, tree_, connection_, gatt_, wait_,
+                      reporter_, attributes_, fields_}),
+      config_({errors_, settings_, codec_, tree_, scanner_}),
+      properties_({errors_, codec_, slots_, wait_, scanner_, connection_, tree_, selection_,
+                   fields_, reader_, subscriptions_, timeoutSeconds_}),
+      methods_({errors_, codec_, slots_, wait_, config_, scanner_, connection_, selection_,
+                services_, attributes_, reader_, writer_, subscriptions_}) {}
+
+platform::GattCharacteristic::ValueChanged::Handler BLEClientEngine::ValueChangedHandler() {
+  // One reference beside the engine's: the handler is copied to every characteristic and must fit
+  // into a std::function without an allocation of its own.
+  struct Context {
+    BLEClientEngine* engine;
+    std::shared_ptr<BLEEvent> bridge;
+  };
+  return [context = std::make_shared<Context>(Context{this, bridge_})](
+             platform::GattCharacteristic& sender, platform::ByteView value) {
+    context->bridge->Deliver(
+        [&] { context->engine->subscriptions_.OnValueChanged(sender, value); });
+  };
+}
+
+}  // namespace corvaneble

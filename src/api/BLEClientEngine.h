@@ -1,0 +1,76 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "frame/ComponentBase.h"
+#include "frame/tables/ConfigTable.h"
+#include "frame/tables/MethodTable.h"
+#include "frame/tables/PropertyTable.h"
+#include "frame/tables/ReturnSlots.h"
+#include "gatt/GattObjectTree.h"
+#include "gatt/Selection.h"
+#include "platform/Radio.h"
+#include "platform/TextConverter.h"
+#include "procedures/AttributeDiscovery.h"
+#include "procedures/CccdReconciler.h"
+#include "procedures/CharacteristicFields.h"
+#include "procedures/GattCall.h"
+#include "procedures/Reader.h"
+#include "procedures/ServiceDiscovery.h"
+#include "procedures/Subscriptions.h"
+#include "procedures/Writer.h"
+#include "radio/AsyncWait.h"
+#include "radio/BLEEvent.h"
+#include "radio/Connection.h"
+#include "radio/ResultMapping.h"
+#include "radio/Scanner.h"
+
+namespace corvaneble {
+
+/// The parts of one instance, put together. It has no behaviour of its own: each part was given the
+/// parts it uses, and the tables are the way in.
+class BLEClientEngine : public ComponentBase {
+ public:
+  BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
+                  const platform::TextConverter& converter);
+
+  /// Begins to deliver platform callbacks; `owner` is what keeps the engine alive.
+  void Attach(std::weak_ptr<void> owner) { bridge_->Attach(std::move(owner)); }
+
+  /// Ends the delivery of platform callbacks, after waiting for those on other threads.
+  void Detach() { bridge_->Detach(); }
+
+  PropertyTable& Properties() { return properties_; }
+  MethodTable& Methods() { return methods_; }
+  ReturnSlots& Slots() { return slots_; }
+
+ private:
+  /// What is registered as value-changed handler on every discovered characteristic.
+  platform::GattCharacteristic::ValueChanged::Handler ValueChangedHandler();
+
+  platform::OpenedRadio radio_;
+  std::atomic<std::int32_t> timeoutSeconds_{60};
+  const std::shared_ptr<BLEEvent> bridge_ = std::make_shared<BLEEvent>();
+  ReturnSlots slots_;
+  AsyncWait wait_{errors_, radio_, timeoutSeconds_};
+  ResultReporter reporter_{errors_, log_};
+  GattCall gatt_{errors_, wait_, reporter_};
+  GattObjectTree tree_;
+  Selection selection_{tree_, errors_};
+  Scanner scanner_;
+  Connection connection_;
+  AttributeDiscovery attributes_;
+  ServiceDiscovery services_;
+  CccdReconciler reconciler_{events_, log_, tree_};
+  Reader reader_;
+  Writer writer_;
+  CharacteristicFields fields_;
+  Subscriptions subscriptions_;
+  ConfigTable config_;
+  PropertyTable properties_;
+  MethodTable methods_;
+};
+
+}  // namespace corvaneble

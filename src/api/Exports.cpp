@@ -1,0 +1,186 @@
+#include <cstdint>
+#include <exception>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "api/BLEClient.h"
+#include "api/EventString.h"
+#include "api/Library.h"
+#include "api/Stream.h"
+#include "corvaneble/corvaneble.h"
+
+// The exported functions. Each checks its handle and forwards to the instance.
+
+using corvaneble::BLEClient;
+using corvaneble::BLEClientEngine;
+using corvaneble::platform::OpenRadio;
+using corvaneble::platform::RadioNameFromEnvironment;
+
+namespace {
+
+constexpr std::int32_t kNullHandle = CORVANEBLE_ERROR_OUT_OF_MEMORY;
+
+/// Runs the body with the instance behind a handle, kept alive meanwhile: the host may destroy it
+/// from inside a callback. A null handle, and memory that runs out where nothing can be stored any
+/// more, give the answer for neither.
+template <class Answer, class Body>
+Answer With(CorvaneBLE_Handle handle, Answer otherwise, Body body) {
+  try {
+    const auto instance = BLEClient::FromHandle(handle);
+    return instance ? static_cast<Answer>(body(*instance)) : otherwise;
+  } catch (const std::exception&) {
+    return otherwise;
+  }
+}
+
+template <class Body>
+std::int32_t WithEngine(CorvaneBLE_Handle handle, Body body) {
+  return With(handle, kNullHandle, [&](BLEClient& client) { return body(client.Engine()); });
+}
+
+const char* Hold(corvaneble::ReturnSlot& slot, std::string text) {
+  slot.narrow = std::move(text);
+  return slot.narrow.c_str();
+}
+
+const char* OrEmpty(const char* text) {
+  return text != nullptr ? text : "";
+}
+
+const void* EvtStr(corvaneble::EventString& record, std::int32_t mode, const char* text) {
+  if (mode == CORVANEBLE_STRING_READ) return corvaneble::ReadNarrow(record);
+  if (mode == CORVANEBLE_STRING_ATTACH) corvaneble::SetNarrow(record, text, false);
+  if (mode == CORVANEBLE_STRING_COPY) corvaneble::SetNarrow(record, text, true);
+  return nullptr;
+}
+
+const void* EvtStr(corvaneble::EventString& record, std::int32_t mode, const char16_t* text) {
+  if (mode == CORVANEBLE_STRING_READ) return corvaneble::ReadWide(record);
+  if (mode == CORVANEBLE_STRING_ATTACH) corvaneble::SetWide(record, text, false);
+  if (mode == CORVANEBLE_STRING_COPY) corvaneble::SetWide(record, text, true);
+  return nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+
+CorvaneBLE_Handle CORVANEBLE_CALL CorvaneBLE_BLEClient_Create(CorvaneBLE_EventCallback callback,
+                                                              void* userData, void* /*reserved*/,
+                                                              int32_t flags) {
+  try {
+    return BLEClient::Create(callback, userData, (flags & CORVANEBLE_UNICODE_EVENTS) != 0,
+                             OpenRadio(RadioNameFromEnvironment()));
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Destroy(CorvaneBLE_Handle client) {
+  return With(client, 0, [](BLEClient& instance) {
+    instance.Destroy();
+    return 0;
+  });
+}
+
+intptr_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Get(CorvaneBLE_Handle client, int32_t propertyId,
+                                                  int32_t index, int32_t* length,
+                                                  void* /*reserved*/) {
+  return With(client, std::intptr_t{0}, [&](BLEClient& instance) {
+    return instance.Engine().Properties().Get(propertyId, index, length);
+  });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Set(CorvaneBLE_Handle client, int32_t propertyId,
+                                                 int32_t index, intptr_t value,
+                                                 int32_t /*length*/) {
+  return WithEngine(client, [&](BLEClientEngine& engine) {
+    return engine.Properties().Set(propertyId, index, value);
+  });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Do(CorvaneBLE_Handle client, int32_t methodId,
+                                                int32_t paramCount, intptr_t* params,
+                                                int32_t* lengths, void* /*reserved*/) {
+  return WithEngine(client, [&](BLEClientEngine& engine) {
+    return engine.Methods().Do(methodId, {paramCount, params, lengths});
+  });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_CheckIndex(CorvaneBLE_Handle client,
+                                                        int32_t propertyId, int32_t index) {
+  return WithEngine(client, [&](BLEClientEngine& engine) {
+    return engine.Properties().CheckIndex(propertyId, index);
+  });
+}
+
+const char* CORVANEBLE_CALL CorvaneBLE_BLEClient_GetLastError(CorvaneBLE_Handle client) {
+  return With(client, static_cast<const char*>(nullptr), [](BLEClient& instance) {
+    auto& engine = instance.Engine();
+    return Hold(engine.Slots().OfLastError(), engine.Errors().LastText());
+  });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_GetLastErrorCode(CorvaneBLE_Handle client) {
+  return WithEngine(client, [](BLEClientEngine& engine) { return engine.Errors().LastCode(); });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_SetLastErrorAndCode(CorvaneBLE_Handle client,
+                                                                 int32_t code, const char* text) {
+  return WithEngine(client, [&](BLEClientEngine& engine) {
+    engine.Errors().SetLastText(OrEmpty(text));
+    engine.Errors().SetLastCode(code);
+    return code;
+  });
+}
+
+const char* CORVANEBLE_CALL CorvaneBLE_BLEClient_GetEventError(CorvaneBLE_Handle client) {
+  return With(client, static_cast<const char*>(nullptr), [](BLEClient& instance) {
+    auto& engine = instance.Engine();
+    return Hold(engine.Slots().OfEventError(), engine.Errors().EventText());
+  });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_GetEventErrorCode(CorvaneBLE_Handle client) {
+  return WithEngine(client, [](BLEClientEngine& engine) { return engine.Errors().EventCode(); });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_SetEventErrorAndCode(CorvaneBLE_Handle client,
+                                                                  int32_t code, const char* text) {
+  return WithEngine(client, [&](BLEClientEngine& engine) {
+    engine.Errors().SetEvent(code, OrEmpty(text));
+    return code;
+  });
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_StaticInit(void* module) {
+  return corvaneble::StaticInit(module);
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_StaticDestroy(void) {
+  return corvaneble::StaticDestroy();
+}
+
+const void* CORVANEBLE_CALL CorvaneBLE_EvtStr(CorvaneBLE_EventString* record, int32_t mode,
+                                              const void* text, int32_t form) {
+  if (record == nullptr) return nullptr;
+  try {
+    if (form == CORVANEBLE_STRING_NARROW) {
+      return EvtStr(*record, mode, static_cast<const char*>(text));
+    }
+    if (form == CORVANEBLE_STRING_WIDE) {
+      return EvtStr(*record, mode, static_cast<const char16_t*>(text));
+    }
+  } catch (const std::bad_alloc&) {
+  }
+  return nullptr;
+}
+
+int32_t CORVANEBLE_CALL CorvaneBLE_Stream(void* stream, int32_t operation, intptr_t* args,
+                                          void* result) {
+  return corvaneble::DispatchStream(static_cast<corvaneble::Stream*>(stream), operation, args,
+                                    result);
+}
+
+}  // extern "C"
