@@ -1,0 +1,38 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <string>
+
+#include "Events.h"
+#include "Terminal.h"
+
+namespace corvaneble::tool {
+
+/// Who has been heard, for the live view of a scan.
+class DeviceTable {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+
+  void Update(const Advertisement& advertisement, Time now);
+  std::size_t Size() const { return devices_.size(); }
+
+  /// The strongest first, as many as fit; lines end with a line end each. `lines` is their number.
+  std::string Render(TerminalSize size, bool color, Time now, std::size_t& lines) const;
+
+ private:
+  struct Device {
+    std::string name;
+    double rssi = 0;  ///< dBm, smoothed, so that lines do not swap places with every packet
+    Time heard;
+    std::vector<std::string> services;
+    std::optional<int> companyId;
+  };
+
+  static std::string Row(const std::string& id, const Device& device, Time now);
+
+  std::map<std::string, Device> devices_;
+};
+
+}  // namespace corvaneble::tool

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace corvaneble::tool {
+
+enum class Stream { Output, Diagnostics };
+
+bool IsTerminal(Stream stream);
+
+/// Whether colours and bold may be used: a terminal, and no NO_COLOR in the environment.
+bool UseColor(Stream stream);
+
+struct TerminalSize {
+  std::size_t rows = 24;
+  std::size_t columns = 80;
+};
+TerminalSize OutputSize();
+
+/// Writes to standard output or standard error, at once.
+void Write(Stream stream, std::string_view text);
+void WriteLine(std::string line);
+
+/// A message for the person at the terminal, on standard error: "corvaneble: TEXT".
+void Complain(std::string_view text);
+
+/// Replaces the environment variable, for this process and the library in it.
+void SetEnvironment(const char* name, const std::string& value);
+
+/// A line on standard error that replaces itself; nothing when standard error is no terminal.
+class ProgressLine {
+ public:
+  ProgressLine() = default;
+  ~ProgressLine() { Clear(); }
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
+
+  void Show(std::string_view text);
+  void Clear();
+
+ private:
+  const bool enabled_ = IsTerminal(Stream::Diagnostics);
+  bool shown_ = false;
+};
+
+}  // namespace corvaneble::tool

@@ -1,0 +1,106 @@
+// The command-line tool: a host of the library like any other.
+
+#include <cstdlib>
+#include <exception>
+#include <map>
+#include <string_view>
+
+#include "Command.h"
+#include "Interrupt.h"
+#include "Terminal.h"
+
+namespace corvaneble::tool {
+namespace {
+
+#ifndef CORVANEBLE_VERSION
+#define CORVANEBLE_VERSION "unknown"
+#endif
+
+constexpr char kDescription[] =
+    "Scan for Bluetooth Low Energy devices, look into them and read their values.";
+
+constexpr char kFooter[] =
+    "Examples:\n"
+    "  corvaneble scan --for 10                     who is around?\n"
+    "  corvaneble tree C0:FF:EE:12:34:56 --values   what does this device offer?\n"
+    "  corvaneble read C0FFEE123456 180F 2A19       one value: the battery level\n"
+    "  corvaneble --radio simulated demo            a tour without any hardware\n"
+    "\n"
+    "Radios (--radio NAME, or the environment variable CORVANEBLE_RADIO):\n"
+    "  auto, simulated, simulated:FILE.json, linux[:hciN], windows\n"
+    "\n"
+    "Exit codes:\n"
+    "  0 done; 1 the operation failed; 2 wrong usage, or a bad scenario or capture file;\n"
+    "  130 interrupted";
+
+constexpr char kRadioVariable[] = "CORVANEBLE_RADIO";
+
+const std::map<std::string, int> kLogLevels = {{"none", CORVANEBLE_LOG_NONE},
+                                               {"info", CORVANEBLE_LOG_INFO},
+                                               {"detail", CORVANEBLE_LOG_DETAIL},
+                                               {"debug", CORVANEBLE_LOG_DEBUG}};
+
+void AddGlobalOptions(CLI::App& app, Session& session) {
+  app.add_option("--radio", session.radio, "The radio to use")->type_name("NAME");
+  app.add_option("--timeout", session.timeout, "Time for each operation of the radio (60)")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0, 86400).description(""));
+  app.add_option("--log", session.logLevel, "Log on standard error: none, info, detail, debug")
+      ->type_name("LEVEL")
+      ->transform(CLI::CheckedTransformer(kLogLevels, CLI::ignore_case).description(""));
+  app.add_flag("--json", session.json, "One JSON object a line, for scripts");
+}
+
+/// A scenario or capture file that could not be played shows up at the first use of its radio.
+bool IsBadRadioFile(const ClientError& failure) {
+  const char* radio = std::getenv(kRadioVariable);
+  return failure.Code() == CORVANEBLE_ERROR_PLATFORM_FAILURE && radio &&
+         std::string_view(radio).substr(0, 10) == "simulated:";
+}
+
+int Run(Session& session) {
+  if (!session.radio.empty()) SetEnvironment(kRadioVariable, session.radio);
+  WatchForInterrupt();
+  try {
+    const int code = session.run();
+    return Interrupted() ? kInterrupted : code;
+  } catch (const InterruptedError&) {
+    return kInterrupted;
+  } catch (const ClientError& failure) {
+    Complain(std::to_string(failure.Code()) + " " + failure.what());
+    if (Interrupted()) return kInterrupted;
+    return IsBadRadioFile(failure) ? kUsage : kFailed;
+  } catch (const std::exception& failure) {
+    Complain(failure.what());
+    return kFailed;
+  }
+}
+
+int Main(int argc, char** argv) {
+  Session session;
+  CLI::App app(kDescription, "corvaneble");
+  app.footer(kFooter);
+  app.set_version_flag("--version", "corvaneble " CORVANEBLE_VERSION);
+  app.require_subcommand(1);
+  app.fallthrough();
+  AddGlobalOptions(app, session);
+  AddScanCommand(app, session);
+  AddTreeCommand(app, session);
+  AddReadCommand(app, session);
+  AddConfigCommand(app, session);
+  AddRadiosCommand(app, session);
+  AddDemoCommand(app, session);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kDone : kUsage;
+  }
+  return Run(session);
+}
+
+}  // namespace
+}  // namespace corvaneble::tool
+
+int main(int argc, char** argv) {
+  return corvaneble::tool::Main(argc, argv);
+}
