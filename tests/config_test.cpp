@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include "support/Host.h"
+
+namespace corvaneble::tests {
+namespace {
+
+TEST(Config, SettingsAreReadAndWrittenAsText) {
+  Host host("{}");
+  const struct {
+    const char* write;
+    const char* read;
+    const char* answer;
+  } cases[] = {
+      {"", "LogLevel", "1"},
+      {"LogLevel=3", "loglevel", "3"},
+      {"LogLevel=0x10", "LogLevel", "16"},
+      {"LogLevel=yes", "LogLevel", "1"},
+      {"LogLevel=99999999999", "LogLevel", "2147483647"},
+      {"LogLevel=-3x", "LogLevel", "-3"},
+      {"LogLevel=", "LogLevel", "0"},
+      {"  AutoDiscoverCharacteristics = \"True\"  ", "AutoDiscoverCharacteristics", "True"},
+      {"AutoDiscoverDescriptors=yes", "AutoDiscoverDescriptors", "True"},
+      {"AutoDiscoverDescriptors=2", "AutoDiscoverDescriptors", "False"},
+      {"", "IncludeRediscovered", "True"},
+      {"", "ScanStartedTimeout", "2"},
+      {"", "PreferIndications", "False"},
+      {"", "buildinfo", "20.0.7928"},
+      {"", "WinsockVersion", "2.2"},
+      {"QOSTrafficType=Voice", "QOSTrafficType", "Voice"},
+      {"LogDebugFile=\"C:\\a \\n.txt\"", "LogDebugFile", "C:\\a \\n.txt"},
+      {"CharsetMode=257", "CharsetMode", "1"},
+      {"LastError=ignored", "LastError", ""},
+      {"", "GattObjTreeInfo",
+       "GATT Object Tree Info [>Services, >>Characteristics, >>>Descriptors]:\r\n"},
+  };
+  for (const auto& [write, read, answer] : cases) {
+    if (*write != '\0') {
+      EXPECT_EQ(host.Config(write), "") << write;
+    }
+    EXPECT_EQ(host.Config(read), answer) << write << " then " << read;
+  }
+}
+
+TEST(Config, UnknownNamesFail) {
+  Host host("{}");
+  for (const char* text : {"NoSuchSetting", "NoSuchSetting=1", "LogLevel ", "", "ServiceData",
+                           "GattObjTreeInfo=1", "ManufacturerDataCount=1"}) {
+    EXPECT_EQ(host.Config(text), "!-1") << text;
+    EXPECT_EQ(host.LastError(), "Unknown config setting.");
+  }
+}
+
+TEST(Config, CodePageDecidesHowTextsAreConverted) {
+  Host host("{}");
+  EXPECT_EQ(host.Config("CodePage=1252"), "");
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CODE_PAGE), 1252);
+  std::intptr_t params[] = {reinterpret_cast<std::intptr_t>(u"LogDebugFile=\u00E9\u20AC\u4E2D"), 0};
+  ASSERT_EQ(CorvaneBLE_BLEClient_Do(host.Handle(), CORVANEBLE_WIDE + CORVANEBLE_METHOD_CONFIG, 1,
+                                    params, nullptr, nullptr),
+            0);
+  EXPECT_EQ(host.Config("LogDebugFile"), "\xE9\x80?");
+  params[0] = reinterpret_cast<std::intptr_t>(u"LogDebugFile");
+  CorvaneBLE_BLEClient_Do(host.Handle(), CORVANEBLE_WIDE + CORVANEBLE_METHOD_CONFIG, 1, params,
+                          nullptr, nullptr);
+  EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(params[1])), u"\u00E9\u20AC?");
+}
+
+TEST(Config, ZeroMemoryBelongsToTheProcess) {
+  Host one("{}");
+  Host other("{}");
+  EXPECT_EQ(one.Config("ZeroMemory=True"), "");
+  EXPECT_EQ(other.Config("ZeroMemory"), "True");
+  EXPECT_EQ(other.Config("ZeroMemory=False"), "");
+}
+
+TEST(Config, AdvertisementSettingsNeedTheirEvent) {
+  Host host("{}");
+  EXPECT_EQ(host.Config("manufacturerDataCount"), "!602");
+  EXPECT_EQ(host.LastError(),
+            "The manufacturerDataCount setting is only usable within the Advertisement event "
+            "handler.");
+}
+
+}  // namespace
+}  // namespace corvaneble::tests

@@ -1,0 +1,210 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/Host.h"
+
+namespace corvaneble::tests {
+namespace {
+
+constexpr const char* kEmptyScene = "{}";
+
+TEST(Exports, NullHandlesGetTheDocumentedAnswers) {
+  EXPECT_EQ(CorvaneBLE_BLEClient_Destroy(nullptr), 0);
+  EXPECT_EQ(CorvaneBLE_BLEClient_Get(nullptr, 32, 0, nullptr, nullptr), 0);
+  EXPECT_EQ(CorvaneBLE_BLEClient_Set(nullptr, 32, 0, 1, 0), 200);
+  EXPECT_EQ(CorvaneBLE_BLEClient_Do(nullptr, 4, 0, nullptr, nullptr, nullptr), 200);
+  EXPECT_EQ(CorvaneBLE_BLEClient_CheckIndex(nullptr, 4, 0), 200);
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetLastError(nullptr), nullptr);
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetLastErrorCode(nullptr), 200);
+  EXPECT_EQ(CorvaneBLE_BLEClient_SetLastErrorAndCode(nullptr, 5, "x"), 200);
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetEventError(nullptr), nullptr);
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetEventErrorCode(nullptr), 200);
+  EXPECT_EQ(CorvaneBLE_BLEClient_SetEventErrorAndCode(nullptr, 5, "x"), 200);
+  EXPECT_EQ(CorvaneBLE_EvtStr(nullptr, 0, nullptr, 1), nullptr);
+}
+
+TEST(Exports, AFreshInstanceHasItsDefaults) {
+  Host host(kEmptyScene);
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle()), 0);
+  EXPECT_EQ(host.LastError(), "");
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_TIMEOUT), 60);
+  EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_VERSION), "CORVANEBLE_VERSION_20_0_7928");
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CODE_PAGE), 0);
+  EXPECT_EQ(host.Get(33), 0);
+  EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_SERVER_ID), "");
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, -5), 0);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_TIMEOUT), 0);
+}
+
+TEST(Exports, ErrorPairsKeepTextAndCodeApart) {
+  Host host(kEmptyScene);
+  EXPECT_EQ(CorvaneBLE_BLEClient_SetLastErrorAndCode(host.Handle(), 7, "mine"), 7);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_SERVICE_COUNT, 5), -1);  // read-only: nothing changes
+  EXPECT_EQ(host.Set(99, 5), -1);
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle()), 7);
+  EXPECT_EQ(host.Do(99), 0);  // an unknown method succeeds
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle()), 0);
+  EXPECT_EQ(host.LastError(), "mine");
+  EXPECT_EQ(CorvaneBLE_BLEClient_SetLastErrorAndCode(host.Handle(), 3, nullptr), 3);
+  EXPECT_EQ(host.LastError(), "");
+  EXPECT_EQ(host.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC, "000100020000"), 602);
+  EXPECT_EQ(host.LastError(), "You must select a service before selecting a characteristic.");
+  EXPECT_EQ(host.SetText(CORVANEBLE_PROPERTY_SERVICE, "0001"), 601);
+  EXPECT_EQ(host.LastError(), "No service with the ID \"0001\" has been discovered.");
+}
+
+TEST(Exports, AFailureWithoutTextGetsTheDefaultText) {
+  Host host(kEmptyScene);
+  EXPECT_EQ(host.Config("CodePage=1200"), "");
+  std::intptr_t params[] = {reinterpret_cast<std::intptr_t>(u"C0FFEE000001")};
+  EXPECT_EQ(CorvaneBLE_BLEClient_Do(host.Handle(), CORVANEBLE_WIDE + CORVANEBLE_METHOD_CONNECT, 1,
+                                    params, nullptr, nullptr),
+            87);
+  EXPECT_EQ(host.LastError(), "[87] (no description available)");
+}
+
+TEST(Exports, BadIndexesAreRefusedByEveryCollection) {
+  Host host(kEmptyScene);
+  const struct {
+    int property;
+    const char* text;
+  } cases[] = {
+      {CORVANEBLE_PROPERTY_SERVICE_ID, "Invalid ServiceIndex (out of bounds)."},
+      {CORVANEBLE_PROPERTY_CHARACTERISTIC_ID, "Invalid CharacteristicIndex (out of bounds)."},
+      {CORVANEBLE_PROPERTY_DESCRIPTOR_ID, "Invalid DescriptorIndex (out of bounds)."}};
+  for (const auto& [property, text] : cases) {
+    for (const int index : {-1, 0, 1 << 30}) {
+      EXPECT_EQ(host.Text(property, index), "");
+      EXPECT_EQ(CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle()), 432);
+      EXPECT_EQ(host.LastError(), text);
+      EXPECT_EQ(*reinterpret_cast<const char16_t*>(host.Get(CORVANEBLE_WIDE + property, index)), 0);
+      EXPECT_EQ(CorvaneBLE_BLEClient_CheckIndex(host.Handle(), property, index), 280);
+    }
+  }
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_CHARACTERISTIC_SUBSCRIBED, 1, 0), 432);
+  EXPECT_EQ(CorvaneBLE_BLEClient_CheckIndex(host.Handle(), CORVANEBLE_PROPERTY_TIMEOUT, 9), 0);
+}
+
+TEST(Exports, TheCharacteristicListCanBeResizedToAnything) {
+  Host host(kEmptyScene);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT, INT32_MAX), 0);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT), INT32_MAX);
+  EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_UUID, INT32_MAX - 1), "");
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_FLAGS, 5), 0);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT_INDEX, 5), -1);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_CHARACTERISTIC_SUBSCRIBED, 1, 5), 602);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT, -3), 0);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT), 0);
+}
+
+TEST(Exports, ConvertToWide) {
+  Host host(kEmptyScene);
+  char16_t buffer[8] = {};
+  std::intptr_t params[] = {reinterpret_cast<std::intptr_t>("abc"),
+                            reinterpret_cast<std::intptr_t>(buffer), -1};
+  const auto convert = [&](int count, int size, int capacity) {
+    std::int32_t lengths[] = {size, capacity, 0};
+    return CorvaneBLE_BLEClient_Do(host.Handle(), CORVANEBLE_METHOD_CONVERT_TO_WIDE, count, params,
+                                   lengths, nullptr);
+  };
+  EXPECT_EQ(convert(1, 3, 8), -1);
+  EXPECT_EQ(convert(2, 3, 0), 0);
+  EXPECT_EQ(params[2], 3);
+  EXPECT_EQ(convert(2, 3, 8), 0);
+  EXPECT_EQ(std::u16string(buffer, 3), u"abc");
+  EXPECT_EQ(convert(2, 3, 2), 122);
+  EXPECT_EQ(params[2], 0);
+  EXPECT_EQ(convert(2, -1, 8), 87);
+  params[0] = reinterpret_cast<std::intptr_t>("\xFF\xFE\xFD");
+  EXPECT_EQ(convert(2, 3, 8), 1113);
+}
+
+TEST(Exports, EventStringConvertsOnceAndKeepsWhatItOwns) {
+  CorvaneBLE_EventString record{};
+  CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_ATTACH, u"abc", CORVANEBLE_STRING_WIDE);
+  const void* narrow = CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_NARROW);
+  ASSERT_STREQ(static_cast<const char*>(narrow), "abc");
+  EXPECT_EQ(CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_NARROW), narrow);
+  EXPECT_EQ(record.ownership, 1U);
+  CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_ATTACH, "abc", CORVANEBLE_STRING_NARROW);
+  EXPECT_EQ(record.narrow, narrow);  // an equal text leaves the owned copy in place
+  CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_COPY, "other", CORVANEBLE_STRING_NARROW);
+  EXPECT_EQ(record.wide, nullptr);
+  CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_COPY, nullptr, CORVANEBLE_STRING_NARROW);
+  EXPECT_EQ(record.ownership, 0U);
+  EXPECT_EQ(CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_WIDE), nullptr);
+
+  CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_ATTACH, "\xFF", CORVANEBLE_STRING_NARROW);
+  EXPECT_EQ(CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_WIDE), nullptr);
+  EXPECT_EQ(record.conversionError, 1113);
+  EXPECT_EQ(CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_NARROW), nullptr);
+}
+
+TEST(Exports, NullStreamsAnswerEveryOperation) {
+  const char* text = nullptr;
+  std::int32_t code = 0;
+  std::uint8_t flag = 9;
+  EXPECT_EQ(CorvaneBLE_Stream(nullptr, 504, nullptr, nullptr), 0);
+  EXPECT_EQ(CorvaneBLE_Stream(nullptr, 505, nullptr, &flag), 0);
+  EXPECT_EQ(flag, 0);
+  EXPECT_EQ(CorvaneBLE_Stream(nullptr, 508, nullptr, &text), 0);
+  EXPECT_STREQ(text, "Invalid stream pointer.");
+  EXPECT_EQ(CorvaneBLE_Stream(nullptr, 509, nullptr, &code), 0);
+  EXPECT_EQ(code, -1);
+  for (const int operation : {500, 501, 502, 503, 506, 507, 499, 510}) {
+    EXPECT_EQ(CorvaneBLE_Stream(nullptr, operation, nullptr, nullptr), -1) << operation;
+  }
+}
+
+TEST(Exports, HostileArgumentsNeitherCrashNorHang) {
+  Host host(kEmptyScene);
+  const std::string huge(1 << 20, 'A');
+  const std::vector<const char*> texts = {
+      nullptr, "", "\xFF\xC0\x80", huge.c_str(), "[", "=", "[9999999999]=", "%s%n", "0x", ",,,"};
+  const int numbers[] = {INT32_MIN, -1, 0, 1, 31, 33, 2003, 9999, 10000, 19999, 20001, INT32_MAX};
+  for (const int number : numbers) {
+    for (const int index : {INT32_MIN, -1, 0, INT32_MAX}) {
+      host.Get(number, index);
+      host.Set(number, 0, index);
+      CorvaneBLE_BLEClient_CheckIndex(host.Handle(), number, index);
+    }
+    if (number != 2003) host.Do(number);
+  }
+  for (int method = 2; method <= 17; ++method) {
+    CorvaneBLE_BLEClient_Do(host.Handle(), method, 0, nullptr, nullptr, nullptr);
+    for (const char* text : texts)
+      host.Do(method, {text, text, text, nullptr});
+    CorvaneBLE_BLEClient_Do(host.Handle(), method, -1, nullptr, nullptr, nullptr);
+  }
+  for (const char* text : texts) {
+    host.SetText(CORVANEBLE_PROPERTY_SERVICE, text);
+    host.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC, text);
+  }
+  const char16_t lone[] = {0xD800, u'a', 0};
+  EXPECT_EQ(host.Set(CORVANEBLE_WIDE + CORVANEBLE_PROPERTY_SERVICE,
+                     reinterpret_cast<std::intptr_t>(lone)),
+            1113);
+}
+
+TEST(Exports, InstancesComeAndGoOnManyThreads) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int round = 0; round < 25; ++round) {
+        auto* client = CorvaneBLE_BLEClient_Create(nullptr, nullptr, nullptr, 2);
+        EXPECT_EQ(
+            CorvaneBLE_BLEClient_Get(client, CORVANEBLE_PROPERTY_TIMEOUT, 0, nullptr, nullptr), 60);
+        CorvaneBLE_BLEClient_Destroy(client);
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+}
+
+}  // namespace
+}  // namespace corvaneble::tests

@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "support/Host.h"
+
+namespace corvaneble::tests {
+namespace {
+
+constexpr const char* kScene = R"({"peripherals": [
+  {"address": "00A050C4E2F1", "name": "Meter", "responseDelay": 50,
+   "advertising": {"interval": 50, "data": {"name": "Meter"}},
+   "services": [{"uuid": "180F", "handle": 32, "characteristics": [
+     {"uuid": "2A19", "handle": 33, "properties": ["read", "notify"], "value": "64"}]}]}]})";
+
+TEST(Wait, ExpiresAfterTheTimeoutAndLeavesTheInstanceUsable) {
+  Host host(R"({"peripherals": [{"address": "00A050C4E2F1", "services": [
+    {"uuid": "180F", "handle": 32, "characteristics": [
+      {"uuid": "2A19", "handle": 33, "properties": ["read"], "value": "64"},
+      {"uuid": "2A1A", "handle": 40, "properties": ["read"], "responseDelay": 1500,
+       "value": "01"}]}]}]})");
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
+  ASSERT_EQ(host.Discover("180F"), 0);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 1), 0);
+  std::string value;
+  EXPECT_EQ(host.Read("002000280000", "", value), 301);
+  EXPECT_EQ(host.LastError(), "Timeout.");
+  EXPECT_EQ(host.Read("002000210000", "", value), 0);  // the late answer disturbs nobody
+  EXPECT_EQ(value, "d");
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle()), 0);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 0), 0);  // no limit
+  EXPECT_EQ(host.Read("002000280000", "", value), 0);
+}
+
+TEST(Callback, MethodsWorkFromInsideIt) {
+  Host host(kScene);
+  std::atomic<int> code = -1;
+  std::string name;
+  host.onEvent = [&](const HostEvent& event) {
+    if (event.id == CORVANEBLE_EVENT_ADVERTISEMENT && code.exchange(0) == -1) {
+      code = host.Do(CORVANEBLE_METHOD_CONNECT, {event.Text(0).c_str()});
+      if (code == 0) code = host.Discover("180F");
+      name = host.Text(CORVANEBLE_PROPERTY_SERVER_NAME);
+    }
+    return 0;
+  };
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+  ASSERT_TRUE(host.PumpUntil(CORVANEBLE_EVENT_DISCOVERED));
+  host.Pump(1000);
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(name, "Meter");
+}
+
+TEST(Callback, DisconnectingInTheMiddleOfADiscoveryEndsIt) {
+  Host host(kScene);
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
+  host.onEvent = [&](const HostEvent& event) {
+    return event.id == CORVANEBLE_EVENT_DISCOVERED ? host.Do(CORVANEBLE_METHOD_DISCONNECT) : 0;
+  };
+  EXPECT_EQ(host.Discover("", "", true), 605);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 0);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT), 0);
+}
+
+TEST(Destroy, WorksFromInsideAnyCallback) {
+  for (const int where :
+       {CORVANEBLE_EVENT_ADVERTISEMENT, CORVANEBLE_EVENT_START_SCAN, CORVANEBLE_EVENT_CONNECTED,
+        CORVANEBLE_EVENT_DISCOVERED, CORVANEBLE_EVENT_VALUE, CORVANEBLE_EVENT_LOG}) {
+    // Real time: a destroyed instance cannot be pumped to let virtual time pass.
+    const auto radio = OpenScenario(std::string(R"({"time": "real", )") + (kScene + 1));
+    Host host(radio);
+    std::atomic<int> after = 0;
+    std::atomic<bool> destroyed = false;
+    host.onEvent = [&](const HostEvent& event) {
+      if (destroyed) ++after;
+      if (event.id == where && !destroyed) {
+        host.Destroy();
+        destroyed = true;
+        return 7;  // what is returned by then changes nothing
+      }
+      return 0;
+    };
+    std::string value;
+    if (where == CORVANEBLE_EVENT_ADVERTISEMENT || where == CORVANEBLE_EVENT_START_SCAN) {
+      host.Do(CORVANEBLE_METHOD_START_SCANNING);
+      while (!destroyed)
+        std::this_thread::yield();
+    } else {
+      const auto step = [&](auto action) {
+        if (!destroyed) action();
+      };
+      step([&] { host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}); });
+      step([&] { host.Discover("180F"); });
+      step([&] { host.Read("002000210000", "", value); });
+    }
+    EXPECT_TRUE(destroyed) << where;
+    EXPECT_EQ(after, 0) << where;
+  }
+}
+
+}  // namespace
+}  // namespace corvaneble::tests

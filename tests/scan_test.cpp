@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "support/Host.h"
+
+namespace corvaneble::tests {
+namespace {
+
+/// A strap with everything in its packet, and a beacon with nothing.
+constexpr const char* kScene = R"({"peripherals": [
+  {"address": "00:A0:50:C4:E2:F1", "advertising": {"interval": 100, "rssi": -42,
+    "data": {"services": ["180D", "180F"], "name": "Strap", "txPower": -12,
+             "manufacturer": [{"company": 76, "data": "0102"}, {"company": "0xFFFF", "data": "AB00"}],
+             "serviceData": [{"uuid": "180F", "data": "64"}], "solicited": ["1805"]},
+    "scanResponse": {"name": "Strap, answering"}}},
+  {"address": "00:00:00:00:00:02", "advertising": {"interval": 100,
+    "type": "nonConnectableUndirected", "data": {"raw": "0216"}}}]})";
+
+constexpr const char* kStrap =
+    "Advertisement|00A050C4E2F1|Strap|-42|-12|"
+    "0000180D-0000-1000-8000-00805F9B34FB,0000180F-0000-1000-8000-00805F9B34FB|"
+    "0000180F-0000-1000-8000-00805F9B34FB|00001805-0000-1000-8000-00805F9B34FB|76|\x01\x02|1|0";
+constexpr const char* kResponse =
+    "Advertisement|00A050C4E2F1|Strap, answering|-42|-2147483648||||-1||0|1";
+constexpr const char* kBeacon = "Advertisement|000000000002||-60|-2147483648||||-1||0|0";
+
+TEST(Scan, ReportsEveryFieldOfEveryPacket) {
+  Host host(kScene);
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SCANNING), 1);
+  host.Pump(500);
+  const auto lines = host.Lines(CORVANEBLE_EVENT_ADVERTISEMENT);
+  EXPECT_GE(std::count(lines.begin(), lines.end(), kStrap), 4);
+  EXPECT_GE(std::count(lines.begin(), lines.end(), kBeacon), 4);
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), kResponse), 0);
+  for (const HostEvent& event : host.Events(CORVANEBLE_EVENT_ADVERTISEMENT)) {
+    EXPECT_NE(event.thread, std::this_thread::get_id());
+  }
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);  // already scanning: nothing happens
+  EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_START_SCAN).size(), 1U);
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_STOP_SCANNING), 0);
+  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SCANNING), 0);
+  ASSERT_TRUE(host.PumpUntil(CORVANEBLE_EVENT_STOP_SCAN));
+  EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_STOP_SCAN).front(), "StopScan|0|");
+}
+
+TEST(Scan, ActiveScansHearScanResponsesAndFiltersHold) {
+  Host host(kScene);
+  host.Config("LogLevel=3");
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 1), 0);
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {"180f, 180D"}), 0);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 1), 0);
+  EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 0), 602);
+  host.Pump(300);
+  const auto filtered = host.Lines(CORVANEBLE_EVENT_ADVERTISEMENT);
+  EXPECT_EQ(std::count(filtered.begin(), filtered.end(), kBeacon), 0);
+  EXPECT_GE(std::count(filtered.begin(), filtered.end(), kStrap), 2);
+  const std::string both =
+      "0000180F-0000-1000-8000-00805F9B34FB,0000180D-0000-1000-8000-00805F9B34FB";
+  EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_START_SCAN).front(), "StartScan|" + both);
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_STOP_SCANNING), 0);
+  ASSERT_TRUE(host.PumpUntil(CORVANEBLE_EVENT_STOP_SCAN));
+  EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_LOG),
+            (std::vector<std::string>{"Log|2|Scanning is starting.|Scanning",
+                                      "Log|3|Scanning parameters:\r\n\tActive scanning: 1\r\n\t"
+                                      "Service UUIDs: " +
+                                          both + ".|Scanning",
+                                      "Log|1|Scanning started.|Scanning",
+                                      "Log|2|Scanning is stopping.|Scanning",
+                                      "Log|1|Scanning stopped.|Scanning"}));
+  host.Forget();
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+  host.Pump(300);
+  const auto all = host.Lines(CORVANEBLE_EVENT_ADVERTISEMENT);
+  EXPECT_GE(std::count(all.begin(), all.end(), kResponse), 2);
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {"XYZ"}), 0);  // scanning: not even parsed
+}
+
+TEST(Scan, SettingsOfTheAdvertisementBeingReported) {
+  Host host(kScene);
+  std::vector<std::string> answers;
+  host.onEvent = [&](const HostEvent& event) {
+    if (event.id == CORVANEBLE_EVENT_ADVERTISEMENT && event.Text(1) == "Strap" && answers.empty()) {
+      for (const char* text :
+           {"ManufacturerDataCount", "ManufacturerCompanyId[1]", "ManufacturerData( 1 )",
+            "ManufacturerData[2]", "manufacturerdata[-1]", "ServiceData=180F", "ServiceData=1805",
+            "ServiceData=18"}) {
+        answers.push_back(host.Config(text));
+      }
+    }
+    return 0;
+  };
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+  host.Pump(300);
+  EXPECT_EQ(answers,
+            (std::vector<std::string>{"2", "65535", "\xAB", "!202", "!202", "d", "!202", "!600"}));
+  EXPECT_EQ(host.Config("ManufacturerDataCount"), "!602");  // not on this thread, nor afterwards
+}
+
+TEST(Scan, RadiosThatCannotScan) {
+  const struct {
+    const char* adapter;
+    int code;
+    const char* text;
+  } cases[] = {
+      {R"({"present": false})", 613, "No Bluetooth adapter found."},
+      {R"({"lowEnergy": false})", 613, "Bluetooth adapter does not support Low Energy."},
+      {R"({"neverStarts": true})", 0, ""},
+      {R"({"startError": "disabledByUser"})", 0, ""},
+  };
+  for (const auto& [adapter, code, text] : cases) {
+    Host host(std::string(R"({"adapter": )") + adapter + "}");
+    EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), code) << adapter;
+    EXPECT_EQ(host.LastError(), text);
+    EXPECT_TRUE(host.Events(CORVANEBLE_EVENT_START_SCAN).empty());
+    if (code != 0) continue;
+    const auto logs = host.Lines(CORVANEBLE_EVENT_LOG);
+    EXPECT_EQ(logs.back(), "Log|1|Scanning failed to start.|Scanning");
+  }
+}
+
+TEST(Scan, AnAbortedScanSaysWhyAndCanBeRepeated) {
+  Host host(R"({"radioEvents": [{"at": 200, "error": "radioNotAvailable"}]})");
+  for (int round = 0; round < 2; ++round) {
+    host.Forget();
+    ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+    ASSERT_TRUE(host.PumpUntil(CORVANEBLE_EVENT_STOP_SCAN));
+    EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_ERROR).front(),
+              "Error|603|Scanning was aborted for the following reason: RadioNotAvailable");
+    EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_STOP_SCAN).front(), "StopScan|603|RadioNotAvailable");
+    EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SCANNING), 0);
+  }
+}
+
+TEST(Events, AFailingHandlerIsRecordedOnceAndReported) {
+  Host host("{}");
+  host.onEvent = [](const HostEvent& event) {
+    return event.id == CORVANEBLE_EVENT_START_SCAN || event.id == CORVANEBLE_EVENT_ERROR ? 7 : 0;
+  };
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+  EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_ERROR),
+            (std::vector<std::string>{
+                "Error|7|An unhandled error occurred in the StartScan event handler"}));
+  EXPECT_EQ(CorvaneBLE_BLEClient_GetEventErrorCode(host.Handle()), 7);
+  EXPECT_STREQ(CorvaneBLE_BLEClient_GetEventError(host.Handle()),
+               "An unhandled error occurred in the StartScan event handler");
+
+  Host own("{}");
+  own.onEvent = [&](const HostEvent& event) {
+    return event.id == CORVANEBLE_EVENT_START_SCAN
+               ? CorvaneBLE_BLEClient_SetEventErrorAndCode(own.Handle(), 9, "mine")
+               : 0;
+  };
+  ASSERT_EQ(own.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+  EXPECT_TRUE(own.Events(CORVANEBLE_EVENT_ERROR).empty());
+  EXPECT_STREQ(CorvaneBLE_BLEClient_GetEventError(own.Handle()), "mine");
+}
+
+/// Counts Log events whose texts came as UTF-16.
+int32_t CORVANEBLE_CALL CountWideLogs(void* userData, int32_t eventId, int32_t paramCount,
+                                      const intptr_t* params, const int32_t* /*lengths*/) {
+  const bool isWide =
+      eventId == CORVANEBLE_EVENT_LOG && paramCount == 3 && params[0] == 1 &&
+      std::u16string(reinterpret_cast<const char16_t*>(params[1])) == u"Scanning started." &&
+      std::u16string(reinterpret_cast<const char16_t*>(params[2])) == u"Scanning";
+  if (isWide) ++*static_cast<int*>(userData);
+  return 0;
+}
+
+TEST(Events, UnicodeEventsCarryUtf16) {
+  ASSERT_EQ(setenv("CORVANEBLE_RADIO", "simulated", 1), 0);
+  int count = 0;
+  auto* client = CorvaneBLE_BLEClient_Create(&CountWideLogs, &count, nullptr, 3);
+  unsetenv("CORVANEBLE_RADIO");
+  std::intptr_t params[] = {0};
+  EXPECT_EQ(CorvaneBLE_BLEClient_Do(client, CORVANEBLE_METHOD_START_SCANNING, 1, params, nullptr,
+                                    nullptr),
+            0);
+  CorvaneBLE_BLEClient_Destroy(client);
+  EXPECT_EQ(count, 1);
+}
+
+}  // namespace
+}  // namespace corvaneble::tests

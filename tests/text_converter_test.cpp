@@ -1,0 +1,102 @@
+#include "platform/TextConverter.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace corvaneble::platform {
+namespace {
+
+constexpr ConversionError kNone = ConversionError::None;
+constexpr ConversionError kInvalidText = ConversionError::NoUnicodeTranslation;
+
+const TextConverter& Converter() {
+  return SystemTextConverter();
+}
+
+TEST(TextConverter, ThereAndBack) {
+  struct Case {
+    std::uint32_t codePage;
+    std::string narrow;
+    std::u16string wide;
+  };
+  const Case cases[] = {
+      {0, "", u""},
+      {0, "plain ASCII, longer than a block", u"plain ASCII, longer than a block"},
+      {65001, "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80 eight or more",
+       u"\u00E9\u20AC\U0001F600 eight or more"},
+      {65001, "\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEF\xBF\xBF\xF4\x8F\xBF\xBF",
+       u"\u0080\u07FF\u0800\uD7FF\uFFFF\U0010FFFF"},
+      {1252, "\x80 \xE9", u"\u20AC \u00E9"},
+      {1251, "\xCF\xF0", u"\u041F\u0440"},
+      {1258, "a\xEC", u"a\u0301"},
+      {437, "\x81", u"\u00FC"},
+      {932, "\x93\xFA\x96\x7B", u"\u65E5\u672C"},
+      {936, "\xD6\xD0", u"\u4E2D"},
+      {949, "\xC7\xD1", u"\uD55C"},
+      {950, "\xA4\xA4", u"\u4E2D"},
+      {28605, "\xA4", u"\u20AC"},
+      {20127, "ab", u"ab"},
+  };
+  for (const Case& each : cases) {
+    std::u16string wide = u"old";
+    std::string narrow = "old";
+    if (each.codePage != 1258) {  // combining marks may be composed on the way in
+      EXPECT_EQ(Converter().ToWide(each.codePage, each.narrow, wide), kNone) << each.codePage;
+      EXPECT_EQ(wide, each.wide) << each.codePage;
+    }
+    EXPECT_EQ(Converter().ToNarrow(each.codePage, each.wide, narrow), kNone) << each.codePage;
+    EXPECT_EQ(narrow, each.narrow) << each.codePage;
+  }
+}
+
+TEST(TextConverter, RefusesWhatIsNotText) {
+  std::u16string wide;
+  for (const char* const bad :
+       {"\x80", "\xC0\xAF", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF",
+        "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2\x82", "\xE2\x82\x41", "12345678\xFF"}) {
+    EXPECT_EQ(Converter().ToWide(0, bad, wide), kInvalidText) << bad;
+    EXPECT_TRUE(wide.empty());
+  }
+  EXPECT_EQ(Converter().ToWide(932, "\x93", wide), kInvalidText);
+  EXPECT_EQ(Converter().ToWide(20127, "\xE9", wide), kInvalidText);
+  std::string narrow;
+  for (const std::u16string& bad : {std::u16string(1, 0xD800), std::u16string(1, 0xDC00),
+                                    std::u16string{0xDC00, 0xD800}, std::u16string{0xD800, u'a'}}) {
+    EXPECT_EQ(Converter().ToNarrow(0, bad, narrow), kInvalidText);
+    EXPECT_EQ(Converter().ToNarrow(1252, bad, narrow), kInvalidText);
+  }
+  for (const std::uint32_t codePage : {1U, 1200U, 1201U, 28602U, 65000U, 0xFFFFFFFFU}) {
+    EXPECT_EQ(Converter().ToWide(codePage, "a", wide), ConversionError::InvalidParameter);
+    EXPECT_EQ(Converter().ToNarrow(codePage, u"a", narrow), ConversionError::InvalidParameter);
+  }
+}
+
+TEST(TextConverter, WhatACodePageLacksBecomesAQuestionMark) {
+  std::string narrow;
+  EXPECT_EQ(Converter().ToNarrow(1252, u"\u65E5a\U0001F600b\u672C", narrow), kNone);
+  EXPECT_EQ(narrow, "?a?b?");
+}
+
+TEST(TextConverter, LongTextsOnManyThreads) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([i] {
+      const std::u16string text(1 << 18, i % 2 == 0 ? u'\u00E9' : u'\u65E5');
+      std::string narrow;
+      std::u16string wide;
+      for (const std::uint32_t codePage : {0U, i % 2 == 0 ? 1252U : 932U}) {
+        EXPECT_EQ(Converter().ToNarrow(codePage, text, narrow), kNone);
+        EXPECT_EQ(Converter().ToWide(codePage, narrow, wide), kNone);
+        EXPECT_EQ(wide, text);
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+}
+
+}  // namespace
+}  // namespace corvaneble::platform

@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "frame/ErrorState.h"
+#include "gatt/AssignedNumbers.h"
+#include "gatt/CharacteristicFlags.h"
+#include "gatt/GattId.h"
+#include "gatt/Uuid.h"
+#include "platform/BluetoothAdvertisement.h"
+#include "radio/AdvertisementUuids.h"
+#include "radio/EnumText.h"
+#include "radio/ResultMapping.h"
+#include "radio/ServerId.h"
+
+namespace corvaneble {
+namespace {
+
+using platform::Bytes;
+
+TEST(Uuid, AcceptedTexts) {
+  const struct {
+    const char* text;
+    const char* canonical;  // empty: refused
+  } cases[] = {
+      {"180D", "0000180D-0000-1000-8000-00805F9B34FB"},
+      {"  180d ", "0000180D-0000-1000-8000-00805F9B34FB"},
+      {"0x180D", "0000180D-0000-1000-8000-00805F9B34FB"},
+      {"0x0000180D", "0000180D-0000-1000-8000-00805F9B34FB"},
+      {"12345678", "12345678-0000-1000-8000-00805F9B34FB"},
+      {"0000180d00001000800000805f9b34fb", "0000180D-0000-1000-8000-00805F9B34FB"},
+      {"12345678-9abc-def0-1234-56789abcdef0", "12345678-9ABC-DEF0-1234-56789ABCDEF0"},
+      {"ZZZZ", "0000FFFF-0000-1000-8000-00805F9B34FB"},
+      {"18G0", "000018FF-0000-1000-8000-00805F9B34FB"},
+      {"0X180D", ""},
+      {"{0000180D-0000-1000-8000-00805F9B34FB}", ""},
+      {"18D", ""},
+      {"\t180D", ""},
+      {"", ""},
+  };
+  for (const auto& [text, canonical] : cases) {
+    const auto uuid = ParseUuid(text);
+    EXPECT_EQ(uuid ? FormatUuid(*uuid).c_str() : "", std::string(canonical)) << text;
+  }
+}
+
+TEST(Uuid, ListsSkipDuplicatesAndStopAtTheFirstBadItem) {
+  ErrorState errors;
+  std::vector<Uuid> list;
+  EXPECT_EQ(ParseUuidList("180D,,0x180D, 180F,", list, errors), 0);
+  EXPECT_EQ(list, (std::vector{UuidFromShort(0x180D), UuidFromShort(0x180F)}));
+  EXPECT_EQ(ParseUuidList("1800,XYZ,1801", list, errors), 600);
+  EXPECT_EQ(list.back(), UuidFromShort(0x1800));
+  EXPECT_EQ(errors.LastText(),
+            "UUIDs hexadecimal strings must represent either 16-, 32-, or 128-bit values.");
+  EXPECT_EQ(ParseUuidList(" ", list, errors), 600);
+}
+
+TEST(Uuid, AdvertisementBytesAreLittleEndianWhateverTheyHold) {
+  const auto text = [](const Bytes& bytes) {
+    const auto uuid = UuidFromAdvertisementBytes(bytes);
+    return uuid ? std::string(FormatUuid(*uuid).View()) : "";
+  };
+  EXPECT_EQ(text({0x00, 0x18}), "00001800-0000-1000-8000-00805F9B34FB");
+  EXPECT_EQ(text({0xFE, 0xFF}), "0000FFFE-0000-1000-8000-00805F9B34FB");
+  EXPECT_EQ(text({0x78, 0x56, 0x34, 0x12}), "12345678-0000-1000-8000-00805F9B34FB");
+  EXPECT_EQ(text({0xF0, 0xDE, 0xBC, 0x9A, 0x78, 0x56, 0x34, 0x12, 0xF0, 0xDE, 0xBC, 0x9A, 0x78,
+                  0x56, 0x34, 0x12}),
+            "12345678-9ABC-DEF0-1234-56789ABCDEF0");
+  EXPECT_EQ(text({1, 2, 3}), "");
+}
+
+TEST(Uuid, NamesOfAssignedNumbers) {
+  EXPECT_STREQ(ServiceName(UuidFromShort(0x180F)), "Battery Service");
+  EXPECT_STREQ(ServiceName(UuidFromShort(0x180B)), "");
+  EXPECT_STREQ(CharacteristicName(UuidFromShort(0x2A40)), "Ringer Control point");
+  EXPECT_STREQ(CharacteristicName(UuidFromShort(0x2ADA)), "Fitness Machine Status");
+  EXPECT_STREQ(CharacteristicName(UuidFromShort(0x2ACA)), "");
+  EXPECT_STREQ(DescriptorName(UuidFromShort(0x2902)), "Client Characteristic Configuration");
+  Uuid offBase = UuidFromShort(0x180F);
+  offBase.data4[7] = 0;
+  EXPECT_STREQ(ServiceName(offBase), "");
+}
+
+TEST(AdvertisementUuids, SectionsGoByWidthAndMalformedOnesFail) {
+  ErrorState errors;
+  std::vector<Uuid> uuids;
+  std::vector<platform::ByteView> values;
+  std::string text = "x";
+  const platform::BluetoothLEAdvertisement both(
+      Bytes{4, 0x16, 0x0F, 0x18, 0x64, 5, 0x20, 0x78, 0x56, 0x34, 0x12});
+  EXPECT_EQ(ServiceDataUuids(both, uuids, values, text, errors), 0);
+  EXPECT_EQ(text, "12345678-0000-1000-8000-00805F9B34FB,0000180F-0000-1000-8000-00805F9B34FB");
+  ASSERT_EQ(values.size(), 2U);
+  EXPECT_TRUE(values[0].empty());
+  EXPECT_EQ(values[1][0], 0x64);
+
+  const platform::BluetoothLEAdvertisement shortSection(Bytes{2, 0x16, 0x0F});
+  EXPECT_EQ(ServiceDataUuids(shortSection, uuids, values, text, errors), 202);
+  EXPECT_EQ(errors.LastText(), "Expected byte[] length to be at least 2, but instead is 1.");
+  EXPECT_EQ(text, "");
+
+  const platform::BluetoothLEAdvertisement twice(Bytes{5, 0x14, 0x0D, 0x18, 0x0D, 0x18});
+  EXPECT_EQ(SolicitedUuids(twice, uuids, text, errors), 0);
+  EXPECT_EQ(text, "0000180D-0000-1000-8000-00805F9B34FB");
+  const platform::BluetoothLEAdvertisement ragged(Bytes{4, 0x14, 0x0D, 0x18, 0x0D});
+  EXPECT_EQ(SolicitedUuids(ragged, uuids, text, errors), 202);
+  EXPECT_EQ(errors.LastText(), "Expected byte[] length to be a multiple of 2, but instead is 3.");
+}
+
+TEST(Identifiers, RoundTrip) {
+  EXPECT_STREQ(GattId(0x000C, 0x000E, 0).c_str(), "000C000E0000");
+  const auto id = GattId::Parse("000c000e00FF");
+  ASSERT_TRUE(id);
+  EXPECT_EQ(id->ServiceIdOf().View(), "000C00000000");
+  EXPECT_EQ(id->CharacteristicIdOf().View(), "000C000E0000");
+  for (const char* bad : {"", "000C", "000C000E00000", "000C000E000G"}) {
+    EXPECT_FALSE(GattId::Parse(bad)) << bad;
+  }
+  EXPECT_STREQ(ServerId(0x00A050C4E2F1).c_str(), "00A050C4E2F1");
+  EXPECT_EQ(ParseServerId("00a050c4e2f1zz"), 0x00A050C4E2F1U);
+  EXPECT_EQ(ParseServerId("12"), 0x12FFFFFFFFFFU);
+  EXPECT_EQ(ParseServerId("12F"), 0x12FFFFFFFFFFU);
+}
+
+TEST(CharacteristicFlags, SkipExtendedProperties) {
+  EXPECT_EQ(FlagsText(FlagsFromProperties(0x3FF)), "B,R,WWR,W,N,I,ASR,RW,WA");
+  EXPECT_EQ(FlagsFromProperties(0x300), 0x180U);
+  EXPECT_EQ(FlagsText(0x180), "RW,WA");
+  EXPECT_EQ(FlagsFromProperties(0x080), 0U);
+}
+
+TEST(ResultMapping, CodesAndTexts) {
+  using platform::GattCommunicationStatus;
+  const struct {
+    int status;
+    int protocolError;
+    ErrorCode code;
+    const char* text;
+  } cases[] = {
+      {0, 5, 0, "before"},
+      {7, 0, 0, "before"},
+      {1, 0, 607, "Error attempting communication: Device unreachable."},
+      {3, 0, 606, "Error attempting communication: Access denied by system."},
+      {2, 0x05, 705,
+       "Protocol error returned during communication: [5] {5}. Insufficient authentication."},
+      {2, 0x11, 717,
+       "Protocol error returned during communication: [17] {17}. Insufficient resources."},
+      {2, 0xFD, 953,
+       "Protocol error returned during communication: [253] {253}. Client characteristic "
+       "configuration descriptor (CCCD) improperly configured."},
+      {2, 0x85, 612,
+       "Application-specific protocol error {133 (0x85) returned during communication. Consult the "
+       "remote device's documentation for more information."},
+      {2, 0xA0, 606, "Unknown protocol error 160 (0xa0) returned during communication."},
+      {2, 0, 606, "Unknown protocol error 0 (0x0) returned during communication."},
+  };
+  for (const auto& [status, protocolError, code, text] : cases) {
+    ErrorState errors;
+    errors.SetLastText("before");
+    EXPECT_EQ(MapGattResult(static_cast<GattCommunicationStatus>(status),
+                            static_cast<std::uint8_t>(protocolError), errors),
+              code);
+    EXPECT_EQ(errors.LastText(), text);
+  }
+  for (int value = 1; value <= 0x11; ++value) {
+    ErrorState errors;
+    EXPECT_EQ(MapGattResult(GattCommunicationStatus::ProtocolError,
+                            static_cast<std::uint8_t>(value), errors),
+              700 + value);
+  }
+  EXPECT_STREQ(EnumText(static_cast<platform::BluetoothError>(12)),
+               "Windows.Devices.Bluetooth.BluetoothError");
+  EXPECT_STREQ(EnumText(platform::BluetoothError::TransportNotSupported), "TransportNotSupported");
+}
+
+}  // namespace
+}  // namespace corvaneble
