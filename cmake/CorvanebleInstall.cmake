@@ -1,0 +1,33 @@
+# What `cmake --install` puts where, and how other builds find it: as a CMake package
+# (corvaneble::corvaneble) and through pkg-config (corvaneble).
+include(CMakePackageConfigHelpers)
+
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/corvaneble")
+
+install(
+  TARGETS corvaneble
+  EXPORT corvanebleTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/corvaneble"
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.h")
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md"
+              "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
+install(EXPORT corvanebleTargets NAMESPACE corvaneble:: DESTINATION "${package_dir}")
+configure_package_config_file(
+  "${PROJECT_SOURCE_DIR}/cmake/corvanebleConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/corvanebleConfig.cmake" INSTALL_DESTINATION "${package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/corvanebleConfigVersion.cmake"
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/corvanebleConfig.cmake"
+              "${PROJECT_BINARY_DIR}/corvanebleConfigVersion.cmake" DESTINATION "${package_dir}")
+
+# Relative, so that an installed tree can be moved.
+file(RELATIVE_PATH PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" PC_PREFIX "${PC_PREFIX}")
+configure_file("${PROJECT_SOURCE_DIR}/cmake/corvaneble.pc.in"
+               "${PROJECT_BINARY_DIR}/corvaneble.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/corvaneble.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
