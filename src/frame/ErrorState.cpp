@@ -18,7 +18,7 @@ ErrorCode ErrorState::Finish(ErrorCode code) {
     const std::lock_guard lock(mutex_);
     if (lastText_.empty()) lastText_ = DefaultText(code);
   }
-  lastCode_ = code;
+  SetLastCode(code);
   return code;
 }
 

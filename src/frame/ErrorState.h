@@ -27,8 +27,8 @@ class ErrorState {
   /// the code and returns it.
   ErrorCode Finish(ErrorCode code);
 
-  ErrorCode LastCode() const { return lastCode_; }
-  void SetLastCode(ErrorCode code) { lastCode_ = code; }
+  ErrorCode LastCode() const { return lastCode_.load(std::memory_order_acquire); }
+  void SetLastCode(ErrorCode code) { lastCode_.store(code, std::memory_order_release); }
   std::string LastText() const;
   void SetLastText(std::string_view text);
 

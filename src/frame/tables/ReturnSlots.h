@@ -2,10 +2,12 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "frame/tables/PropertyInfo.h"
@@ -44,8 +46,12 @@ class ReturnSlots {
   };
   using Slots = std::array<ReturnSlot, kCount>;
 
+  static std::uint64_t NextIdentity();
   ReturnSlot& Mine(std::size_t slot);
+  Slots& MySlots();
 
+  /// Tells this object from every other, also from one that had its address before.
+  const std::uint64_t identity_ = NextIdentity();
   std::mutex mutex_;  // guards the list; the slots belong to their threads
   std::vector<std::pair<std::thread::id, std::unique_ptr<Slots>>> threads_;
 };
