@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <utility>
+
+#include "api/BLEClient.h"
+#include "corvaneble/corvaneble.h"
+#include "platform/BluetoothAdvertisement.h"
+#include "platform/SystemServices.h"
+#include "platform/UnavailableRadio.h"
+
+namespace corvaneble::bench {
+
+/// An instance that counts its events.
+class BenchHost {
+ public:
+  explicit BenchHost(platform::OpenedRadio radio, bool unicodeEvents = false)
+      : handle_(BLEClient::Create(&OnEvent, this, unicodeEvents, std::move(radio))) {}
+  ~BenchHost() { CorvaneBLE_BLEClient_Destroy(handle_); }
+  BenchHost(const BenchHost&) = delete;
+  BenchHost& operator=(const BenchHost&) = delete;
+
+  CorvaneBLE_Handle Handle() const { return handle_; }
+  std::uint64_t Events() const { return events_; }
+
+  std::int32_t Do(std::int32_t method, const char* a = "", const char* b = "",
+                  const char* c = "") const {
+    std::intptr_t params[] = {reinterpret_cast<std::intptr_t>(a),
+                              reinterpret_cast<std::intptr_t>(b),
+                              reinterpret_cast<std::intptr_t>(c), 0};
+    std::int32_t lengths[4] = {};
+    return CorvaneBLE_BLEClient_Do(handle_, method, 3, params, lengths, nullptr);
+  }
+
+ private:
+  static std::int32_t CORVANEBLE_CALL OnEvent(void* userData, std::int32_t /*event*/,
+                                              std::int32_t /*count*/,
+                                              const std::intptr_t* /*params*/,
+                                              const std::int32_t* /*lengths*/) {
+    ++static_cast<BenchHost*>(userData)->events_;
+    return 0;
+  }
+
+  std::uint64_t events_ = 0;
+  CorvaneBLE_Handle handle_;
+};
+
+/// A radio that hears what the benchmark gives it, on the benchmark's thread.
+class LoopbackRadio final : public platform::Radio {
+ public:
+  class Watcher final : public platform::BluetoothLEAdvertisementWatcher {
+   public:
+    using Status_ = platform::BluetoothLEAdvertisementWatcherStatus;
+    Status_ Status() const override { return status_; }
+    void SetScanningMode(platform::BluetoothLEScanningMode) override {}
+    void SetAdvertisementFilter(platform::BluetoothLEAdvertisementFilter) override {}
+    void Start() override { status_ = Status_::Started; }
+    void Stop() override { status_ = Status_::Stopped; }
+    platform::EventToken OnReceived(Received::Handler handler) override {
+      return received_.Add(std::move(handler));
+    }
+    platform::EventToken OnStopped(Stopped::Handler handler) override {
+      return stopped_.Add(std::move(handler));
+    }
+    void Hear(const platform::BluetoothLEAdvertisementReceivedEventArgs& args) const {
+      received_.Raise(args);
+    }
+
+   private:
+    Status_ status_ = Status_::Created;
+    Received received_;
+    Stopped stopped_;
+  };
+
+  platform::AsyncOperationPtr<platform::BluetoothAdapter> GetDefaultAdapterAsync() override {
+    class Adapter final : public platform::BluetoothAdapter {
+     public:
+      std::uint64_t BluetoothAddress() const override { return 0; }
+      bool IsLowEnergySupported() const override { return true; }
+    };
+    return platform::CompletedOperation<platform::BluetoothAdapter>(std::make_shared<Adapter>());
+  }
+  std::shared_ptr<platform::BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
+    return watcher_;
+  }
+  platform::AsyncOperationPtr<platform::BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
+      std::uint64_t) override {
+    return platform::CompletedOperation<platform::BluetoothLEDevice>(nullptr);
+  }
+
+  const Watcher& Ether() const { return *watcher_; }
+
+ private:
+  const std::shared_ptr<Watcher> watcher_ = std::make_shared<Watcher>();
+};
+
+}  // namespace corvaneble::bench

@@ -1,0 +1,158 @@
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "AllocationCounter.h"
+#include "BenchHost.h"
+#include "frame/ErrorState.h"
+#include "gatt/GattObjectTree.h"
+#include "platform/simulated/SimulatedRadio.h"
+
+namespace corvaneble::bench {
+namespace {
+
+using platform::GattCharacteristic;
+
+/// A device with one service of many characteristics, in virtual time: what is measured is work.
+platform::OpenedRadio ManyCharacteristics(std::int64_t count) {
+  platform::simulated::ServiceScenario service;
+  service.uuid = platform::Guid::FromAssignedNumber(0x180F);
+  service.handle = 0x0010;
+  for (std::int64_t i = 0; i < count; ++i) {
+    platform::simulated::CharacteristicScenario characteristic;
+    characteristic.uuid = platform::Guid::FromAssignedNumber(0x2A19);
+    characteristic.properties = platform::gatt_characteristic_properties::kRead;
+    service.characteristics.push_back(std::move(characteristic));
+  }
+  platform::simulated::PeripheralScenario peripheral;
+  peripheral.address = 1;
+  peripheral.mtu = 517;
+  peripheral.services.push_back(std::move(service));
+  platform::simulated::Scenario scenario;
+  scenario.virtualTime = true;
+  scenario.peripherals.push_back(std::move(peripheral));
+  return platform::simulated::OpenSimulatedRadio(std::move(scenario));
+}
+
+/// Discovery through the exports, over ATT: time per characteristic.
+void Discover(benchmark::State& state) {
+  for (auto _ : state) {
+    state.PauseTiming();
+    auto host = std::make_unique<BenchHost>(ManyCharacteristics(state.range(0)));
+    host->Do(CORVANEBLE_METHOD_CONNECT, "000000000001");
+    host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES);
+    state.ResumeTiming();
+    if (host->Do(CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS, "001000000000") != 0) {
+      state.SkipWithError("discovery failed");
+    }
+    state.PauseTiming();
+    host.reset();
+    state.ResumeTiming();
+  }
+  state.counters["per_characteristic"] = benchmark::Counter(
+      static_cast<double>(state.range(0)),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(Discover)->Arg(200)->Arg(20'000)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
+
+/// The least a platform object can be, so that the tree's own memory shows.
+class BareCharacteristic final : public GattCharacteristic {
+ public:
+  explicit BareCharacteristic(std::uint16_t handle) : handle_(handle) {}
+  std::uint16_t AttributeHandle() const override { return handle_; }
+  platform::Guid Uuid() const override { return UuidFromShort(0x2A19); }
+  std::uint32_t CharacteristicProperties() const override { return 2; }
+  std::u16string UserDescription() const override { return {}; }
+  std::vector<platform::GattPresentationFormat> PresentationFormats() const override { return {}; }
+  platform::AsyncOperationPtr<platform::GattDescriptorsResult> GetDescriptorsAsync(
+      platform::BluetoothCacheMode) override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattDescriptorsResult> GetDescriptorsForUuidAsync(
+      const platform::Guid&, platform::BluetoothCacheMode) override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattReadResult> ReadValueAsync(
+      platform::BluetoothCacheMode) override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattWriteResult> WriteValueWithResultAsync(
+      platform::ByteView, platform::GattWriteOption) override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattReadClientCharacteristicConfigurationDescriptorResult>
+  ReadClientCharacteristicConfigurationDescriptorAsync() override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattWriteResult>
+  WriteClientCharacteristicConfigurationDescriptorWithResultAsync(
+      platform::GattClientCharacteristicConfigurationDescriptorValue) override {
+    return nullptr;
+  }
+  platform::EventToken OnValueChanged(ValueChanged::Handler handler) override {
+    handler_ = std::move(handler);
+    return {};
+  }
+
+ private:
+  std::uint16_t handle_;
+  ValueChanged::Handler handler_;
+};
+
+class BareService final : public platform::GattDeviceService {
+ public:
+  std::uint16_t AttributeHandle() const override { return 1; }
+  platform::Guid Uuid() const override { return UuidFromShort(0x180F); }
+  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetIncludedServicesAsync(
+      platform::BluetoothCacheMode) override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
+      const platform::Guid&, platform::BluetoothCacheMode) override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattCharacteristicsResult> GetCharacteristicsAsync(
+      platform::BluetoothCacheMode) override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
+      const platform::Guid&, platform::BluetoothCacheMode) override {
+    return nullptr;
+  }
+};
+
+/// The tree alone: growing it, its memory, and finding every record by id and by object.
+void Tree(benchmark::State& state) {
+  const auto count = static_cast<std::uint16_t>(state.range(0));
+  std::vector<std::shared_ptr<GattCharacteristic>> objects;
+  for (std::uint16_t i = 0; i < count; ++i) {
+    objects.push_back(std::make_shared<BareCharacteristic>(static_cast<std::uint16_t>(i + 2)));
+  }
+  double bytes = 0;
+  for (auto _ : state) {
+    ErrorState errors;
+    GattObjectTree tree(errors, [](GattCharacteristic&, platform::ByteView) {});
+    const std::size_t before = AllocationsNow().liveBytes;
+    const auto service = tree.AddService(std::make_shared<BareService>(), GattId(1, 0, 0)).first;
+    for (std::uint16_t i = 0; i < count; ++i) {
+      tree.AddCharacteristic(objects[i], service, GattId(1, static_cast<std::uint16_t>(i + 2), 0));
+    }
+    bytes = static_cast<double>(AllocationsNow().liveBytes - before) / count;
+    for (std::uint16_t i = 0; i < count; ++i) {
+      const GattId id(1, static_cast<std::uint16_t>(i + 2), 0);
+      benchmark::DoNotOptimize(tree.FindCharacteristic(service->id.View(), id.View()));
+      benchmark::DoNotOptimize(tree.FindCharacteristicByObject(*objects[i]));
+    }
+  }
+  state.counters["bytes_per_characteristic"] = bytes;
+  state.counters["per_characteristic"] =
+      benchmark::Counter(static_cast<double>(count), benchmark::Counter::kIsIterationInvariantRate |
+                                                         benchmark::Counter::kInvert);
+}
+BENCHMARK(Tree)->Arg(200)->Arg(20'000);
+
+}  // namespace
+}  // namespace corvaneble::bench
