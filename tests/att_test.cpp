@@ -330,6 +330,15 @@ TEST_F(AttTest, ReadThatNeverEndsIsCutOffAt512Bytes) {
   ExpectProtocolError(Finish(characteristic->ReadValueAsync(kUncached)), 0x04);
 }
 
+TEST_F(AttTest, LongestValueIsReadWithoutAskingForMore) {
+  const auto characteristic = OpenCharacteristic();
+  peer->On("03 05 02");
+  peer->Say("02 01 01");  // an ATT_MTU of 257
+  Run();
+  peer->On("0A 12 00", "0B " + Repeat("AA", 256)).On("0C 12 00 00 01", "0D " + Repeat("BB", 256));
+  EXPECT_EQ(Finish(characteristic->ReadValueAsync(kUncached))->value.size(), kMaxValueLength);
+}
+
 TEST_F(AttTest, WritesOfEverySize) {
   const auto characteristic = OpenCharacteristic();
   const auto write = [&](std::size_t size, GattWriteOption option) {
@@ -384,14 +393,15 @@ TEST_F(AttTest, ValuesFromTheServerReachTheirCharacteristic) {
         heard += ToHex(value) + ";";
       });
   peer->On("1E").On("1E");
-  for (const char* pdu : {"1B 12 00 01", "1D 12 00 02", "23 12 00 01 00 03 12 00 02 00 04 05",
-                          "1B 12 00", "1D 55 00 06",
+  for (const char* pdu : {"1B 12 00 01", "1D 12 00 02", "1B 12 00", "1D 55 00 06",
+                          "23 12 00 01 00 03 12 00 02 00 04 05",
                           // These are not what they say they are.
                           "1B 12", "23 12 00 01 00 03 12 00 03 00 04 05", "23 12 00 01"})
     peer->Say(pdu);
   Run();
-  EXPECT_EQ(heard, "01;02;03;04 05;;");
-  EXPECT_TRUE(Finish(characteristic->ReadValueAsync(BluetoothCacheMode::Cached))->value.empty());
+  EXPECT_EQ(heard, "01;02;;03;04 05;");
+  EXPECT_EQ(Finish(characteristic->ReadValueAsync(BluetoothCacheMode::Cached))->value,
+            (Bytes{4, 5}));
 }
 
 TEST_F(AttTest, OneRequestAtATimeAndTheOthersInOrder) {
@@ -428,12 +438,15 @@ TEST_F(AttTest, SilenceFor30SecondsEndsTheBearerAndTheNextOperationOpensAnother)
   const auto queued = characteristic->ReadValueAsync(kUncached);
   executor->Advance(kTransactionTimeout - milliseconds(1));
   EXPECT_EQ(linkChanges, "open ");
+  AsyncOperationPtr<GattReadResult> retry;  // started while the channel is still closing
+  queued->OnCompleted([&](auto& finished) {
+    ExpectStatus(finished.GetResults(), GattCommunicationStatus::Unreachable);
+    retry = characteristic->ReadValueAsync(kUncached);
+  });
+  peer->Opens().On("0A 12 00", "0B 01");
   executor->Advance(milliseconds(1));
   ExpectStatus(Finish(silent), GattCommunicationStatus::Unreachable);
-  ExpectStatus(Finish(queued), GattCommunicationStatus::Unreachable);
-  EXPECT_EQ(linkChanges, "open closed ");
-  peer->Opens().On("0A 12 00", "0B 01");
-  ExpectStatus(Finish(characteristic->ReadValueAsync(kUncached)), GattCommunicationStatus::Success);
+  ExpectStatus(Finish(retry), GattCommunicationStatus::Success);
   EXPECT_EQ(linkChanges, "open closed open ");
   EXPECT_EQ(executor->Pending(), 0U);  // no timer is left behind
 }

@@ -1,6 +1,7 @@
 #include "support/Host.h"
 
 #include <array>
+#include <bit>
 #include <utility>
 
 #include "api/BLEClient.h"
@@ -87,7 +88,8 @@ std::string Host::Config(const std::string& text) {
   const std::int32_t code =
       CorvaneBLE_BLEClient_Do(handle_, CORVANEBLE_METHOD_CONFIG, 1, params, lengths, nullptr);
   if (code != 0) return "!" + std::to_string(code);
-  return reinterpret_cast<const char*>(params[1]);
+  // Not reinterpret_cast: GCC 12 then takes the text to be no longer than the array it came from.
+  return std::bit_cast<const char*>(params[1]);
 }
 
 std::intptr_t Host::Get(std::int32_t property, std::int32_t index) const {

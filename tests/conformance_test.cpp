@@ -1,0 +1,319 @@
+// What every radio must do, asked of the seam itself. The same cases run on each backend that can
+// offer the peripheral described by `kPeripheral`.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <vector>
+
+#include "platform/faults/FaultInjectingRadio.h"
+#include "support/Host.h"
+
+namespace corvaneble::tests {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::AsyncOperationPtr;
+using platform::BluetoothCacheMode;
+using platform::BluetoothConnectionStatus;
+using platform::BluetoothLEAdvertisementWatcherStatus;
+using platform::Bytes;
+using platform::GattCharacteristic;
+using platform::GattCommunicationStatus;
+using platform::GattWriteOption;
+using platform::Guid;
+using CccdValue = platform::GattClientCharacteristicConfigurationDescriptorValue;
+
+constexpr std::uint64_t kAddress = 0xC0FFEE000042;
+constexpr const char* kPeripheral = R"({"peripherals": [
+  {"address": "C0FFEE000042", "addressType": "random", "name": "Conformant", "mtu": 64,
+   "advertising": {"interval": 100, "data": {"services": ["180F"], "name": "Conformant"},
+                   "scanResponse": {"txPower": 3}},
+   "services": [
+     {"id": "in", "uuid": "5C0A0001-7D2E-4B1F-9A63-1E5F2C8D7B40", "primary": false},
+     {"uuid": "180F", "includes": ["in"], "characteristics": [
+       {"uuid": "2A19", "properties": ["read", "write", "writeWithoutResponse", "notify"],
+        "value": "64", "echo": true, "descriptors": [
+          {"userDescription": "Charge"},
+          {"presentationFormat": {"format": "uint8", "exponent": -1, "unit": "27AD"}}]},
+       {"uuid": "2A1C", "properties": ["read", "write", "indicate", "writableAuxiliaries"],
+        "value": "01", "echo": true},
+       {"uuid": "2A1D", "properties": ["read", "write"], "value": "00", "readError": "0x80",
+        "writeError": "insufficientAuthorization"}]},
+     {"uuid": "180A", "characteristics": [
+       {"uuid": "2A29", "properties": ["read"], "value": {"utf8": "A manufacturer whose name is so long that one packet of this link cannot carry it"}}]}]},
+  {"address": "C0FFEE000043", "advertising": {"interval": 100, "data": {"name": "Other"}}}]})";
+
+struct Backend {
+  const char* name;
+  std::function<platform::OpenedRadio()> open;
+
+  friend std::ostream& operator<<(std::ostream& out, const Backend& backend) {
+    return out << backend.name;
+  }
+};
+
+class Conformance : public testing::TestWithParam<Backend> {
+ protected:
+  template <class T>
+  std::shared_ptr<T> Await(const AsyncOperationPtr<T>& operation) {
+    const auto done = std::make_shared<platform::WakeSignal>();
+    std::shared_ptr<T> result;
+    operation->OnCompleted([done, &result](platform::AsyncOperation<T>& finished) {
+      result = finished.GetResults();
+      done->Set();
+    });
+    for (int step = 0; step < 500 && !done->IsSet(); ++step)
+      radio.pump->Step(20ms, done.get());
+    EXPECT_TRUE(done->IsSet());
+    return result;
+  }
+
+  void Pass(std::chrono::milliseconds time) { radio.clock->Sleep(time); }
+
+  std::shared_ptr<platform::BluetoothLEDevice> Device() {
+    return Await(radio.radio->DeviceFromBluetoothAddressAsync(kAddress));
+  }
+
+  std::shared_ptr<platform::GattDeviceService> Service(platform::BluetoothLEDevice& device,
+                                                       std::uint16_t uuid) {
+    const auto found = Await(device.GetGattServicesForUuidAsync(Guid::FromAssignedNumber(uuid),
+                                                                BluetoothCacheMode::Uncached));
+    EXPECT_EQ(found->services.size(), 1U);
+    return found->services.at(0);
+  }
+
+  std::shared_ptr<GattCharacteristic> Characteristic(platform::GattDeviceService& service,
+                                                     std::uint16_t uuid) {
+    const auto found = Await(service.GetCharacteristicsForUuidAsync(Guid::FromAssignedNumber(uuid),
+                                                                    BluetoothCacheMode::Uncached));
+    EXPECT_EQ(found->characteristics.size(), 1U);
+    return found->characteristics.at(0);
+  }
+
+  Bytes Read(GattCharacteristic& characteristic, BluetoothCacheMode mode) {
+    return Await(characteristic.ReadValueAsync(mode))->value;
+  }
+
+  platform::OpenedRadio radio = GetParam().open();
+};
+
+TEST_P(Conformance, AWatcherReportsFromStartToStop) {
+  ASSERT_TRUE(Await(radio.radio->GetDefaultAdapterAsync())->IsLowEnergySupported());
+  const auto watcher = radio.radio->CreateAdvertisementWatcher();
+  EXPECT_EQ(watcher->Status(), BluetoothLEAdvertisementWatcherStatus::Created);
+  std::atomic<int> heard = 0;
+  std::atomic<int> others = 0;
+  std::atomic<int> responses = 0;
+  std::atomic<int> stops = 0;
+  auto received = watcher->OnReceived([&](const auto& args) {
+    (args.bluetoothAddress == kAddress ? heard : others) += 1;
+    if (args.advertisementType == platform::BluetoothLEAdvertisementType::ScanResponse) {
+      ++responses;
+    }
+  });
+  const auto stopped = watcher->OnStopped([&](const auto& args) {
+    EXPECT_EQ(args.error, platform::BluetoothError::Success);
+    EXPECT_EQ(watcher->Status(), BluetoothLEAdvertisementWatcherStatus::Stopped);
+    ++stops;
+  });
+  const auto scan = [&](auto mode, platform::BluetoothLEAdvertisementFilter filter) {
+    heard = others = responses = 0;
+    watcher->SetScanningMode(mode);
+    watcher->SetAdvertisementFilter(std::move(filter));
+    watcher->Start();
+    Pass(1000ms);
+    EXPECT_EQ(watcher->Status(), BluetoothLEAdvertisementWatcherStatus::Started);
+    watcher->Stop();
+    Pass(200ms);
+    EXPECT_EQ(watcher->Status(), BluetoothLEAdvertisementWatcherStatus::Stopped);
+    const int then = heard + others;
+    Pass(500ms);
+    EXPECT_EQ(heard + others, then);
+  };
+  scan(platform::BluetoothLEScanningMode::Passive, {});
+  EXPECT_GE(heard, 8);
+  EXPECT_GE(others, 8);
+  EXPECT_EQ(responses, 0);
+  scan(platform::BluetoothLEScanningMode::Active, {{Guid::FromAssignedNumber(0x180F)}});
+  EXPECT_GE(heard, 8);
+  EXPECT_EQ(others, 0);
+  scan(platform::BluetoothLEScanningMode::Active, {});
+  EXPECT_GE(responses, 8);
+  EXPECT_EQ(stops, 3);
+  received.Reset();
+  scan(platform::BluetoothLEScanningMode::Active, {});
+  EXPECT_EQ(heard + others, 0);
+}
+
+TEST_P(Conformance, ADeviceIsFoundByAddressAndLinkedByTheFirstOperation) {
+  EXPECT_EQ(Await(radio.radio->DeviceFromBluetoothAddressAsync(0xBADBADBADBAD)), nullptr);
+  const auto device = Device();
+  ASSERT_TRUE(device);
+  EXPECT_EQ(device->BluetoothAddress(), kAddress);
+  EXPECT_EQ(device->Name(), u"Conformant");
+  EXPECT_EQ(device->ConnectionStatus(), BluetoothConnectionStatus::Disconnected);
+  std::atomic<int> changes = 0;
+  const auto token = device->OnConnectionStatusChanged([&] { ++changes; });
+  EXPECT_EQ(Await(device->GetGattServicesAsync(BluetoothCacheMode::Uncached))->status,
+            GattCommunicationStatus::Success);
+  EXPECT_EQ(device->ConnectionStatus(), BluetoothConnectionStatus::Connected);
+  EXPECT_EQ(changes, 1);
+}
+
+TEST_P(Conformance, AttributesKeepTheirHandlesUuidsAndIdentity) {
+  const auto device = Device();
+  const auto all = Await(device->GetGattServicesAsync(BluetoothCacheMode::Uncached));
+  const auto again = Await(device->GetGattServicesAsync(BluetoothCacheMode::Uncached));
+  EXPECT_EQ(all->services, again->services);
+  EXPECT_TRUE(std::is_sorted(
+      all->services.begin(), all->services.end(),
+      [](const auto& a, const auto& b) { return a->AttributeHandle() < b->AttributeHandle(); }));
+  const auto battery = Service(*device, 0x180F);
+  EXPECT_NE(std::find(all->services.begin(), all->services.end(), battery), all->services.end());
+
+  const auto included = Await(battery->GetIncludedServicesAsync(BluetoothCacheMode::Uncached));
+  ASSERT_EQ(included->services.size(), 1U);
+  EXPECT_EQ(included->services[0]->Uuid().data1, 0x5C0A0001U);
+  const auto characteristics =
+      Await(battery->GetCharacteristicsAsync(BluetoothCacheMode::Uncached))->characteristics;
+  ASSERT_EQ(characteristics.size(), 3U);
+  EXPECT_EQ(characteristics[0], Characteristic(*battery, 0x2A19));
+  EXPECT_GT(characteristics[0]->AttributeHandle(), battery->AttributeHandle());
+  EXPECT_TRUE(Await(battery->GetCharacteristicsForUuidAsync(Guid::FromAssignedNumber(0x2AFF),
+                                                            BluetoothCacheMode::Uncached))
+                  ->characteristics.empty());
+}
+
+TEST_P(Conformance, DescriptorsBringTheFieldsThatDependOnThem) {
+  const auto device = Device();
+  const auto battery = Service(*device, 0x180F);
+  const auto level = Characteristic(*battery, 0x2A19);
+  EXPECT_EQ(level->UserDescription(), u"");
+  const auto descriptors = Await(level->GetDescriptorsAsync(BluetoothCacheMode::Uncached));
+  EXPECT_EQ(descriptors->descriptors.size(), 3U);
+  EXPECT_EQ(level->UserDescription(), u"Charge");
+  ASSERT_EQ(level->PresentationFormats().size(), 1U);
+  EXPECT_EQ(level->PresentationFormats()[0].formatType, 4);
+  EXPECT_EQ(level->PresentationFormats()[0].exponent, -1);
+  EXPECT_EQ(level->PresentationFormats()[0].unit, 0x27AD);
+  const auto extended = Characteristic(*battery, 0x2A1C);
+  ASSERT_EQ(Await(extended->GetDescriptorsForUuidAsync(Guid::FromAssignedNumber(0x2900),
+                                                       BluetoothCacheMode::Uncached))
+                ->descriptors.size(),
+            1U);
+  EXPECT_NE(extended->CharacteristicProperties() &
+                platform::gatt_characteristic_properties::kWritableAuxiliaries,
+            0U);
+}
+
+TEST_P(Conformance, ValuesAreReadWrittenAndCached) {
+  const auto device = Device();
+  const auto battery = Service(*device, 0x180F);
+  const auto level = Characteristic(*battery, 0x2A19);
+  EXPECT_EQ(Read(*level, BluetoothCacheMode::Cached), Bytes{});
+  EXPECT_EQ(Read(*level, BluetoothCacheMode::Uncached), Bytes{0x64});
+  EXPECT_EQ(Read(*level, BluetoothCacheMode::Cached), Bytes{0x64});
+
+  const auto write = [&](std::size_t size, GattWriteOption option) {
+    const Bytes value(size, static_cast<std::uint8_t>(size));
+    const auto result = Await(level->WriteValueWithResultAsync(value, option));
+    if (result->status != GattCommunicationStatus::Success) {
+      return int{result->protocolError.value_or(0)};
+    }
+    Pass(100ms);  // a command is not acknowledged
+    EXPECT_EQ(Read(*level, BluetoothCacheMode::Uncached), value);
+    return 0;
+  };
+  for (const std::size_t size : {0, 1, 61}) {
+    EXPECT_EQ(write(size, GattWriteOption::WriteWithResponse), 0) << size;
+    EXPECT_EQ(write(size, GattWriteOption::WriteWithoutResponse), 0) << size;
+  }
+  for (const std::size_t size : {62, 300, 512}) {
+    EXPECT_EQ(write(size, GattWriteOption::WriteWithResponse), 0) << size;
+    EXPECT_EQ(write(size, GattWriteOption::WriteWithoutResponse), 0x0D) << size;
+  }
+  EXPECT_EQ(write(513, GattWriteOption::WriteWithResponse), 0x0D);
+
+  const auto information = Service(*device, 0x180A);
+  EXPECT_EQ(Read(*Characteristic(*information, 0x2A29), BluetoothCacheMode::Uncached).size(), 81U);
+  const auto refused = Characteristic(*battery, 0x2A1D);
+  const auto read = Await(refused->ReadValueAsync(BluetoothCacheMode::Uncached));
+  EXPECT_EQ(read->status, GattCommunicationStatus::ProtocolError);
+  EXPECT_EQ(read->protocolError, 0x80);
+  const auto written =
+      Await(refused->WriteValueWithResultAsync(Bytes{1}, GattWriteOption::WriteWithResponse));
+  EXPECT_EQ(written->protocolError, 0x08);
+}
+
+TEST_P(Conformance, SubscribedValuesArriveInOrderAndEndWithTheSubscription) {
+  const auto device = Device();
+  const auto battery = Service(*device, 0x180F);
+  const struct {
+    std::uint16_t uuid;
+    CccdValue value;
+  } cases[] = {{0x2A19, CccdValue::Notify}, {0x2A1C, CccdValue::Indicate}};
+  for (const auto& [uuid, value] : cases) {
+    const auto characteristic = Characteristic(*battery, uuid);
+    std::vector<std::uint8_t> values;  // written on the radio's thread, read while it is idle
+    const auto token = characteristic->OnValueChanged([&](GattCharacteristic& sender, auto bytes) {
+      EXPECT_EQ(&sender, characteristic.get());
+      values.push_back(bytes.front());
+    });
+    const auto configure = [&](CccdValue wanted) {
+      EXPECT_EQ(
+          Await(characteristic->WriteClientCharacteristicConfigurationDescriptorWithResultAsync(
+                    wanted))
+              ->status,
+          GattCommunicationStatus::Success);
+      EXPECT_EQ(Await(characteristic->ReadClientCharacteristicConfigurationDescriptorAsync())
+                    ->clientCharacteristicConfigurationDescriptor,
+                wanted);
+    };
+    const auto echo = [&](std::uint8_t byte) {
+      Await(characteristic->WriteValueWithResultAsync(Bytes{byte},
+                                                      GattWriteOption::WriteWithResponse));
+    };
+    configure(value);
+    for (std::uint8_t i = 1; i <= 50; ++i)
+      echo(i);
+    Pass(500ms);
+    configure(CccdValue::None);
+    echo(99);
+    Pass(500ms);
+    ASSERT_EQ(values.size(), 50U);
+    EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
+    EXPECT_EQ(Read(*characteristic, BluetoothCacheMode::Cached), Bytes{50});
+  }
+}
+
+TEST_P(Conformance, ObjectsOutliveTheirDeviceWithoutReachingIt) {
+  auto device = Device();
+  const auto battery = Service(*device, 0x180F);
+  const auto level = Characteristic(*battery, 0x2A19);
+  device.reset();
+  EXPECT_EQ(Await(level->ReadValueAsync(BluetoothCacheMode::Uncached))->status,
+            GattCommunicationStatus::Unreachable);
+  EXPECT_EQ(Await(battery->GetCharacteristicsAsync(BluetoothCacheMode::Uncached))->status,
+            GattCommunicationStatus::Unreachable);
+}
+
+platform::OpenedRadio Decorated() {
+  const auto inner = OpenScenario(kPeripheral);
+  return {std::make_shared<platform::faults::FaultInjectingRadio>(inner.radio, inner.timeline,
+                                                                  platform::faults::Fault{}),
+          inner.clock, inner.pump};
+}
+
+INSTANTIATE_TEST_SUITE_P(Radios, Conformance,
+                         testing::Values(Backend{"simulated",
+                                                 [] { return OpenScenario(kPeripheral); }},
+                                         Backend{"decorated", &Decorated}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace corvaneble::tests
