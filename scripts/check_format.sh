@@ -5,4 +5,4 @@ set -euo pipefail
 
 mode=(--dry-run -Werror)
 [[ ${1:-} == --fix ]] && mode=(-i)
-repo_files '*.c' '*.cpp' '*.h' | xargs -r -d '\n' -P 2 -n 8 clang-format-14 "${mode[@]}"
+repo_files '*.c' '*.cpp' '*.h' '*.hpp' | xargs -r -d '\n' -P 2 -n 8 clang-format-14 "${mode[@]}"

@@ -14,7 +14,7 @@ cmake --install "$1" --prefix "$work/installed" >/dev/null
 mv "$work/installed" "$prefix" # an installed tree can be moved
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name corvaneble.pc)")
-CORVANEBLE_RADIO=simulated:$PWD/examples/scenarios/doorstep.json
+CORVANEBLE_RADIO=simulated:$PWD/examples/scenes/doorstep.json
 export PKG_CONFIG_PATH CORVANEBLE_RADIO
 libdir=$(dirname "$PKG_CONFIG_PATH")
 read -ra flags < <(pkg-config --cflags --libs corvaneble)

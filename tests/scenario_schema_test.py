@@ -15,6 +15,7 @@ validator = jsonschema.Draft202012Validator(schema)
 scene = (root / "src/platform/simulated/BuiltInScene.cpp").read_text()
 examples = re.findall(r'R"json\((.*?)\)json"', scene, re.S)
 examples += re.findall(r"```json\n(.*?)```", (root / "docs/scenarios.md").read_text(), re.S)
+examples += [file.read_text() for file in (root / "examples/scenes").glob("*.json")]
 malformed = json.loads((root / "tests/data/malformed_scenarios.json").read_text())
 
 failures = [f"refused: {error.json_path}: {error.message}"

@@ -1,0 +1,689 @@
+"""CorvaneBLE for Python 3.9 and later: one module over the shared library, with ctypes alone.
+
+    import corvaneble
+
+    with corvaneble.Client() as client:
+        client.start_scanning("180D")
+        for event in client.events(corvaneble.Advertisement, seconds=5):
+            print(event.server_id, event.rssi, event.name)
+
+The library is the one that ``load`` was given, or the environment variable CORVANEBLE_LIBRARY names,
+or the system finds. The radio is chosen by CORVANEBLE_RADIO, read when a Client is made:
+``simulated`` needs no hardware.
+
+Events are frozen dataclasses. ``Client.events`` hands them to the thread that asks, in order, which
+is what most programs want. ``Client.on`` sets a handler that runs at once, on whatever thread the
+event comes on: for advertisements, notifications and changes of the link and the server that is a
+thread of the radio. What a handler raises is raised again by the client's next call (or the one the
+handler ran in), on the thread that makes it.
+
+One thread at a time may use a client; handlers may use it besides. No call waits for ever: each
+operation of the radio has ``Client.timeout`` seconds. Ctrl-C takes effect when the call returns.
+"""
+
+from __future__ import annotations
+
+import ctypes
+import ctypes.util
+import os
+import queue
+import sys
+import threading
+import traceback
+import weakref
+from collections.abc import Callable, Iterator
+from dataclasses import dataclass, fields
+from enum import IntEnum, IntFlag
+from typing import Any, Optional, Union
+
+__all__ = [
+    "Client", "CorvaneBLEError", "load", "Service", "Characteristic", "Descriptor", "Flags",
+    "ValueFormat", "LogLevel", "GattType", "EventStream", "Event", "Advertisement", "Connected",
+    "Disconnected", "Discovered", "ErrorReport", "Log", "ServerUpdate", "StartScan", "StopScan",
+    "Subscribed", "Unsubscribed", "Value", "WriteResponse",
+]
+
+STEPS_PER_SECOND = 50
+"""Steps of ``Client.do_events`` in a second of the radio's time; each takes 20 ms at most."""
+
+
+class CorvaneBLEError(Exception):
+    """An operation of the library that failed: ``code`` (CorvaneBLE_Error) and ``text``."""
+
+    def __init__(self, code: int, text: str) -> None:
+        super().__init__(f"{text} (code {code})")
+        self.code = code
+        self.text = text
+
+
+class Flags(IntFlag):
+    """What a characteristic allows."""
+
+    BROADCAST = 0x001
+    READ = 0x002
+    WRITE_WITHOUT_RESPONSE = 0x004
+    WRITE = 0x008
+    NOTIFY = 0x010
+    INDICATE = 0x020
+    AUTHENTICATED_SIGNED_WRITES = 0x040
+    RELIABLE_WRITES = 0x080
+    WRITABLE_AUXILIARIES = 0x100
+
+
+ValueFormat = IntEnum(
+    "ValueFormat",
+    "UNKNOWN BOOLEAN BIT2 NIBBLE UINT8 UINT12 UINT16 UINT24 UINT32 UINT48 UINT64 UINT128 "
+    "SINT8 SINT12 SINT16 SINT24 SINT32 SINT48 SINT64 SINT128 FLOAT32 FLOAT64 SFLOAT FLOAT "
+    "DUINT16 UTF8 UTF16 STRUCT",
+    start=0, module=__name__)
+ValueFormat.__doc__ = "How the bytes of a value are to be read; all numbers little-endian."
+
+
+class LogLevel(IntEnum):
+    """How much is logged, and the level of a line."""
+
+    NONE = 0
+    INFO = 1
+    DETAIL = 2
+    DEBUG = 3
+
+
+class GattType(IntEnum):
+    """What a Discovered event is about."""
+
+    SERVICE = 0
+    CHARACTERISTIC = 1
+    DESCRIPTOR = 2
+
+
+@dataclass(frozen=True)
+class Event:
+    """Base of all events. The fields are the parameters of the library's event, in their order."""
+
+
+@dataclass(frozen=True)
+class Advertisement(Event):
+    """A packet was heard. Lists of UUIDs are separated by commas, powers are in dBm."""
+
+    server_id: str
+    name: str
+    rssi: int
+    tx_power: Optional[int]
+    service_uuids: str
+    services_with_data: str
+    solicited_service_uuids: str
+    company_id: Optional[int]
+    manufacturer_data: bytes
+    is_connectable: bool
+    is_scan_response: bool
+
+
+@dataclass(frozen=True)
+class Connected(Event):
+    """``text`` is "OK", "Online" when a lost link is back, or why connecting failed."""
+
+    code: int
+    text: str
+
+
+@dataclass(frozen=True)
+class Disconnected(Event):
+    """``text`` is "OK", or "Offline" when the link was lost."""
+
+    code: int
+    text: str
+
+
+@dataclass(frozen=True)
+class Discovered(Event):
+    """A service, characteristic or descriptor; ids that do not apply are empty."""
+
+    type: GattType
+    service_id: str
+    characteristic_id: str
+    descriptor_id: str
+    uuid: str
+    description: str
+
+
+@dataclass(frozen=True)
+class ErrorReport(Event):
+    """The library's Error event."""
+
+    code: int
+    text: str
+
+
+@dataclass(frozen=True)
+class Log(Event):
+    level: LogLevel
+    message: str
+    type: str
+
+
+@dataclass(frozen=True)
+class ServerUpdate(Event):
+    """The server's new name, or what is known of its changed services; the other one is empty."""
+
+    name: str
+    changed_services: str
+
+
+@dataclass(frozen=True)
+class StartScan(Event):
+    service_uuids: str
+
+
+@dataclass(frozen=True)
+class StopScan(Event):
+    code: int
+    text: str
+
+
+@dataclass(frozen=True)
+class Subscribed(Event):
+    service_id: str
+    characteristic_id: str
+    uuid: str
+    description: str
+
+
+@dataclass(frozen=True)
+class Unsubscribed(Event):
+    service_id: str
+    characteristic_id: str
+    uuid: str
+    description: str
+
+
+@dataclass(frozen=True)
+class Value(Event):
+    """A value was read, or came by notification or indication."""
+
+    service_id: str
+    characteristic_id: str
+    descriptor_id: str
+    uuid: str
+    description: str
+    value: bytes
+
+
+@dataclass(frozen=True)
+class WriteResponse(Event):
+    service_id: str
+    characteristic_id: str
+    descriptor_id: str
+    uuid: str
+    description: str
+
+
+# By number, from 1.
+_EVENTS: tuple[type[Event], ...] = (
+    Advertisement, Connected, Disconnected, Discovered, ErrorReport, Log, ServerUpdate, StartScan,
+    StopScan, Subscribed, Unsubscribed, Value, WriteResponse)
+
+_TX_POWER_ABSENT = -2**31
+_COMPANY_ABSENT = -1
+_FAILED = -1  # the code of a handler that raised something else than CorvaneBLEError
+
+
+_Kinds = tuple[type[Event], ...]
+
+
+def _text(pointer: int) -> str:
+    return ctypes.string_at(pointer).decode("utf-8", "replace") if pointer else ""
+
+
+def _integer(value: int) -> int:
+    return ctypes.c_int32(value).value
+
+
+# How a parameter becomes a field, by the field's annotation; others are made from the integer.
+_CONVERTERS: dict[str, Callable[[int, int], Any]] = {
+    "str": lambda value, _: _text(value),
+    "bytes": lambda value, length: ctypes.string_at(value, length) if length else b"",
+    "int": lambda value, _: _integer(value),
+    "Optional[int]": lambda value, _: _integer(value),
+    "bool": lambda value, _: bool(value),
+    "GattType": lambda value, _: GattType(value),
+    "LogLevel": lambda value, _: LogLevel(value),
+}
+_DECODERS = [(kind, [_CONVERTERS[str(field.type)] for field in fields(kind)]) for kind in _EVENTS]
+
+
+def _decode(number: int, params: Any, lengths: Any) -> Event:
+    kind, converters = _DECODERS[number - 1]
+    values = [convert(params[i], lengths[i]) for i, convert in enumerate(converters)]
+    if kind is Advertisement:
+        values[3] = None if values[3] == _TX_POWER_ABSENT else values[3]
+        values[7] = None if values[7] == _COMPANY_ABSENT else values[7]
+    return kind(*values)
+
+
+@dataclass(frozen=True)
+class Service:
+    id: str
+    uuid: str
+    description: str
+    included_service_ids: tuple[str, ...]
+    parent_service_ids: tuple[str, ...]
+
+
+@dataclass(frozen=True)
+class Characteristic:
+    id: str
+    uuid: str
+    description: str
+    flags: Flags
+
+
+@dataclass(frozen=True)
+class Descriptor:
+    id: str
+    uuid: str
+    description: str
+
+
+# --- The library ------------------------------------------------------------------------------
+
+_IS_STDCALL = sys.platform == "win32" and ctypes.sizeof(ctypes.c_void_p) == 4
+_CALLBACK = (ctypes.WINFUNCTYPE if _IS_STDCALL else ctypes.CFUNCTYPE)(  # type: ignore[attr-defined]
+    ctypes.c_int32, ctypes.c_void_p, ctypes.c_int32, ctypes.c_int32,
+    ctypes.POINTER(ctypes.c_ssize_t), ctypes.POINTER(ctypes.c_int32))
+
+_library: Optional[ctypes.CDLL] = None
+
+
+def load(path: Optional[str] = None) -> ctypes.CDLL:
+    """Loads the library, once for the process; a Client does so by itself.
+
+    ``path`` is a file, or a name for the system's search. Without it: the environment variable
+    CORVANEBLE_LIBRARY, then the system's own. Raises OSError when there is none.
+    """
+    global _library
+    if _library is not None and path is None:
+        return _library
+    default = "corvaneble.dll" if sys.platform == "win32" else "libcorvaneble.so"
+    name = (path or os.environ.get("CORVANEBLE_LIBRARY") or ctypes.util.find_library("corvaneble")
+            or default)
+    open_library = ctypes.WinDLL if _IS_STDCALL else ctypes.CDLL  # type: ignore[attr-defined]
+    library = open_library(name)
+    handle, number, text = ctypes.c_void_p, ctypes.c_int32, ctypes.c_char_p
+    numbers, values = ctypes.POINTER(number), ctypes.POINTER(ctypes.c_ssize_t)
+    prototypes = {
+        "Create": (handle, _CALLBACK, handle, handle, number),
+        "Destroy": (number, handle),
+        "Get": (ctypes.c_ssize_t, handle, number, number, numbers, handle),
+        "Set": (number, handle, number, number, ctypes.c_ssize_t, number),
+        "Do": (number, handle, number, number, values, numbers, handle),
+        "CheckIndex": (number, handle, number, number),
+        "GetLastError": (text, handle),
+        "GetLastErrorCode": (number, handle),
+        "GetEventError": (text, handle),
+        "GetEventErrorCode": (number, handle),
+        "SetEventErrorAndCode": (number, handle, number, text),
+    }
+    for function, (result, *arguments) in prototypes.items():
+        entry = getattr(library, "CorvaneBLE_BLEClient_" + function)
+        entry.restype, entry.argtypes = result, arguments
+        setattr(library, function, entry)
+    _library = library
+    return library
+
+
+# --- Properties -------------------------------------------------------------------------------
+
+
+def _property(number: int, kind: Callable[[Any], Any], doc: str,
+              writable: bool = False) -> property:
+    """A property of the client that has no index."""
+
+    def read(self: Client) -> Any:
+        return self._get(number, 0, kind)
+
+    def write(self: Client, value: Any) -> None:
+        self._set(number, 0, value)
+
+    return property(read, write if writable else None, None, doc)
+
+
+def _getter(number: int, kind: Callable[[Any], Any], doc: str) -> Callable[[Client, int], Any]:
+    def read(self: Client, index: int) -> Any:
+        return self._get(number, index, kind)
+
+    read.__doc__ = doc
+    return read
+
+
+def _setter(number: int, doc: str) -> Callable[[Client, int, Any], None]:
+    def write(self: Client, index: int, value: Any) -> None:
+        self._set(number, index, value)
+
+    write.__doc__ = doc
+    return write
+
+
+def _list(text: str) -> tuple[str, ...]:
+    return tuple(text.split(",")) if text else ()
+
+
+class Client:
+    """One instance of the library; a context manager. Identifiers and UUIDs are texts.
+
+    ``on_event``, if given, is called with every event that has no handler of its own.
+    """
+
+    def __init__(self, on_event: Optional[Callable[[Event], object]] = None) -> None:
+        self._library = load()
+        self._handlers: dict[type[Event], Callable[[Any], object]] = {}
+        self._on_event = on_event
+        self._streams: tuple[tuple[_Kinds, queue.SimpleQueue[Event]], ...] = ()
+        self._lock = threading.Lock()  # of who replaces one of the two; readers need none
+        self._raised: queue.SimpleQueue[BaseException] = queue.SimpleQueue()
+        self._inside = threading.local()  # .count: handlers of ours on this thread
+        callback = _callback_of(weakref.ref(self))
+        self._handle: Optional[int] = self._library.Create(callback, None, None, 0)
+        if not self._handle:
+            raise MemoryError("no instance")
+        # Also when nobody closes the client, and before the interpreter goes away: the library's
+        # threads must not call into it then. Keeps the callback as long as it may be called.
+        self._finalize = weakref.finalize(self, _end, self._library, self._handle, callback)
+        self.config("CodePage=65001")
+
+    def __enter__(self) -> Client:
+        return self
+
+    def __exit__(self, kind: Optional[type[BaseException]], *_: object) -> None:
+        if kind is None:
+            self.close()
+        else:
+            self._destroy()
+            self._print_raised()
+
+    def __del__(self) -> None:
+        if getattr(self, "_finalize", None):
+            self._destroy()
+            self._print_raised()
+
+    def close(self) -> None:
+        """Ends all that is going on. No handler runs afterwards. Raises what handlers raised."""
+        self._destroy()
+        self._raise_pending()
+
+    # Events.
+
+    def on(self, kind: type[Event], handler: Optional[Callable[[Any], object]]) -> None:
+        """Has ``handler`` called with every event of a kind, on the event's own thread; None: no
+        more. It may call anything of the client."""
+        with self._lock:
+            handlers = dict(self._handlers)  # replaced, never changed: other threads read it
+            handlers.pop(kind, None)
+            if handler is not None:
+                handlers[kind] = handler
+            self._handlers = handlers
+
+    def events(self, *kinds: type[Event], seconds: float) -> EventStream:
+        """The events of these kinds (of all without any), in order, for so many seconds of the
+        radio's time spent waiting for them. They are collected from this call on."""
+        return EventStream(self, kinds or (Event,), seconds)
+
+    def _dispatch(self, number: int, params: Any, lengths: Any) -> int:
+        """An event, on its own thread. Nothing may be raised."""
+        try:
+            kind = _EVENTS[number - 1]
+            handler = self._handlers.get(kind, self._on_event)
+            streams = [arrived for kinds, arrived in self._streams if issubclass(kind, kinds)]
+            if handler is None and not streams:
+                return 0
+            event = _decode(number, params, lengths)
+            for arrived in streams:
+                arrived.put(event)
+            if handler is not None:
+                self._run(handler, event)
+            return 0
+        except BaseException as error:  # even Ctrl-C: it is raised where the program can see it
+            self._raised.put(error)
+            code = error.code if isinstance(error, CorvaneBLEError) else _FAILED
+            text = f"{type(error).__name__}: {error}".encode("utf-8", "replace")
+            return self._library.SetEventErrorAndCode(self._handle, code, text)
+
+    def _run(self, handler: Callable[[Any], object], event: Event) -> None:
+        self._inside.count = getattr(self._inside, "count", 0) + 1
+        try:
+            handler(event)
+        finally:
+            self._inside.count -= 1
+
+    def _raise_pending(self) -> None:
+        # Not inside a handler: it would be blamed for another's fault.
+        if not getattr(self._inside, "count", 0) and not self._raised.empty():
+            raise self._raised.get()
+
+    def _print_raised(self) -> None:
+        """Where nobody is left, or another exception is on its way: at least they are seen."""
+        while not self._raised.empty():
+            error = self._raised.get()
+            traceback.print_exception(type(error), error, error.__traceback__)
+
+    # Scanning.
+
+    scanning = _property(22, bool, "Whether the radio scans.")
+    active_scanning = _property(1, bool, "Whether devices are asked for their scan response.", True)
+
+    def start_scanning(self, service_uuids: str = "") -> None:
+        """Listens for devices that advertise one of these services, for all without any."""
+        self._call(13, service_uuids)
+
+    def stop_scanning(self) -> None:
+        self._call(14)
+
+    # The server.
+
+    server_id = _property(23, str, "The server's address; empty when there is none.")
+    server_name = _property(24, str, "The server's name; empty when there is none.")
+
+    def connect(self, server_id: str) -> None:
+        """Makes a device the server. Ends a scan and a former connection."""
+        self._call(3, server_id)
+
+    def disconnect(self) -> None:
+        """Forgets the server and all that was discovered."""
+        self._call(4)
+
+    # Discovery.
+
+    def discover(self, service_uuids: str = "", characteristic_uuids: str = "",
+                 descriptors: bool = False, included_by: str = "") -> None:
+        """Discovers services with their characteristics, and descriptors if wanted."""
+        self._call(5, service_uuids, characteristic_uuids, int(descriptors), included_by)
+
+    def discover_services(self, uuids: str = "", included_by: str = "") -> None:
+        self._call(8, uuids, included_by)
+
+    def discover_characteristics(self, service_id: str, uuids: str = "") -> None:
+        self._call(6, service_id, uuids)
+
+    def discover_descriptors(self, service_id: str, characteristic_id: str) -> None:
+        self._call(7, service_id, characteristic_id)
+
+    def services(self) -> list[Service]:
+        """All services that were discovered."""
+        return [Service(self.service_id(i), self.service_uuid(i), self.service_description(i),
+                        self.service_included_svc_ids(i), self.service_parent_svc_ids(i))
+                for i in range(self.service_count)]
+
+    def characteristics(self, service_id: str) -> list[Characteristic]:
+        """Selects a service; its characteristics."""
+        self.select(service_id)
+        return [Characteristic(self.characteristic_id(i), self.characteristic_uuid(i),
+                               self.characteristic_description(i), self.characteristic_flags(i))
+                for i in range(self.characteristic_count)]
+
+    def descriptors(self, service_id: str, characteristic_id: str) -> list[Descriptor]:
+        """Selects a characteristic; its descriptors."""
+        self.select(service_id, characteristic_id)
+        return [Descriptor(self.descriptor_id(i), self.descriptor_uuid(i),
+                           self.descriptor_description(i)) for i in range(self.descriptor_count)]
+
+    def select(self, service_id: str = "", characteristic_id: str = "") -> None:
+        """Selects for the properties that take an index."""
+        self._call(12, service_id, characteristic_id)
+
+    service = _property(25, str, "Id of the selected service, or empty.", True)
+    characteristic = _property(2, str, "Id of the selected characteristic, or empty.", True)
+
+    service_count = _property(26, int, "How many services were discovered.")
+    service_description = _getter(27, str, "The assigned name, or empty.")
+    service_id = _getter(28, str, "The identifier.")
+    service_included_svc_ids = _getter(29, _list, "Ids of the services it includes.")
+    service_parent_svc_ids = _getter(30, _list, "Ids of the services that include it.")
+    service_uuid = _getter(31, str, "The UUID.")
+
+    characteristic_count = _property(3, int, "Of the selected service.", True)
+    characteristic_cached_value = _getter(4, bytes, "The last value; the radio is not used.")
+    characteristic_can_subscribe = _getter(5, bool, "Whether it notifies or indicates.")
+    characteristic_description = _getter(6, str, "The assigned name, or empty.")
+    characteristic_flags = _getter(7, Flags, "What it allows.")
+    characteristic_id = _getter(8, str, "The identifier.")
+    characteristic_subscribed = _getter(9, bool, "Asks the device when it is not known yet.")
+    set_characteristic_subscribed = _setter(9, "Subscribes or unsubscribes.")
+    characteristic_user_description = _getter(10, str, "The device's own description.")
+    set_characteristic_user_description = _setter(10, "Writes the device's description.")
+    characteristic_uuid = _getter(11, str, "The UUID.")
+    characteristic_value_exponent = _getter(12, int, "It counts units of ten to this power.")
+    characteristic_value_format = _getter(13, ValueFormat, "Of the selected presentation format.")
+    characteristic_value_format_count = _getter(14, int, "How many presentation formats there are.")
+    characteristic_value_format_index = _getter(15, int, "The selected one; -1 without any.")
+    set_characteristic_value_format_index = _setter(15, "Selects a presentation format.")
+    characteristic_value_unit = _getter(16, str, "UUID of the unit, or empty.")
+
+    descriptor_count = _property(17, int, "Of the selected characteristic.")
+    descriptor_cached_value = _getter(18, bytes, "The last value; the radio is not used.")
+    descriptor_description = _getter(19, str, "The assigned name, or empty.")
+    descriptor_id = _getter(20, str, "The identifier.")
+    descriptor_uuid = _getter(21, str, "The UUID.")
+
+    # Values.
+
+    def read_value(self, service_id: str, characteristic_id: str, descriptor_id: str = "") -> bytes:
+        """Reads from the device: a descriptor, or the characteristic's own value."""
+        params, lengths = self._call(11, service_id, characteristic_id, descriptor_id, 0)
+        return ctypes.string_at(params[3], lengths[3]) if lengths[3] else b""
+
+    def write_value(self, service_id: str, characteristic_id: str, value: bytes,
+                    descriptor_id: str = "") -> None:
+        """Writes with response."""
+        self._call(17, service_id, characteristic_id, descriptor_id, bytes(value))
+
+    def post_value(self, service_id: str, characteristic_id: str, value: bytes) -> None:
+        """Writes without response."""
+        self._call(10, service_id, characteristic_id, bytes(value))
+
+    def subscribe(self, service_id: str, characteristic_id: str) -> None:
+        """Has the device send the values, which arrive as Value events."""
+        self._call(15, service_id, characteristic_id)
+
+    def unsubscribe(self, service_id: str = "", characteristic_id: str = "") -> None:
+        """Of one characteristic, a whole service, or everything."""
+        self._call(16, service_id, characteristic_id)
+
+    # Waiting and settings.
+
+    timeout = _property(32, int, "Seconds that each operation of the radio may take.", True)
+    version = _property(0, str, "The library's version.")
+
+    def do_events(self) -> None:
+        """Lets due work run, for about 20 ms at most."""
+        self._call(9)
+
+    def config(self, text: str) -> str:
+        """Reads or writes a setting: "Name", "Name[index]" or "Name=value"."""
+        params, _ = self._call(2, text, 0)
+        return _text(params[1])
+
+    # The library's functions.
+
+    def _call(self, method: int, *values: Union[str, bytes, int]) -> tuple[Any, Any]:
+        texts = [value.encode() if isinstance(value, str) else value for value in values]
+        params = (ctypes.c_ssize_t * max(len(texts), 1))()
+        lengths = (ctypes.c_int32 * max(len(texts), 1))()
+        for i, (value, text) in enumerate(zip(values, texts)):
+            params[i] = text if isinstance(text, int) else _address(text)
+            lengths[i] = len(value) if isinstance(value, bytes) else 0
+        self._check(self._library.Do(self._handle, method, len(texts), params, lengths, None))
+        return params, lengths
+
+    def _get(self, number: int, index: int, kind: Callable[[Any], Any]) -> Any:
+        length = ctypes.c_int32()
+        value = self._library.Get(self._handle, number, index, ctypes.byref(length), None)
+        if number:  # reading the version leaves the last error alone
+            self._check(self._library.GetLastErrorCode(self._handle))
+        if kind is bytes:
+            return ctypes.string_at(value, length.value) if length.value else b""
+        return kind(_text(value) if kind in (str, _list) else value)
+
+    def _set(self, number: int, index: int, value: Union[str, int]) -> None:
+        text = value.encode() if isinstance(value, str) else b""
+        passed = _address(text) if isinstance(value, str) else int(value)
+        self._check(self._library.Set(self._handle, number, index, passed, 0))
+
+    def _check(self, code: int) -> None:
+        if code:  # what handlers raised waits for the next call
+            text = self._library.GetLastError(self._handle)
+            raise CorvaneBLEError(
+                code, text.decode("utf-8", "replace") if text is not None else "closed")
+        self._raise_pending()
+
+    def _destroy(self) -> None:
+        self._handle = None  # which every function of the library understands
+        self._finalize()
+
+
+class EventStream(Iterator[Event]):
+    """Iterates over the events that come, waiting for them in ``Client.do_events``.
+
+    Between two events the program may call anything; it may stop asking whenever it likes, and go
+    on later. Ends when its time is over, or closed.
+    """
+
+    def __init__(self, client: Client, kinds: _Kinds, seconds: float) -> None:
+        self._client = client
+        self._steps = int(seconds * STEPS_PER_SECOND)
+        self._arrived: queue.SimpleQueue[Event] = queue.SimpleQueue()
+        with client._lock:
+            client._streams += ((kinds, self._arrived),)
+
+    def __next__(self) -> Event:
+        while self._arrived.empty():
+            if self._steps <= 0:
+                self.close()
+                raise StopIteration
+            self._steps -= 1
+            self._client.do_events()
+        return self._arrived.get()
+
+    def close(self) -> None:
+        """Collects no more."""
+        self._steps = 0
+        with self._client._lock:
+            self._client._streams = tuple(
+                each for each in self._client._streams if each[1] is not self._arrived)
+
+    __del__ = close
+
+
+def _callback_of(client: weakref.ref[Client]) -> Any:
+    def callback(_user: int, number: int, _count: int, params: Any, lengths: Any) -> int:
+        target = client()
+        return target._dispatch(number, params, lengths) if target is not None else 0
+
+    return _CALLBACK(callback)
+
+
+def _end(library: ctypes.CDLL, handle: int, _callback: Any) -> None:
+    library.Destroy(handle)
+
+
+def _address(data: bytes) -> int:
+    """Where the bytes are; 0 follows them. For as long as ``data`` is kept."""
+    return ctypes.cast(ctypes.c_char_p(data), ctypes.c_void_p).value or 0

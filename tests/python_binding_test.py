@@ -1,0 +1,79 @@
+#!/usr/bin/env python3
+"""The Python module of the examples: what its examples do not show. CORVANEBLE_LIBRARY is the
+library, argument 1 the folder of the scenes."""
+
+import gc
+import json
+import os
+import pathlib
+import sys
+import unittest
+import weakref
+
+SCENES = pathlib.Path(sys.argv.pop(1))
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(SCENES.parent / "python"))
+import corvaneble  # noqa: E402
+
+
+def client_in(scene):
+    os.environ["CORVANEBLE_RADIO"] = f"simulated:{SCENES / scene}"
+    return corvaneble.Client()
+
+
+class BindingTest(unittest.TestCase):
+    def test_echo_of_bytes_with_zeros(self):
+        with client_in("echo.json") as client:
+            client.connect("C40E00000003")
+            client.discover("9A1B0001-3C5D-4E7F-8A9B-0C1D2E3F4051", descriptors=True)
+            service = client.services()[-1]
+            console, notepad = client.characteristics(service.id)
+            self.assertEqual(console.flags & corvaneble.Flags.READ, 0)
+            client.subscribe(service.id, console.id)
+            heard = client.events(corvaneble.Value, seconds=2)
+            client.post_value(service.id, console.id, b"\0a\0")
+            self.assertEqual(next(heard).value, b"\0a\0")
+            client.set_characteristic_user_description(1, "Zettel für Küche")
+            (name,) = (each for each in client.descriptors(service.id, notepad.id)
+                       if each.uuid.startswith("00002901"))
+            self.assertEqual(client.read_value(service.id, notepad.id, name.id).decode(),
+                             "Zettel für Küche")
+
+    def test_what_handlers_raise_is_raised(self):
+        client = client_in("advertisers.json")
+        client.on(corvaneble.StartScan, lambda event: 1 / 0)  # inside the call
+        with self.assertRaises(ZeroDivisionError):
+            client.start_scanning()
+        client.on(corvaneble.Advertisement, lambda event: event.no_such_field)  # elsewhere
+        with self.assertRaises(AttributeError):
+            for _ in range(50):
+                client.do_events()
+        client.on(corvaneble.Advertisement, None)
+        client.on(corvaneble.StopScan, lambda event: client.connect("FFFFFFFFFFFF"))
+        with self.assertRaisesRegex(corvaneble.CorvaneBLEError, "FFFFFFFFFFFF.*604"):
+            client.stop_scanning()
+            client.close()  # what was raised while the call ended
+
+    def test_every_scene_loads_and_says_what_it_is_for(self):
+        for file in sorted(SCENES.iterdir()):
+            with self.subTest(file.name), client_in(file.name) as client:
+                client.start_scanning()  # 614 when the loader refuses the file
+                self.assertTrue(any(client.events(corvaneble.Advertisement, seconds=6)))
+                self.assertIn("comment", json.loads(file.read_text(encoding="utf-8")))
+
+    def test_failures_and_the_end(self):
+        client = client_in("locked.json")
+        with self.assertRaises(corvaneble.CorvaneBLEError) as failed:
+            client.service_id(0)
+        self.assertEqual((failed.exception.code, failed.exception.text),
+                         (432, "Invalid ServiceIndex (out of bounds)."))
+        self.assertEqual(client.version, "CORVANEBLE_VERSION_20_0_7928")
+        client.start_scanning()
+        seen = weakref.ref(client)
+        del client, failed  # nobody closed it, and it scans
+        gc.collect()
+        self.assertIsNone(seen())
+
+
+if __name__ == "__main__":
+    unittest.main()
