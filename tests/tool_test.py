@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The command-line tool as a script sees it, on simulated radios: argument 1 is the tool."""
 
+import csv
 import json
 import os
 import signal
@@ -9,6 +10,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+from xml.etree import ElementTree
 
 TOOL = os.path.abspath(sys.argv.pop(1) if len(sys.argv) > 1 else os.environ["CORVANEBLE_TOOL"])
 ADDRESS = "C0FFEE000001"
@@ -62,13 +64,51 @@ SCENARIO = {
     }],
 }
 
+BENCH = "C0FFEE000002"
+COUNTED = [f"{number:04X}" for number in range(200)]
+CONTROL = (BENCH, "180D", "2A39")
 
-class ToolTest(unittest.TestCase):
+# A device to write to and to watch; its link drops and comes back.
+BENCH_SCENARIO = {
+    "time": "virtual",
+    "peripherals": [{
+        "address": BENCH,
+        "name": "Bench <&\">",
+        "services": [
+            {"uuid": "180D", "characteristics": [
+                {"uuid": "2A37", "properties": ["notify"],
+                 "stream": {"interval": 100, "values": ["0048", "012C01", "1649FFFF"]}},
+                {"uuid": "2A39", "properties": ["write", "writeWithoutResponse", "read"],
+                 "value": "00", "maxLength": 8},
+                {"uuid": "2A00", "properties": ["write"],
+                 "writeError": "insufficientAuthentication"}]},
+            {"uuid": "181A", "characteristics": [
+                {"uuid": "2A6E", "properties": ["notify", "writableAuxiliaries"],
+                 "stream": {"interval": 150, "values": ["5208", "5C08"]},
+                 "descriptors": [
+                     {"userDescription": "At <the> window", "writable": True, "maxLength": 32},
+                     {"presentationFormat": {"format": "sint16", "exponent": -2,
+                                             "unit": "272F"}}]},
+                {"uuid": "2A1C", "properties": ["indicate"],
+                 "stream": {"interval": 200, "values": ["00D50000FF", "00FFFF7F00"]}}]},
+            {"uuid": "1815", "characteristics": [
+                {"uuid": "2A58", "properties": ["notify"],
+                 "stream": {"interval": 1, "values": COUNTED, "repeat": False}}]},
+        ],
+        "events": [{"kind": "dropLink", "at": 2000}, {"kind": "restoreLink", "at": 1000}],
+    }],
+}
+
+
+class ToolBase(unittest.TestCase):
     def setUp(self):
         directory = tempfile.TemporaryDirectory()
         self.addCleanup(directory.cleanup)
         self.directory = directory.name
-        self.radio = "simulated:" + self.write("scenario.json", json.dumps(SCENARIO).encode())
+        self.radio = self.simulate("scenario.json", SCENARIO)
+
+    def simulate(self, name, scenario):
+        return "simulated:" + self.write(name, json.dumps(scenario).encode())
 
     def write(self, name, content):
         path = os.path.join(self.directory, name)
@@ -79,8 +119,8 @@ class ToolTest(unittest.TestCase):
     def command(self, *arguments, radio=None):
         return [TOOL, "--radio", radio or self.radio, *arguments]
 
-    def run_tool(self, *arguments, code=0, radio=None):
-        done = subprocess.run(self.command(*arguments, radio=radio), stdin=subprocess.DEVNULL,
+    def run_tool(self, *arguments, code=0, radio=None, given=b""):
+        done = subprocess.run(self.command(*arguments, radio=radio), input=given,
                               capture_output=True, timeout=60)
         self.assertEqual(done.returncode, code, done)
         return done
@@ -89,6 +129,8 @@ class ToolTest(unittest.TestCase):
         output = self.run_tool("--json", *arguments).stdout
         return [json.loads(line) for line in output.decode("ascii").splitlines()]
 
+
+class ToolTest(ToolBase):
     def test_scan_reports_every_field(self):
         heard = self.lines("scan", "--count", "3")
         self.assertEqual(heard, [{
@@ -183,6 +225,142 @@ class ToolTest(unittest.TestCase):
                     tool.stdout.read()
                 self.assertEqual(tool.stderr.read(), b"")
                 self.assertEqual(tool.wait(60), code)
+
+
+class BenchTest(ToolBase):
+    """Writing, watching and reporting."""
+
+    def setUp(self):
+        super().setUp()
+        self.radio = self.simulate("bench.json", BENCH_SCENARIO)
+
+    def drawing(self, *arguments):
+        """What a watch draws: all texts, and each line's dots by its name."""
+        path = os.path.join(self.directory, "plot.svg")
+        self.run_tool("watch", BENCH, *arguments, "--plot", path)
+        svg = {"svg": "http://www.w3.org/2000/svg"}
+        root = ElementTree.parse(path).getroot()
+        lines = {group.find("svg:title", svg).text:
+                 [(float(dot.get("cx")), float(dot.get("cy")))
+                  for dot in group.findall("svg:circle", svg)]
+                 for group in root.findall("svg:g", svg)}
+        return [text.text for text in root.findall("svg:text", svg)], lines
+
+    def test_write_and_post(self):
+        path = self.write("value.bin", b"\0\xff")
+        cases = [
+            (("0x01 02:03",), b"01 02 03\n"),
+            (("",), b"(empty)\n"),
+            (("--text", "H\u00e9"), b"48 C3 A9  \"H\xc3\xa9\"\n"),
+            (("--file", path), b"00 FF\n"),
+            (("--file", "-"), b"70 69 70 65  \"pipe\"\n"),
+        ]
+        for value, shown in cases:
+            with self.subTest(value):
+                done = self.run_tool("write", *CONTROL, *value, "--read-back", given=b"pipe")
+                self.assertEqual(done.stdout, shown)
+        (written,) = self.lines("write", BENCH, "181A", "2A6E", "2901", "4F6E", "--read-back")
+        self.assertEqual((written["written"], written["value"]["text"]), ("4F6E", "On"))
+        (posted,) = self.lines("post", *CONTROL, "07")
+        self.assertEqual((posted["uuid"][4:8], posted["written"]), ("2A39", "07"))
+
+    def test_values_that_cannot_be_written(self):
+        long = self.write("long.bin", bytes(513))
+        for value in ("123",), ("0x",), ("zz",), (), ("01", "02"), ("01", "--text", "x"), (
+                "--file", long):
+            with self.subTest(value):
+                self.assertEqual(self.run_tool("write", *CONTROL, *value, code=2).stdout, b"")
+        for arguments, text in [
+                (("write", BENCH, "180D", "2A00", "01"), b"705 "),
+                (("write", *CONTROL, "010203040506070809"), b"713 "),
+                (("post", BENCH, "180D", "2A01", "01"), b"no characteristic 2A01"),
+                (("write", *CONTROL, "--file", "no-such-file"), b"cannot read no-such-file"),
+                (("describe", *CONTROL, "--set", "x"), b"602 ")]:
+            with self.subTest(arguments):
+                self.assertIn(text, self.run_tool(*arguments, code=1).stderr)
+
+    def test_describe_and_report(self):
+        thermometer = (BENCH, "181A", "2A6E")
+        self.assertEqual(self.run_tool("describe", *thermometer).stdout, b"At <the> window\n")
+        (described,) = self.lines("describe", *thermometer, "--set", "Door")
+        self.assertEqual(described["userDescription"], "Door")
+        report = self.run_tool("report", BENCH, "--descriptors").stdout.decode()
+        self.assertRegex(report, r"(?m)^>>00002A6E-.*UserDescr=\"At <the> window\", VFCount=1\]$")
+        self.assertRegex(report, r"(?m)^>>>00002904-")
+        self.assertNotIn("\n>>>", self.run_tool("report", BENCH).stdout.decode())
+
+    def test_watch_decodes(self):
+        seen = self.lines("watch", BENCH, "--all", "--count", "400")
+        decoded = {(value["hex"], value["decoded"], value["number"], value["unit"])
+                   for value in seen if value["uuid"][4:8] != "2A58"}
+        self.assertEqual(decoded, {
+            ("0048", "72 bpm", 72, "bpm"), ("012C01", "300 bpm", 300, "bpm"),
+            ("1649FFFF", "73 bpm", 73, "bpm"), ("5208", "21.30 \u00b0C", 21.3, "\u00b0C"),
+            ("5C08", "21.40 \u00b0C", 21.4, "\u00b0C"),
+            ("00D50000FF", "21.3 \u00b0C", 21.3, "\u00b0C"),
+            ("00FFFF7F00", "NaN \u00b0C", None, None)})
+        times = [value["time"] for value in seen]
+        self.assertEqual(times, sorted(times))
+        self.assertRegex(times[0], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$")
+
+    def test_watch_loses_nothing_and_ends_at_the_count(self):
+        output = self.run_tool("watch", BENCH, "--characteristic", "2A58", "--csv", "--count",
+                               str(len(COUNTED))).stdout.decode()
+        rows = list(csv.DictReader(output.splitlines()))
+        self.assertEqual([row["hex"] for row in rows], COUNTED)
+        self.assertEqual(list(rows[0]),
+                         ["time", "service", "characteristic", "name", "hex", "value", "unit"])
+        self.assertEqual((rows[0]["value"], rows[0]["unit"]), ("", ""))
+
+    def test_watch_survives_a_lost_link(self):
+        done = self.run_tool("watch", BENCH, "180D", "2A37", "--count", "40", "--log", "info")
+        self.assertEqual(done.stdout.count(b"\n"), 40)
+        order = [done.stderr.index(text) for text in (b"Successfully subscribed", b"link was lost",
+                                                      b"link is back", b"Unsubscribing")]
+        self.assertEqual(order, sorted(order))
+        self.assertEqual(done.stderr.count(b"Successfully subscribed"), 2)
+
+    def test_plot(self):
+        texts, lines = self.drawing("180D", "2A37", "181A", "2A6E", "--count", "30")
+        self.assertEqual(set(lines), {"Heart Rate Measurement", "At <the> window"})
+        self.assertEqual(texts[0], 'Bench <&"> (C0FFEE000002)')
+        for text in "beats per minute (bpm)", "degree Celsius (\u00b0C)", "time (s)", "100", "300":
+            self.assertIn(text, texts)
+        dots = lines["Heart Rate Measurement"]
+        self.assertEqual(sum(map(len, lines.values())), 30)
+        self.assertEqual([x for x, _ in dots], sorted(x for x, _ in dots))
+        self.assertLess(dots[1][1], dots[2][1])  # 300 is drawn above 73
+        self.assertAlmostEqual((dots[2][1] - dots[1][1]) / (dots[0][1] - dots[1][1]), 227 / 228,
+                               delta=0.005)
+
+    def test_plots_of_next_to_nothing(self):
+        texts, lines = self.drawing("180D", "2A37", "--count", "1")
+        self.assertEqual(len(lines["Heart Rate Measurement"]), 1)
+        self.assertIn("65", texts)  # the axis has some extent around 72
+        texts, lines = self.drawing("1815", "2A58", "--count", "1")
+        self.assertEqual(lines, {})
+        self.assertIn("No numeric values were received.", texts)
+
+    def test_watch_that_cannot_be(self):
+        plot = os.path.join(self.directory, "nowhere", "plot.svg")
+        for arguments, code in [((), 2), (("180D",), 2), (("--all", "--csv", "--json"), 2),
+                                (("--characteristic", "2AAA"), 1), (("180D", "2A39"), 1),
+                                (("--all", "--count", "1", "--plot", plot), 1)]:
+            with self.subTest(arguments):
+                self.assertEqual(self.run_tool("watch", BENCH, *arguments, code=code).stdout, b"")
+
+    def test_interrupted_watch_unsubscribes(self):
+        (device,) = BENCH_SCENARIO["peripherals"]
+        steady = {**BENCH_SCENARIO, "peripherals": [{**device, "events": []}]}
+        with subprocess.Popen(self.command("watch", BENCH, "180D", "2A37", "--log", "info",
+                                           radio=self.simulate("steady.json", steady)),
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE) as tool:
+            self.assertIn(b"bpm", tool.stdout.readline())
+            tool.send_signal(signal.SIGINT)
+            _, messages = tool.communicate(timeout=60)
+            self.assertEqual(tool.returncode, 130)
+        self.assertLess(messages.index(b"Successfully unsubscribed"),
+                        messages.index(b"Disconnected from server"))
 
 
 if __name__ == "__main__":
