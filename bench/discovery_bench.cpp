@@ -7,6 +7,7 @@
 
 #include "AllocationCounter.h"
 #include "BenchHost.h"
+#include "ManyCharacteristics.h"
 #include "frame/ErrorState.h"
 #include "gatt/GattObjectTree.h"
 #include "platform/simulated/SimulatedRadio.h"
@@ -16,36 +17,17 @@ namespace {
 
 using platform::GattCharacteristic;
 
-/// A device with one service of many characteristics, in virtual time: what is measured is work.
-platform::OpenedRadio ManyCharacteristics(std::int64_t count) {
-  platform::simulated::ServiceScenario service;
-  service.uuid = platform::Guid::FromAssignedNumber(0x180F);
-  service.handle = 0x0010;
-  for (std::int64_t i = 0; i < count; ++i) {
-    platform::simulated::CharacteristicScenario characteristic;
-    characteristic.uuid = platform::Guid::FromAssignedNumber(0x2A19);
-    characteristic.properties = platform::gatt_characteristic_properties::kRead;
-    service.characteristics.push_back(std::move(characteristic));
-  }
-  platform::simulated::PeripheralScenario peripheral;
-  peripheral.address = 1;
-  peripheral.mtu = 517;
-  peripheral.services.push_back(std::move(service));
-  platform::simulated::Scenario scenario;
-  scenario.virtualTime = true;
-  scenario.peripherals.push_back(std::move(peripheral));
-  return platform::simulated::OpenSimulatedRadio(std::move(scenario));
-}
-
 /// Discovery through the exports, over ATT: time per characteristic.
 void Discover(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
-    auto host = std::make_unique<BenchHost>(ManyCharacteristics(state.range(0)));
-    host->Do(CORVANEBLE_METHOD_CONNECT, "000000000001");
+    auto host =
+        std::make_unique<BenchHost>(platform::simulated::OpenSimulatedRadio(ManyCharacteristics(
+            state.range(0), true, platform::gatt_characteristic_properties::kRead)));
+    host->Do(CORVANEBLE_METHOD_CONNECT, kManyAddress);
     host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES);
     state.ResumeTiming();
-    if (host->Do(CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS, "001000000000") != 0) {
+    if (host->Do(CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS, kManyService) != 0) {
       state.SkipWithError("discovery failed");
     }
     state.PauseTiming();

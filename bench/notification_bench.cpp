@@ -1,0 +1,200 @@
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "AllocationCounter.h"
+#include "BenchHost.h"
+#include "ManyCharacteristics.h"
+#include "platform/att/GattClient.h"
+#include "platform/simulated/SimulatedLink.h"
+#include "platform/simulated/SimulatedRadio.h"
+
+namespace corvaneble::bench {
+namespace {
+
+using platform::att::AttChannel;
+using platform::simulated::SimulatedConnector;
+using platform::simulated::Timeline;
+using platform::simulated::VirtualPeripheral;
+
+/// A channel that also hears what the benchmark says, on the benchmark's thread.
+class TappedChannel final : public AttChannel {
+ public:
+  explicit TappedChannel(std::shared_ptr<AttChannel> inner) : inner_(std::move(inner)) {}
+  void Start(std::weak_ptr<Listener> listener) override {
+    listener_ = listener;
+    inner_->Start(std::move(listener));
+  }
+  bool Send(platform::ByteView pdu) override { return inner_->Send(pdu); }
+  void Close() override { inner_->Close(); }
+  void RaiseSecurity(std::function<void(bool)> done) override {
+    inner_->RaiseSecurity(std::move(done));
+  }
+  void Say(platform::ByteView pdu) const {
+    if (const auto listener = listener_.lock()) listener->OnPdu(pdu);
+  }
+
+ private:
+  const std::shared_ptr<AttChannel> inner_;
+  std::weak_ptr<Listener> listener_;
+};
+
+class TappedConnector final : public platform::att::AttConnector {
+ public:
+  explicit TappedConnector(std::shared_ptr<AttConnector> inner) : inner_(std::move(inner)) {}
+  void Open(Opened opened) override {
+    inner_->Open([this, opened = std::move(opened)](std::shared_ptr<AttChannel> channel,
+                                                    platform::att::ChannelError error) {
+      if (channel) channel_ = std::make_shared<TappedChannel>(std::move(channel));
+      opened(channel_, error);
+    });
+  }
+  const TappedChannel& Channel() const { return *channel_; }
+
+ private:
+  const std::shared_ptr<AttConnector> inner_;
+  std::shared_ptr<TappedChannel> channel_;
+};
+
+/// A simulated device whose channel is tapped.
+class TappedDevice final : public platform::BluetoothLEDevice {
+ public:
+  TappedDevice(const std::shared_ptr<Timeline>& timeline,
+               const std::shared_ptr<VirtualPeripheral>& peripheral)
+      : connector_(std::make_shared<TappedConnector>(
+            std::make_shared<SimulatedConnector>(timeline, peripheral))),
+        client_(connector_, timeline) {}
+
+  const TappedChannel& Channel() const { return connector_->Channel(); }
+
+  std::uint64_t BluetoothAddress() const override { return 1; }
+  platform::BluetoothConnectionStatus ConnectionStatus() const override {
+    return platform::BluetoothConnectionStatus::Connected;
+  }
+  std::u16string Name() const override { return {}; }
+  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesAsync(
+      platform::BluetoothCacheMode mode) override {
+    return client_.GetGattServicesAsync(mode);
+  }
+  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesForUuidAsync(
+      const platform::Guid& uuid, platform::BluetoothCacheMode mode) override {
+    return client_.GetGattServicesForUuidAsync(uuid, mode);
+  }
+  platform::EventToken OnConnectionStatusChanged(Changed::Handler) override { return {}; }
+  platform::EventToken OnNameChanged(Changed::Handler) override { return {}; }
+  platform::EventToken OnGattServicesChanged(GattServicesChanged::Handler) override { return {}; }
+
+ private:
+  const std::shared_ptr<TappedConnector> connector_;
+  platform::att::GattClient client_;
+};
+
+class TappedRadio final : public platform::Radio {
+ public:
+  explicit TappedRadio(std::shared_ptr<platform::BluetoothLEDevice> device)
+      : device_(std::move(device)) {}
+  platform::AsyncOperationPtr<platform::BluetoothAdapter> GetDefaultAdapterAsync() override {
+    return platform::CompletedOperation<platform::BluetoothAdapter>(nullptr);
+  }
+  std::shared_ptr<platform::BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
+    return nullptr;
+  }
+  platform::AsyncOperationPtr<platform::BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
+      std::uint64_t) override {
+    return platform::CompletedOperation(device_);
+  }
+
+ private:
+  const std::shared_ptr<platform::BluetoothLEDevice> device_;
+};
+
+/// From the ATT PDU to the host's return: one Value event an iteration, for the last of many known
+/// characteristics.
+void Notification(benchmark::State& state) {
+  const auto timeline = std::make_shared<Timeline>(Timeline::Mode::Virtual);
+  const auto scenario =
+      ManyCharacteristics(state.range(0), true, platform::gatt_characteristic_properties::kRead);
+  const auto device = std::make_shared<TappedDevice>(
+      timeline, std::make_shared<VirtualPeripheral>(timeline, scenario.peripherals[0]));
+  const BenchHost host({std::make_shared<TappedRadio>(device), timeline, timeline});
+  if (host.Do(CORVANEBLE_METHOD_CONNECT, kManyAddress) != 0 ||
+      host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES) != 0 ||
+      host.Do(CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS, kManyService) != 0) {
+    state.SkipWithError("no characteristics");
+    return;
+  }
+  const auto handle = static_cast<unsigned>(0x0010 + 2 * state.range(0));  // the last value's
+  const platform::Bytes pdu{0x1B, static_cast<std::uint8_t>(handle),
+                            static_cast<std::uint8_t>(handle >> 8), 0x16, 0x48};
+  device->Channel().Say(pdu);
+  const std::uint64_t eventsBefore = host.Events();
+  const std::size_t before = AllocationsNow().count;
+  for (auto _ : state)
+    device->Channel().Say(pdu);
+  const auto iterations = static_cast<double>(state.iterations());
+  state.counters["allocations"] = static_cast<double>(AllocationsNow().count - before) / iterations;
+  state.counters["events"] = static_cast<double>(host.Events() - eventsBefore) / iterations;
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(Notification)->Arg(20)->Arg(20'000);
+
+/// Selecting a service with 5,000 characteristics and reading one property of each.
+void SelectAndReadAll(benchmark::State& state) {
+  const BenchHost host(platform::simulated::OpenSimulatedRadio(
+      ManyCharacteristics(5000, true, platform::gatt_characteristic_properties::kRead)));
+  if (host.Do(CORVANEBLE_METHOD_CONNECT, kManyAddress) != 0 ||
+      host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES) != 0 ||
+      host.Do(CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS, kManyService) != 0) {
+    state.SkipWithError("no characteristics");
+    return;
+  }
+  for (auto _ : state) {
+    host.Do(CORVANEBLE_METHOD_SELECT, kManyService);
+    const auto count = static_cast<std::int32_t>(CorvaneBLE_BLEClient_Get(
+        host.Handle(), CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT, 0, nullptr, nullptr));
+    if (count != 5000) state.SkipWithError("not all");
+    for (std::int32_t i = 0; i < count; ++i) {
+      benchmark::DoNotOptimize(CorvaneBLE_BLEClient_Get(
+          host.Handle(), CORVANEBLE_PROPERTY_CHARACTERISTIC_ID, i, nullptr, nullptr));
+    }
+  }
+}
+BENCHMARK(SelectAndReadAll)->Unit(benchmark::kMillisecond);
+
+/// A read, and a write, over the simulated link in real time: what the processor spends on it, both
+/// ends and the threads' hand-over included.
+void RoundTrip(benchmark::State& state) {
+  namespace property = platform::gatt_characteristic_properties;
+  const BenchHost host(platform::simulated::OpenSimulatedRadio(
+      ManyCharacteristics(1, false, property::kRead | property::kWrite)));
+  if (host.Do(CORVANEBLE_METHOD_CONNECT, kManyAddress) != 0 ||
+      host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES) != 0 ||
+      host.Do(CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS, kManyService) != 0) {
+    state.SkipWithError("no characteristic");
+    return;
+  }
+  const bool writes = state.range(0) != 0;
+  const std::uint8_t value = 1;
+  for (auto _ : state) {
+    std::intptr_t params[] = {reinterpret_cast<std::intptr_t>(kManyService),
+                              reinterpret_cast<std::intptr_t>("001000110000"), 0,
+                              reinterpret_cast<std::intptr_t>(&value)};
+    std::int32_t lengths[] = {0, 0, 0, 1};
+    const int method = writes ? CORVANEBLE_METHOD_WRITE_VALUE : CORVANEBLE_METHOD_READ_VALUE;
+    if (CorvaneBLE_BLEClient_Do(host.Handle(), method, 4, params, lengths, nullptr) != 0) {
+      state.SkipWithError("failed");
+    }
+  }
+}
+BENCHMARK(RoundTrip)
+    ->ArgName("write")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMicrosecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
+
+}  // namespace
+}  // namespace corvaneble::bench
