@@ -79,7 +79,7 @@ FoundAttribute FindAttribute(Client& client, const AttributePath& wanted) {
   client.DiscoverCharacteristics(found.path.service,
                                  IsIdentifier(characteristic) ? "" : characteristic);
   client.SetText(CORVANEBLE_PROPERTY_SERVICE, found.path.service);
-  const int index = TheOne(client, kCharacteristics, characteristic);
+  const int index = found.index = TheOne(client, kCharacteristics, characteristic);
   found.path.characteristic = take(kCharacteristics, index);
   if (wanted.descriptor.empty()) {
     found.formats = FormatsOf(client, index);

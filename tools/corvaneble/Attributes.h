@@ -14,6 +14,7 @@ struct FoundAttribute {
   std::string uuid;
   std::string name;
   std::vector<Format> formats;  ///< of a characteristic
+  int index = 0;  ///< of the characteristic, for properties as long as its service is selected
 };
 
 /// Discovers as much as is needed and finds the attribute. Each level of `wanted` is an identifier

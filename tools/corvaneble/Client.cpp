@@ -1,6 +1,7 @@
 #include "Client.h"
 
 #include <array>
+#include <bit>
 #include <chrono>
 #include <new>
 #include <utility>
@@ -15,6 +16,9 @@ constexpr int kMaxParameters = 4;
 
 std::intptr_t AsParameter(const std::string& text) {
   return reinterpret_cast<std::intptr_t>(text.c_str());
+}
+std::intptr_t AsParameter(const Bytes& bytes) {
+  return reinterpret_cast<std::intptr_t>(bytes.data());
 }
 
 }  // namespace
@@ -31,7 +35,8 @@ std::string Client::Config(const std::string& text) {
   std::intptr_t params[] = {AsParameter(text), 0};
   std::int32_t lengths[] = {0, 0};
   Do(CORVANEBLE_METHOD_CONFIG, params, lengths, 2);
-  const char* answer = reinterpret_cast<const char*>(params[1]);
+  // Not reinterpret_cast: GCC 12 then takes the text to be no longer than the array it came from.
+  const char* answer = std::bit_cast<const char*>(params[1]);
   return answer ? answer : "";
 }
 
@@ -65,6 +70,27 @@ Bytes Client::Read(const AttributePath& path) {
   Do(CORVANEBLE_METHOD_READ_VALUE, params, lengths, 4);
   const auto* data = reinterpret_cast<const std::uint8_t*>(params[3]);
   return data ? Bytes(data, data + lengths[3]) : Bytes();
+}
+
+void Client::Write(const AttributePath& path, const Bytes& value) {
+  std::intptr_t params[] = {AsParameter(path.service), AsParameter(path.characteristic),
+                            AsParameter(path.descriptor), AsParameter(value)};
+  std::int32_t lengths[] = {0, 0, 0, static_cast<std::int32_t>(value.size())};
+  Do(CORVANEBLE_METHOD_WRITE_VALUE, params, lengths, 4);
+}
+
+void Client::Post(const AttributePath& path, const Bytes& value) {
+  std::intptr_t params[] = {AsParameter(path.service), AsParameter(path.characteristic),
+                            AsParameter(value)};
+  std::int32_t lengths[] = {0, 0, static_cast<std::int32_t>(value.size())};
+  Do(CORVANEBLE_METHOD_POST_VALUE, params, lengths, 3);
+}
+
+void Client::Subscribe(const AttributePath& path) {
+  Do(CORVANEBLE_METHOD_SUBSCRIBE, {&path.service, &path.characteristic});
+}
+void Client::Unsubscribe(const AttributePath& path) {
+  Do(CORVANEBLE_METHOD_UNSUBSCRIBE, {&path.service, &path.characteristic});
 }
 
 int Client::Number(int property, int index) {

@@ -53,6 +53,10 @@ class Client {
   void DiscoverCharacteristics(const std::string& service, const std::string& uuids);
   void DiscoverDescriptors(const std::string& service, const std::string& characteristic);
   Bytes Read(const AttributePath& path);
+  void Write(const AttributePath& path, const Bytes& value);  ///< with response
+  void Post(const AttributePath& path, const Bytes& value);   ///< without
+  void Subscribe(const AttributePath& path);
+  void Unsubscribe(const AttributePath& path);
 
   int Number(int property, int index = 0);
   std::string Text(int property, int index = 0);

@@ -1,5 +1,7 @@
 #include "Command.h"
 
+#include "Attributes.h"
+#include "Names.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -32,6 +34,20 @@ void AddAddress(CLI::App& command, std::string& address) {
   command.add_option("address", address, "Address of the device, as scan prints it")
       ->required()
       ->transform(NormalizeAddress);
+}
+
+void AddCharacteristic(CLI::App& command, AttributePath& path) {
+  command.add_option("service", path.service, "UUID, or identifier as tree prints it")
+      ->required()
+      ->check(CheckAttribute);
+  command.add_option("characteristic", path.characteristic, "UUID or identifier")
+      ->required()
+      ->check(CheckAttribute);
+}
+
+std::string CheckAttribute(const std::string& text) {
+  if (IsIdentifier(text) || !CanonicalUuid(text).empty()) return "";
+  return "an identifier has 12 hexadecimal digits, a UUID 4, 8, 32, or 36 with dashes";
 }
 
 std::string Examples(std::initializer_list<const char*> lines) {

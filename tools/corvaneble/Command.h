@@ -2,11 +2,18 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 #include "Client.h"
 
 namespace corvaneble::tool {
+
+/// What was asked for makes no sense; said only once the command runs. Ends the tool with `kUsage`.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 /// What the tool ends with.
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
@@ -28,12 +35,23 @@ struct Session {
 void AddScanCommand(CLI::App& app, Session& session);
 void AddTreeCommand(CLI::App& app, Session& session);
 void AddReadCommand(CLI::App& app, Session& session);
+void AddWriteCommand(CLI::App& app, Session& session);
+void AddPostCommand(CLI::App& app, Session& session);
+void AddWatchCommand(CLI::App& app, Session& session);
+void AddDescribeCommand(CLI::App& app, Session& session);
+void AddReportCommand(CLI::App& app, Session& session);
 void AddConfigCommand(CLI::App& app, Session& session);
 void AddRadiosCommand(CLI::App& app, Session& session);
 void AddDemoCommand(CLI::App& app, Session& session);
 
 /// Adds the positional argument for a server; `address` becomes 12 hexadecimal digits.
 void AddAddress(CLI::App& command, std::string& address);
+
+/// Adds the positional arguments for a service and a characteristic of it.
+void AddCharacteristic(CLI::App& command, AttributePath& path);
+
+/// Checks an argument: what is wrong with `text` as a UUID or an identifier; empty when nothing is.
+std::string CheckAttribute(const std::string& text);
 
 /// The lines under a command's help.
 std::string Examples(std::initializer_list<const char*> lines);

@@ -77,7 +77,11 @@ std::optional<Event> DecodeEvent(std::int32_t eventId, std::int32_t paramCount,
       return SubscriptionChanged{
           eventId == CORVANEBLE_EVENT_SUBSCRIBED, {p.Text(0), p.Text(1), ""}, p.Text(2), p.Text(3)};
     case CORVANEBLE_EVENT_VALUE:
-      return ValueReceived{{p.Text(0), p.Text(1), p.Text(2)}, p.Text(3), p.Text(4), p.Data(5)};
+      return ValueReceived{{p.Text(0), p.Text(1), p.Text(2)},
+                           p.Text(3),
+                           p.Text(4),
+                           p.Data(5),
+                           std::chrono::steady_clock::now()};
     case CORVANEBLE_EVENT_WRITE_RESPONSE:
       return WriteConfirmed{{p.Text(0), p.Text(1), p.Text(2)}, p.Text(3), p.Text(4)};
     default:

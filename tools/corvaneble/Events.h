@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -81,6 +82,7 @@ struct ValueReceived {
   std::string uuid;
   std::string name;
   Bytes value;
+  std::chrono::steady_clock::time_point heard;  ///< when the library told us
 };
 
 struct WriteConfirmed {

@@ -6,12 +6,6 @@
 namespace corvaneble::tool {
 namespace {
 
-/// Whether it would be in vain to ask the server for anything more.
-bool LinkIsGone(int code) {
-  return code == CORVANEBLE_ERROR_TIMEOUT || code == CORVANEBLE_ERROR_NOT_CONNECTED ||
-         code == CORVANEBLE_ERROR_UNREACHABLE;
-}
-
 ReadOutcome TryRead(Client& client, const AttributePath& path) {
   StopIfInterrupted();
   try {
@@ -121,6 +115,11 @@ void ReadValues(Client& client, GattTree& tree, const std::function<void(int)>& 
       for (DescriptorInfo& descriptor : info.descriptors)
         if (!read(descriptor.value, {service.id, info.id, descriptor.id})) return;
     }
+}
+
+bool LinkIsGone(int code) {
+  return code == CORVANEBLE_ERROR_TIMEOUT || code == CORVANEBLE_ERROR_NOT_CONNECTED ||
+         code == CORVANEBLE_ERROR_UNREACHABLE;
 }
 
 Link::~Link() {

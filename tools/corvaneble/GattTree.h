@@ -65,6 +65,9 @@ void ReadValues(Client& client, GattTree& tree, const std::function<void(int)>& 
 /// The formats, which are asked of the characteristic at `index` of the selected service.
 std::vector<Format> FormatsOf(Client& client, int index);
 
+/// Whether a failure means that it would be in vain to ask the server for anything more.
+bool LinkIsGone(int code);
+
 /// Connected as long as it lives.
 class Link {
  public:

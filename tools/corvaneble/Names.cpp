@@ -25,15 +25,49 @@ constexpr NamedNumber kServices[] = {
     {"1827", "Mesh Provisioning"},  {"1828", "Mesh Proxy"},        {"184E", "Audio Stream"},
 };
 
+struct Unit {
+  std::string_view uuid;  ///< short form
+  std::string_view sign;
+  std::string_view name;
+};
+
 // Assigned Numbers, 3.5.
-constexpr NamedNumber kUnits[] = {
-    {"2700", ""},    {"2701", "m"},    {"2702", "kg"},   {"2703", "s"},    {"2704", "A"},
-    {"2705", "K"},   {"2710", "m²"},   {"2711", "m³"},   {"2712", "m/s"},  {"2713", "m/s²"},
-    {"2722", "Hz"},  {"2723", "N"},    {"2724", "Pa"},   {"2725", "J"},    {"2726", "W"},
-    {"2728", "V"},   {"272A", "Ω"},    {"272D", "T"},    {"272F", "°C"},   {"2731", "lx"},
-    {"2760", "min"}, {"2761", "h"},    {"2762", "d"},    {"2763", "°"},    {"2767", "l"},
-    {"2780", "bar"}, {"2781", "mmHg"}, {"27A6", "km/h"}, {"27A8", "/min"}, {"27AA", "kcal"},
-    {"27AB", "kWh"}, {"27AC", "°F"},   {"27AD", "%"},    {"27AE", "‰"},    {"27AF", "bpm"},
+constexpr Unit kUnits[] = {
+    {"2700", "", ""},
+    {"2701", "m", "metre"},
+    {"2702", "kg", "kilogram"},
+    {"2703", "s", "second"},
+    {"2704", "A", "ampere"},
+    {"2705", "K", "kelvin"},
+    {"2710", "m²", "square metre"},
+    {"2711", "m³", "cubic metre"},
+    {"2712", "m/s", "metre per second"},
+    {"2713", "m/s²", "metre per second squared"},
+    {"2722", "Hz", "hertz"},
+    {"2723", "N", "newton"},
+    {"2724", "Pa", "pascal"},
+    {"2725", "J", "joule"},
+    {"2726", "W", "watt"},
+    {"2728", "V", "volt"},
+    {"272A", "Ω", "ohm"},
+    {"272D", "T", "tesla"},
+    {"272F", "°C", "degree Celsius"},
+    {"2731", "lx", "lux"},
+    {"2760", "min", "minute"},
+    {"2761", "h", "hour"},
+    {"2762", "d", "day"},
+    {"2763", "°", "degree"},
+    {"2767", "l", "litre"},
+    {"2780", "bar", "bar"},
+    {"2781", "mmHg", "millimetre of mercury"},
+    {"27A6", "km/h", "kilometre per hour"},
+    {"27A8", "/min", "per minute"},
+    {"27AA", "kcal", "kilocalorie"},
+    {"27AB", "kWh", "kilowatt hour"},
+    {"27AC", "°F", "degree Fahrenheit"},
+    {"27AD", "%", "percentage"},
+    {"27AE", "‰", "per mille"},
+    {"27AF", "bpm", "beats per minute"},
 };
 
 constexpr std::string_view kFlags[] = {"broadcast",    "read",           "write-without-response",
@@ -49,12 +83,11 @@ constexpr std::string_view kFormats[] = {
 
 constexpr std::string_view kBaseTail = "-0000-1000-8000-00805F9B34FB";
 
-template <std::size_t Size>
-std::string_view Find(const NamedNumber (&table)[Size], std::string_view uuid,
-                      std::string_view otherwise) {
+template <class Entry, std::size_t Size>
+const Entry* Find(const Entry (&table)[Size], std::string_view uuid) {
   const auto found = std::find_if(std::begin(table), std::end(table),
-                                  [&](const NamedNumber& entry) { return entry.uuid == uuid; });
-  return found == std::end(table) ? otherwise : found->name;
+                                  [&](const Entry& entry) { return entry.uuid == uuid; });
+  return found == std::end(table) ? nullptr : found;
 }
 
 }  // namespace
@@ -84,12 +117,19 @@ std::string CanonicalUuid(std::string_view text) {
 
 std::string ServiceName(std::string_view uuid) {
   const std::string number = ShortUuid(uuid);
-  return std::string(Find(kServices, number, number));
+  const NamedNumber* service = Find(kServices, number);
+  return service ? std::string(service->name) : number;
 }
 
 std::string UnitSign(std::string_view uuid) {
   const std::string number = ShortUuid(uuid);
-  return std::string(Find(kUnits, number, number));
+  const Unit* unit = Find(kUnits, number);
+  return unit ? std::string(unit->sign) : number;
+}
+
+std::string UnitName(std::string_view uuid) {
+  const Unit* unit = Find(kUnits, ShortUuid(uuid));
+  return unit ? std::string(unit->name) : "";
 }
 
 std::vector<std::string> FlagNames(int flags) {

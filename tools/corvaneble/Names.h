@@ -19,6 +19,9 @@ std::string ServiceName(std::string_view uuid);
 /// values without a unit.
 std::string UnitSign(std::string_view uuid);
 
+/// "degree Celsius", "percentage", ...; empty for a unit without an everyday sign.
+std::string UnitName(std::string_view uuid);
+
 /// "read", "write", "notify", ...: the words for a characteristic's flags, in the order of bits.
 std::vector<std::string> FlagNames(int flags);
 

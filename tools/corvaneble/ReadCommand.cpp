@@ -5,7 +5,6 @@
 #include "Command.h"
 #include "GattTree.h"
 #include "Interrupt.h"
-#include "Names.h"
 #include "Report.h"
 #include "Terminal.h"
 
@@ -18,15 +17,6 @@ struct ReadOptions {
   bool raw = false;
 };
 
-Json ReadJson(const FoundAttribute& found, const Bytes& value) {
-  Json json{{"service", found.path.service}, {"characteristic", found.path.characteristic}};
-  if (!found.path.descriptor.empty()) json["descriptor"] = found.path.descriptor;
-  json["uuid"] = found.uuid;
-  json["name"] = found.name;
-  json["value"] = ValueJson(value, found.formats);
-  return json;
-}
-
 int RunRead(const Session& session, const ReadOptions& options) {
   Client client(session.Reporting(), session.timeout, session.logLevel);
   const Link link(client, options.address);
@@ -36,15 +26,10 @@ int RunRead(const Session& session, const ReadOptions& options) {
   if (options.raw)
     Write(Stream::Output, {reinterpret_cast<const char*>(value.data()), value.size()});
   else if (session.json)
-    WriteLine(Dump(ReadJson(found, value)));
+    WriteLine(Dump(FoundJson(found, &value)));
   else
     WriteLine(ValueLine(value, found.formats));
   return kDone;
-}
-
-std::string CheckAttribute(const std::string& text) {
-  if (IsIdentifier(text) || !CanonicalUuid(text).empty()) return "";
-  return "an identifier has 12 hexadecimal digits, a UUID 4, 8, 32, or 36 with dashes";
 }
 
 }  // namespace
@@ -54,12 +39,7 @@ void AddReadCommand(CLI::App& app, Session& session) {
   const auto options = std::make_shared<ReadOptions>();
   AddAddress(*command, options->address);
   AttributePath& path = options->attribute;
-  command->add_option("service", path.service, "UUID, or identifier as tree prints it")
-      ->required()
-      ->check(CheckAttribute);
-  command->add_option("characteristic", path.characteristic, "UUID or identifier")
-      ->required()
-      ->check(CheckAttribute);
+  AddCharacteristic(*command, path);
   command->add_option("descriptor", path.descriptor, "UUID or identifier")->check(CheckAttribute);
   command->add_flag("--raw", options->raw, "Write the bytes as they are");
   command->footer(Examples({"read C0FFEE123456 180F 2A19", "read C0FFEE123456 180A 2A29 --raw",

@@ -115,10 +115,23 @@ Json ValueJson(const Bytes& value, const std::vector<Format>& formats) {
   return json;
 }
 
+Json FoundJson(const FoundAttribute& found, const Bytes* value) {
+  Json json{{"service", found.path.service}, {"characteristic", found.path.characteristic}};
+  if (!found.path.descriptor.empty()) json["descriptor"] = found.path.descriptor;
+  json["uuid"] = found.uuid;
+  json["name"] = found.name;
+  if (value) json["value"] = ValueJson(*value, found.formats);
+  return json;
+}
+
 std::string ValueLine(const Bytes& value, const std::vector<Format>& formats) {
+  return ValueLine(value, DecodeValue(value, formats));
+}
+
+std::string ValueLine(const Bytes& value, const std::optional<std::string>& decoded) {
   std::string line = value.empty() ? "(empty)" : Hex(value, " ");
   if (const auto text = PrintableText(value)) line += "  \"" + *text + "\"";
-  if (const auto decoded = DecodeValue(value, formats)) line += "  = " + *decoded;
+  if (decoded) line += "  = " + *decoded;
   return line;
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "Attributes.h"
 #include "GattTree.h"
 
 namespace corvaneble::tool {
@@ -19,8 +21,13 @@ std::string AdvertisementLine(const Advertisement& advertisement);
 
 Json ValueJson(const Bytes& value, const std::vector<Format>& formats);
 
+/// Where an attribute was found, with its value if there is one.
+Json FoundJson(const FoundAttribute& found, const Bytes* value);
+
 /// `48 65 79  "Hey"  = 36.6 °C`: bytes, then text and meaning as far as there are any.
 std::string ValueLine(const Bytes& value, const std::vector<Format>& formats);
+
+std::string ValueLine(const Bytes& value, const std::optional<std::string>& decoded);
 
 Json TreeJson(const GattTree& tree);
 std::string TreeText(const GattTree& tree);

@@ -1,4 +1,5 @@
 #include <chrono>
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -98,8 +99,7 @@ class Scan {
   void Summarize(double seconds) const {
     if (!IsTerminal(Stream::Diagnostics)) return;
     std::string text = std::to_string(view_.Devices()) + " devices, " + std::to_string(heard_) +
-                       " advertisements in " + std::to_string(static_cast<int>(seconds + 0.5)) +
-                       " s";
+                       " advertisements in " + std::to_string(std::lround(seconds)) + " s";
     if (const auto dropped = client_.DroppedAdvertisements())
       text += ", " + std::to_string(dropped) + " more than could be shown";
     Write(Stream::Diagnostics, text + "\n");

@@ -52,6 +52,12 @@ TerminalSize OutputSize() {
   return size;
 }
 
+void UseBinaryInput() {
+#ifdef _WIN32
+  _setmode(_fileno(stdin), _O_BINARY);
+#endif
+}
+
 void Write(Stream stream, std::string_view text) {
 #ifdef _WIN32
   if (stream == Stream::Output) _setmode(_fileno(stdout), _O_BINARY);

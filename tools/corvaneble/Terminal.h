@@ -19,6 +19,9 @@ struct TerminalSize {
 };
 TerminalSize OutputSize();
 
+/// From now on standard input is taken byte for byte.
+void UseBinaryInput();
+
 /// Writes to standard output or standard error, at once.
 void Write(Stream stream, std::string_view text);
 void WriteLine(std::string line);

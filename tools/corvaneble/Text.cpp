@@ -48,7 +48,7 @@ bool IsHarmless(char32_t c) {
   if (c < 0x20 || (c >= 0x7F && c < 0xA0)) return false;
   if (c >= 0x200B && c <= 0x200F) return false;  // invisible, and marks of writing direction
   if (c >= 0x2028 && c <= 0x202E) return false;
-  return !(c >= 0x2060 && c <= 0x206F) && c != 0xFEFF;
+  return !(c >= 0x2060 && c <= 0x206F) && c != 0xFEFF && (c & 0xFFFE) != 0xFFFE;
 }
 
 std::string SanitizeKeeping(std::string_view text, std::string_view kept) {

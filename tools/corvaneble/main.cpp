@@ -17,13 +17,15 @@ namespace {
 #endif
 
 constexpr char kDescription[] =
-    "Scan for Bluetooth Low Energy devices, look into them and read their values.";
+    "Scan for Bluetooth Low Energy devices, look into them, read, write and watch their values.";
 
 constexpr char kFooter[] =
     "Examples:\n"
     "  corvaneble scan --for 10                     who is around?\n"
     "  corvaneble tree C0:FF:EE:12:34:56 --values   what does this device offer?\n"
     "  corvaneble read C0FFEE123456 180F 2A19       one value: the battery level\n"
+    "  corvaneble watch C0FFEE123456 --all --for 60 --plot minute.svg\n"
+    "                                               every value for a minute, and a chart of them\n"
     "  corvaneble --radio simulated demo            a tour without any hardware\n"
     "\n"
     "Radios (--radio NAME, or the environment variable CORVANEBLE_RADIO):\n"
@@ -66,6 +68,9 @@ int Run(Session& session) {
     return Interrupted() ? kInterrupted : code;
   } catch (const InterruptedError&) {
     return kInterrupted;
+  } catch (const UsageError& error) {
+    Complain(error.what());
+    return kUsage;
   } catch (const ClientError& failure) {
     Complain(std::to_string(failure.Code()) + " " + failure.what());
     if (Interrupted()) return kInterrupted;
@@ -87,6 +92,11 @@ int Main(int argc, char** argv) {
   AddScanCommand(app, session);
   AddTreeCommand(app, session);
   AddReadCommand(app, session);
+  AddWriteCommand(app, session);
+  AddPostCommand(app, session);
+  AddWatchCommand(app, session);
+  AddDescribeCommand(app, session);
+  AddReportCommand(app, session);
   AddConfigCommand(app, session);
   AddRadiosCommand(app, session);
   AddDemoCommand(app, session);
