@@ -62,7 +62,7 @@ std::int32_t Host::Read(const std::string& characteristicId, const std::string& 
   std::int32_t lengths[4] = {};
   const std::int32_t code =
       CorvaneBLE_BLEClient_Do(handle_, CORVANEBLE_METHOD_READ_VALUE, 3, params, lengths, nullptr);
-  if (code == 0) {
+  if (code == 0 && handle_ != nullptr) {  // a callback may have destroyed it, and the value with it
     value.assign(reinterpret_cast<const char*>(params[3]), static_cast<std::size_t>(lengths[3]));
   }
   return code;
