@@ -1,0 +1,48 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <unordered_map>
+#include <utility>
+
+#include "fuzz/Input.h"
+#include "platform/Executor.h"
+
+namespace corvaneble::fuzz {
+
+/// Runs tasks on the thread that asks for it, each at its due time, which is then at once: a run is
+/// the same every time, and a timeout costs nothing.
+class VirtualExecutor final : public platform::Executor {
+ public:
+  TaskId Post(Task task) override { return PostAfter({}, std::move(task)); }
+  TaskId PostAfter(std::chrono::milliseconds delay, Task task) override {
+    const Due due{now_ + delay, ++lastId_};
+    tasks_.emplace(due, std::move(task));
+    dues_.emplace(lastId_, due);
+    return lastId_;
+  }
+  void Cancel(TaskId id) override {
+    if (const auto due = dues_.extract(id)) tasks_.erase(due.mapped());
+  }
+
+  /// Runs all there is to do and all that follows from it, which must come to an end.
+  void RunAll(std::size_t limit) {
+    for (; !tasks_.empty(); --limit) {
+      Require(limit > 0);
+      const auto next = tasks_.extract(tasks_.begin());
+      now_ = next.key().first;
+      dues_.erase(next.key().second);
+      next.mapped()();
+    }
+  }
+
+ private:
+  using Due = std::pair<std::chrono::milliseconds, TaskId>;
+
+  std::chrono::milliseconds now_{0};
+  TaskId lastId_ = 0;
+  std::map<Due, Task> tasks_;
+  std::unordered_map<TaskId, Due> dues_;
+};
+
+}  // namespace corvaneble::fuzz

@@ -1,0 +1,25 @@
+#include "fuzz/Input.h"
+#include "platform/simulated/Capture.h"
+
+// Recordings of what a controller has heard.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace corvaneble::platform;
+  using corvaneble::fuzz::Require;
+
+  const simulated::CaptureResult result = simulated::ParseCapture({data, size});
+  if (result.error) {
+    Require(result.reports.empty());
+    Require(result.error->offset <= size && !result.error->text.empty());
+  }
+  std::size_t heard = 0;
+  BluetoothLEAdvertisement advertisement;
+  for (const simulated::CapturedReport& report : result.reports) {
+    Require(report.address >> 48 == 0);
+    Require(report.type >= BluetoothLEAdvertisementType::ConnectableUndirected &&
+            report.type <= BluetoothLEAdvertisementType::ScanResponse);
+    heard += report.payload.size();
+    advertisement.Assign(report.payload);
+  }
+  Require(heard <= size);  // nothing is heard twice, and nothing that is not there
+  return 0;
+}
