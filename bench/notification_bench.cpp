@@ -1,5 +1,6 @@
 #include <benchmark/benchmark.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -162,6 +163,17 @@ void SelectAndReadAll(benchmark::State& state) {
   }
 }
 BENCHMARK(SelectAndReadAll)->Unit(benchmark::kMillisecond);
+
+/// What the hand-over alone costs: a task for the radio's thread, and the wait for it.
+void HandOver(benchmark::State& state) {
+  Timeline timeline(Timeline::Mode::Real);
+  for (auto _ : state) {
+    const auto done = std::make_shared<platform::WakeSignal>();
+    timeline.Post([done] { done->Set(); });
+    timeline.Step(std::chrono::seconds(1), done.get());
+  }
+}
+BENCHMARK(HandOver)->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime()->UseRealTime();
 
 /// A read, and a write, over the simulated link in real time: what the processor spends on it, both
 /// ends and the threads' hand-over included.

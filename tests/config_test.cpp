@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "frame/ConfigItem.h"
+#include "frame/SettingTable.h"
 #include "support/Host.h"
 
 namespace corvaneble::tests {
@@ -40,6 +42,51 @@ TEST(Config, SettingsAreReadAndWrittenAsText) {
     }
     EXPECT_EQ(host.Config(read), answer) << write << " then " << read;
   }
+}
+
+TEST(Config, TextsAreTakenApart) {
+  const struct {
+    const char* text;
+    ConfigItem item;
+  } cases[] = {
+      {"Name", {"Name", "", "", -1, true}},
+      {" Name ", {" Name ", "", "", -1, true}},
+      {" Name =", {" Name ", "", "", -1, false}},
+      {" Name = ", {"Name", "", "", -1, false}},
+      {"Name[ 7 ]", {"Name", "", "7", 7, true}},
+      {"Name(7]", {"Name", "", "7", 7, true}},
+      {"Name[x]=1", {"Name", "1", "x", 0, false}},
+      {"Name[-2", {"Name", "", "-2", -2, true}},
+      {"Name[a=b]=c", {"Name", "c", "a=b", 0, false}},
+      {"Name=a=b", {"Name", "a=b", "", -1, false}},
+      {"Name = \" quoted \" ", {"Name", " quoted ", "", -1, false}},
+      {"Name=\"", {"Name", "", "", -1, false}},
+      {"Name=a\"b\"", {"Name", "a\"b\"", "", -1, false}},
+      {"=value", {"", "value", "", -1, false}},
+  };
+  for (const auto& [text, item] : cases) {
+    const ConfigItem parsed = ParseConfigItem(text);
+    EXPECT_EQ(parsed.name, item.name) << text;
+    EXPECT_EQ(parsed.value, item.value) << text;
+    EXPECT_EQ(parsed.indexText, item.indexText) << text;
+    EXPECT_EQ(parsed.index, item.index) << text;
+    EXPECT_EQ(parsed.isRead, item.isRead) << text;
+  }
+  EXPECT_FALSE(ParseConfigItem({}).isRead);  // no text at all
+}
+
+TEST(Config, EverySettingIsKnownAndKeepsWhatItIsGiven) {
+  Host host("{}");
+  for (const SettingInfo& info : kSettingTable) {
+    const std::string name(info.name);
+    EXPECT_EQ(host.Config(name), info.defaultValue) << name;
+    const bool isFlag = info.kind == SettingKind::Boolean;
+    const bool isText = info.kind == SettingKind::Text;
+    const std::string value = isFlag ? "True" : isText ? "some text" : "77";
+    EXPECT_EQ(host.Config(name + "=" + value), "") << name;
+    EXPECT_EQ(host.Config(name), value) << name;
+  }
+  host.Config("ZeroMemory=False");  // it is the process's
 }
 
 TEST(Config, UnknownNamesFail) {

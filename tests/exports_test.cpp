@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "api/Stream.h"
 #include "support/Host.h"
 
 namespace corvaneble::tests {
@@ -158,6 +159,63 @@ TEST(Exports, NullStreamsAnswerEveryOperation) {
   for (const int operation : {500, 501, 502, 503, 506, 507, 499, 510}) {
     EXPECT_EQ(CorvaneBLE_Stream(nullptr, operation, nullptr, nullptr), -1) << operation;
   }
+}
+
+/// Notes which operation ran with what; answers recognisably.
+class NotingStream final : public Stream {
+ public:
+  explicit NotingStream(std::string& notes) : notes_(notes) {}
+  ~NotingStream() override { notes_ += "gone "; }
+  std::int32_t Read(std::intptr_t a, std::intptr_t b, void*) override { return Note("read", a, b); }
+  std::int32_t Write(std::intptr_t a, std::intptr_t b, void*) override {
+    return Note("write", a, b);
+  }
+  std::int32_t Seek(std::int64_t a, std::intptr_t b, void*) override { return Note("seek", a, b); }
+  std::int32_t Flush() override { return Note("flush", 0, 0); }
+  void Close() override { Note("close", 0, 0); }
+  bool Can(std::intptr_t a) override { return Note("can", a, 0) != 0; }
+  std::int64_t Length() override { return std::int64_t{1} << 40; }
+  std::int32_t SetLength(std::int64_t a) override { return Note("length", a, 0); }
+  const char* ErrorText() override { return "torn"; }
+  std::int32_t Error() override { return -7; }
+
+ private:
+  std::int32_t Note(const char* what, std::int64_t a, std::int64_t b) {
+    notes_ += std::string(what) + std::to_string(a) + "," + std::to_string(b) + " ";
+    return 42;
+  }
+
+  std::string& notes_;
+};
+
+TEST(Exports, StreamOperationsReachTheStream) {
+  std::string notes;
+  Stream* stream = new NotingStream(notes);
+  std::int64_t wide = std::int64_t{5} << 32;
+  std::intptr_t plain[] = {3, 4};
+  std::intptr_t pointed[] = {reinterpret_cast<std::intptr_t>(&wide), 2};
+  for (const int operation : {500, 501, 503}) {
+    EXPECT_EQ(CorvaneBLE_Stream(stream, operation, plain, nullptr), 42);
+  }
+  for (const int operation : {502, 507}) {
+    EXPECT_EQ(CorvaneBLE_Stream(stream, operation, pointed, nullptr), 42);
+  }
+  std::uint8_t flag = 0;
+  std::int32_t code = 0;
+  const char* text = nullptr;
+  EXPECT_EQ(CorvaneBLE_Stream(stream, 505, plain, &flag), 0);
+  EXPECT_EQ(CorvaneBLE_Stream(stream, 506, nullptr, &wide), 0);
+  EXPECT_EQ(CorvaneBLE_Stream(stream, 508, nullptr, &text), 0);
+  EXPECT_EQ(CorvaneBLE_Stream(stream, 509, nullptr, &code), 0);
+  EXPECT_EQ(CorvaneBLE_Stream(stream, 510, nullptr, nullptr), 0);
+  EXPECT_EQ(flag, 1);
+  EXPECT_EQ(wide, std::int64_t{1} << 40);
+  EXPECT_STREQ(text, "torn");
+  EXPECT_EQ(code, -7);
+  EXPECT_EQ(CorvaneBLE_Stream(stream, 504, nullptr, nullptr), 0);
+  EXPECT_EQ(
+      notes,
+      "read3,4 write3,4 flush0,0 seek21474836480,2 length21474836480,0 can3,0 close0,0 gone ");
 }
 
 TEST(Exports, HostileArgumentsNeitherCrashNorHang) {

@@ -105,12 +105,12 @@ TEST(Storm, EventsFromManyThreadsAgainstEveryCall) {
   };
   {
     const Storm storm(AllGusts(radio));
-    for (int round = 0; round < 12; ++round)
+    // The scheduler decides when the wind rises; values need a moment when something is known.
+    for (int round = 0; round < 12 || values == 0 || storm.Count() < 1000; ++round) {
       LiveOn(host.Handle());
-    EXPECT_GT(storm.Count(), 0U);
+    }
   }
   LiveOn(host.Handle());
-  EXPECT_GT(values, 0);
   EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_SERVER_ID), "");
 }
 
