@@ -135,6 +135,8 @@ TEST(Exports, EventStringConvertsOnceAndKeepsWhatItOwns) {
   EXPECT_EQ(record.narrow, narrow);  // an equal text leaves the owned copy in place
   CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_COPY, "other", CORVANEBLE_STRING_NARROW);
   EXPECT_EQ(record.wide, nullptr);
+  CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_ATTACH, nullptr, CORVANEBLE_STRING_WIDE);
+  EXPECT_STREQ(record.narrow, "other");  // there was no wide text before: nothing new
   CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_COPY, nullptr, CORVANEBLE_STRING_NARROW);
   EXPECT_EQ(record.ownership, 0U);
   EXPECT_EQ(CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_WIDE), nullptr);

@@ -32,10 +32,10 @@ constexpr const char* kServices = R"([
      "value": {"utf8": "a value that is longer than the smallest of packets can carry"},
      "descriptors": [{"userDescription": "Old", "writable": true}]}]}])";
 
-std::string Scene(const std::string& events = "[]") {
+std::string Scene(const std::string& events) {
   return std::string(R"({"peripherals": [{"address": "00A050C4E2F1", "name": "Meter", "mtu": 23,
     "advertising": {"interval": 100, "data": {"name": "Meter"}}, "services": )") +
-         kServices + R"(, "events": )" + events + "}]}";
+         kServices + R"(, "events": [)" + events + "]}]}";
 }
 
 constexpr const char* kService = "002000000000";
@@ -49,6 +49,7 @@ struct Program {
   const char* name;
   std::vector<Step> steps;
   std::set<int> codes = {};  ///< what a look-up that failed unnoticed makes of it
+  std::string events = "";   ///< of the device
 };
 
 Step Call(int method, std::vector<const char*> texts = {}) {
@@ -113,6 +114,10 @@ std::vector<Program> Programs() {
       {"subscribe",
        {kConnect, kDiscoverSome, Call(CORVANEBLE_METHOD_SUBSCRIBE, {kService, kStream}), kWait,
         Call(CORVANEBLE_METHOD_UNSUBSCRIBE)}},
+      {"services changed",
+       {kConnect, kDiscoverSome, kWait, kDiscoverSome, Read(kLevel)},
+       {},
+       R"({"kind": "changeServices", "at": 200, "services": )" + std::string(kServices) + "}"},
       {"reconnect", {kConnect, kDiscoverSome, kDisconnect, kConnect, kDiscoverSome}},
   };
 }
@@ -137,7 +142,8 @@ void ExpectUsable(Host& host) {
 }
 
 struct FaultyHost {
-  explicit FaultyHost(const Fault& fault) : opened(OpenScenario(Scene())) {
+  FaultyHost(const Program& program, const Fault& fault)
+      : opened(OpenScenario(Scene(program.events))) {
     radio = std::make_shared<FaultInjectingRadio>(opened.radio, opened.timeline, fault);
     host = std::make_unique<Host>(platform::OpenedRadio{radio, opened.clock, opened.pump});
     host->Set(CORVANEBLE_PROPERTY_TIMEOUT, 5);
@@ -178,14 +184,15 @@ std::vector<Way> Ways() {
 TEST(Faults, EveryPlatformCallMayGoWrongInEveryWay) {
   int combinations = 0;
   for (const Program& program : Programs()) {
-    FaultyHost sound({});
+    FaultyHost sound(program, {});
     ASSERT_EQ(RunProgram(program, *sound.host), 0)
         << program.name << ": " << sound.host->LastError();
     for (const Way& way : Ways()) {
       for (std::uint32_t call = 1; call <= sound.radio->CallCount(); ++call) {
         SCOPED_TRACE(std::string(program.name) + ", call " + std::to_string(call) + ", kind " +
                      std::to_string(static_cast<int>(way.kind)));
-        FaultyHost faulty({call, way.kind, std::chrono::seconds(20), way.gatt, -1, "Injected."});
+        FaultyHost faulty(program,
+                          {call, way.kind, std::chrono::seconds(20), way.gatt, -1, "Injected."});
         const int code = RunProgram(program, *faulty.host);
         EXPECT_TRUE(code == 0 || way.codes.contains(code) || program.codes.contains(code)) << code;
         EXPECT_TRUE(code == 0 || !faulty.host->LastError().empty());
@@ -202,8 +209,9 @@ TEST(Faults, TheLinkMayDropAtEveryRequest) {
   for (const Program& program : Programs()) {
     for (int request = 1; request < 100; ++request) {
       SCOPED_TRACE(std::string(program.name) + ", request " + std::to_string(request));
-      Host host(
-          Scene(R"([{"kind": "dropLink", "afterRequests": )" + std::to_string(request) + "}]"));
+      const std::string drop =
+          R"({"kind": "dropLink", "afterRequests": )" + std::to_string(request) + "}";
+      Host host(Scene(program.events.empty() ? drop : program.events + "," + drop));
       host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 5);
       const int code = RunProgram(program, host);
       EXPECT_TRUE(code == 0 || code == 605 || code == 607 || program.codes.contains(code)) << code;
@@ -215,7 +223,7 @@ TEST(Faults, TheLinkMayDropAtEveryRequest) {
 }
 
 TEST(Faults, APlatformFailureSaysWhatThePlatformSaid) {
-  FaultyHost faulty({1, Fault::Kind::Throw, {}, {}, -5, "Injected."});
+  FaultyHost faulty({}, {1, Fault::Kind::Throw, {}, {}, -5, "Injected."});
   EXPECT_EQ(faulty.host->Do(CORVANEBLE_METHOD_START_SCANNING), 614);
   EXPECT_EQ(faulty.host->LastError(), "Platform failure [0xfffffffb]: Injected.");
 }

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <string>
+#include <vector>
 
 #include "frame/ErrorState.h"
 #include "gatt/AssignedNumbers.h"
 #include "gatt/CharacteristicFlags.h"
 #include "gatt/GattId.h"
+#include "gatt/GattObjectTree.h"
 #include "gatt/Uuid.h"
 #include "platform/BluetoothAdvertisement.h"
 #include "radio/AdvertisementUuids.h"
@@ -121,6 +123,45 @@ TEST(Identifiers, RoundTrip) {
   EXPECT_EQ(ParseServerId("00a050c4e2f1zz"), 0x00A050C4E2F1U);
   EXPECT_EQ(ParseServerId("12"), 0x12FFFFFFFFFFU);
   EXPECT_EQ(ParseServerId("12F"), 0x12FFFFFFFFFFU);
+}
+
+TEST(GattObjectTree, IdsNeedTheHandlesOfTheLevelsAbove) {
+  ErrorState errors;
+  GattObjectTree tree(errors, [](platform::GattCharacteristic&, platform::ByteView) {});
+  const struct {
+    std::uint16_t service, characteristic, descriptor;
+    ErrorCode code;
+    const char* result;  // the id, or the message
+  } cases[] = {
+      {0x000C, 0x000E, 0, 0, "000C000E0000"},
+      {0x0001, 0, 0, 0, "000100000000"},
+      {0xFFFF, 0xFFFE, 0xFFFD, 0, "FFFFFFFEFFFD"},
+      {0, 1, 0, 202, "Must supply a non-zero service handle."},
+      {0x00AB, 0, 0x0010, 202,
+       "Must supply a non-zero characteristic handle to supply a non-zero descriptor handle."},
+  };
+  for (const auto& [service, characteristic, descriptor, code, result] : cases) {
+    GattId id;
+    EXPECT_EQ(tree.MakeGattId(service, characteristic, descriptor, id), code);
+    EXPECT_EQ(code == 0 ? std::string(id.View()) : errors.LastText(), result);
+  }
+}
+
+TEST(ErrorState, TextAndCodeGoTheirOwnWays) {
+  ErrorState errors;
+  EXPECT_EQ(errors.Finish(12345), 12345);
+  EXPECT_EQ(errors.LastText(), "[12345] (no description available)");
+  EXPECT_EQ(errors.Finish(301), 301);  // a text is there already: it stays
+  EXPECT_EQ(errors.LastText(), "[12345] (no description available)");
+  errors.SetLastText("");
+  errors.Finish(301);
+  EXPECT_EQ(errors.LastText(), "Interrupted.");
+  errors.SetLastText("");
+  errors.Finish(200);
+  EXPECT_EQ(errors.LastText(), "Out of memory.");
+  EXPECT_TRUE(errors.RecordUnhandledEvent(5, "first"));
+  EXPECT_FALSE(errors.RecordUnhandledEvent(6, "second"));
+  EXPECT_EQ(errors.EventCode(), 5);
 }
 
 TEST(CharacteristicFlags, SkipExtendedProperties) {

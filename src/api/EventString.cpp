@@ -70,12 +70,14 @@ const Char* Read(EventString& record) {
 }
 
 template <class Char>
+bool IsSame(const Char* a, const Char* b) {
+  return a == b || (a != nullptr && b != nullptr && View<Char>(a) == View<Char>(b));
+}
+
+template <class Char>
 void Store(EventString& record, const Char* text, bool copy) {
   const Char*& stored = Form<Char>::Of(record);
-  if (stored != nullptr && text != nullptr &&
-      (stored == text || View<Char>(stored) == View<Char>(text))) {
-    return;
-  }
+  if (IsSame(stored, text) && (text != nullptr || !copy)) return;
   const Char* next = copy && text != nullptr ? CopyOf<Char>(text) : text;
   ClearEventString(record);
   stored = next;

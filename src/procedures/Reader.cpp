@@ -1,6 +1,6 @@
 #include "procedures/Reader.h"
 
-#include <utility>
+#include "procedures/ValueTarget.h"
 
 namespace corvaneble {
 
@@ -8,31 +8,18 @@ using platform::BluetoothCacheMode;
 
 ErrorCode Reader::ReadValue(const std::string& serviceId, const std::string& characteristicId,
                             const std::string& descriptorId, platform::Bytes& value) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
-  if (serviceId.empty()) return parts_.errors.Raise(failure::kNoServiceId);
-  if (characteristicId.empty()) return parts_.errors.Raise(failure::kNoCharacteristicId);
-  if (!parts_.tree.FindService(serviceId)) return error::kNotDiscovered;
-  if (const ErrorCode code = parts_.tree.RequireCharacteristic(serviceId, characteristicId)) {
+  const ValueIds ids{serviceId, characteristicId, descriptorId};
+  ValueTarget target;
+  if (const ErrorCode code =
+          FindValueTarget(ids, parts_.connection, parts_.tree, parts_.errors, target)) {
     return code;
   }
-
-  const auto announce = [&](const auto& entry) {
-    parts_.events.FireValue({serviceId.c_str(), characteristicId.c_str(), descriptorId.c_str(),
-                             entry.uuidText.c_str(), entry.name},
-                            value);
-    return error::kSuccess;
-  };
-  if (descriptorId.empty()) {
-    const auto characteristic = parts_.tree.FindCharacteristic(serviceId, characteristicId);
-    if (!characteristic) return error::kNotDiscovered;
-    const ErrorCode code =
-        ReadCharacteristicValue(*characteristic, BluetoothCacheMode::Uncached, value);
-    return code != error::kSuccess ? code : announce(*characteristic);
-  }
-  const auto descriptor = parts_.tree.FindDescriptor(characteristicId, descriptorId);
-  if (!descriptor) return error::kNotDiscovered;
-  const ErrorCode code = ReadDescriptorValue(*descriptor, BluetoothCacheMode::Uncached, value);
-  return code != error::kSuccess ? code : announce(*descriptor);
+  const ErrorCode code =
+      target.descriptor
+          ? ReadDescriptorValue(*target.descriptor, BluetoothCacheMode::Uncached, value)
+          : ReadCharacteristicValue(*target.characteristic, BluetoothCacheMode::Uncached, value);
+  if (code == error::kSuccess) parts_.events.FireValue(NamesOf(ids, target), value);
+  return code;
 }
 
 ErrorCode Reader::ReadCharacteristicValue(const CharacteristicEntry& characteristic,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "gatt/DescriptorUuids.h"
+#include "procedures/ValueTarget.h"
 
 namespace corvaneble {
 
@@ -11,30 +12,18 @@ using platform::GattWriteOption;
 
 ErrorCode Writer::WriteValue(const std::string& serviceId, const std::string& characteristicId,
                              const std::string& descriptorId, ByteView value) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
-  if (serviceId.empty()) return parts_.errors.Raise(failure::kNoServiceId);
-  if (characteristicId.empty()) return parts_.errors.Raise(failure::kNoCharacteristicId);
-  if (!parts_.tree.FindService(serviceId)) return error::kNotDiscovered;
-  if (const ErrorCode code = parts_.tree.RequireCharacteristic(serviceId, characteristicId)) {
+  const ValueIds ids{serviceId, characteristicId, descriptorId};
+  ValueTarget target;
+  if (const ErrorCode code =
+          FindValueTarget(ids, parts_.connection, parts_.tree, parts_.errors, target)) {
     return code;
   }
-
-  const auto announce = [&](const auto& entry) {
-    parts_.events.FireWriteResponse({serviceId.c_str(), characteristicId.c_str(),
-                                     descriptorId.c_str(), entry.uuidText.c_str(), entry.name});
-    return error::kSuccess;
-  };
-  if (descriptorId.empty()) {
-    const auto characteristic = parts_.tree.FindCharacteristic(serviceId, characteristicId);
-    if (!characteristic) return error::kNotDiscovered;
-    const ErrorCode code =
-        WriteCharacteristicValue(*characteristic, value, GattWriteOption::WriteWithResponse);
-    return code != error::kSuccess ? code : announce(*characteristic);
-  }
-  const auto descriptor = parts_.tree.FindDescriptor(characteristicId, descriptorId);
-  if (!descriptor) return error::kNotDiscovered;
-  const ErrorCode code = WriteDescriptorValue(*descriptor, value);
-  return code != error::kSuccess ? code : announce(*descriptor);
+  const ErrorCode code = target.descriptor
+                             ? WriteDescriptorValue(*target.descriptor, value)
+                             : WriteCharacteristicValue(*target.characteristic, value,
+                                                        GattWriteOption::WriteWithResponse);
+  if (code == error::kSuccess) parts_.events.FireWriteResponse(NamesOf(ids, target));
+  return code;
 }
 
 ErrorCode Writer::PostValue(const std::string& serviceId, const std::string& characteristicId,

@@ -1,0 +1,31 @@
+#include "procedures/ValueTarget.h"
+
+namespace corvaneble {
+
+ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
+                          const GattObjectTree& tree, ErrorState& errors, ValueTarget& target) {
+  if (const ErrorCode code = connection.RequireConnection()) return code;
+  if (ids.service.empty()) return errors.Raise(failure::kNoServiceId);
+  if (ids.characteristic.empty()) return errors.Raise(failure::kNoCharacteristicId);
+  if (!tree.FindService(ids.service)) return error::kNotDiscovered;
+  // A descriptor's characteristic may belong to any service, as long as it is known.
+  if (const ErrorCode code = tree.RequireCharacteristic(ids.service, ids.characteristic)) {
+    return code;
+  }
+  if (ids.descriptor.empty()) {
+    target.characteristic = tree.FindCharacteristic(ids.service, ids.characteristic);
+  } else {
+    target.descriptor = tree.FindDescriptor(ids.characteristic, ids.descriptor);
+  }
+  return target.characteristic || target.descriptor ? error::kSuccess : error::kNotDiscovered;
+}
+
+AttributeNames NamesOf(const ValueIds& ids, const ValueTarget& target) {
+  const auto names = [&](const auto& entry) {
+    return AttributeNames{ids.service.c_str(), ids.characteristic.c_str(), ids.descriptor.c_str(),
+                          entry.uuidText.c_str(), entry.name};
+  };
+  return target.descriptor ? names(*target.descriptor) : names(*target.characteristic);
+}
+
+}  // namespace corvaneble

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+
+#include "frame/ErrorState.h"
+#include "frame/Events.h"
+#include "gatt/GattObjectTree.h"
+#include "radio/Connection.h"
+
+namespace corvaneble {
+
+/// The ids with which a host names what to read or write, as it wrote them. An empty descriptor id
+/// names the characteristic.
+struct ValueIds {
+  const std::string& service;
+  const std::string& characteristic;
+  const std::string& descriptor;
+};
+
+/// What they name: the descriptor, or else the characteristic. The other one is null.
+struct ValueTarget {
+  CharacteristicPtr characteristic;
+  DescriptorPtr descriptor;
+};
+
+/// Checks the connection and the ids in the documented order and finds the record: 605, 202 or 601.
+[[nodiscard]] ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
+                                        const GattObjectTree& tree, ErrorState& errors,
+                                        ValueTarget& target);
+
+/// What an event about the target says: the host's own ids, the record's UUID and name. Valid as
+/// long as both.
+AttributeNames NamesOf(const ValueIds& ids, const ValueTarget& target);
+
+}  // namespace corvaneble
