@@ -24,7 +24,7 @@ int Digit(char c) {
 /// At most one byte more than a value can have: enough to see that it is too long.
 Bytes ReadSome(std::istream& stream) {
   Bytes bytes;
-  for (char c; bytes.size() <= kLongestValue && stream.get(c);)
+  for (char c = 0; bytes.size() <= kLongestValue && stream.get(c);)
     bytes.push_back(static_cast<std::uint8_t>(c));
   return bytes;
 }
