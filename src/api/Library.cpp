@@ -7,6 +7,17 @@ namespace {
 
 std::atomic<void*> moduleHandle{nullptr};
 
+/// Lives from the loading of the library to its unloading.
+class LoadedLibrary {
+ public:
+  LoadedLibrary() { StaticInit(nullptr); }
+  ~LoadedLibrary() { StaticDestroy(); }
+  LoadedLibrary(const LoadedLibrary&) = delete;
+  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
+};
+
+const LoadedLibrary kLoadedLibrary;
+
 }  // namespace
 
 // Nothing here uses sockets or the system's security layer, and a message window class is needed

@@ -32,7 +32,6 @@ inline constexpr ErrorCode kNoUserDescription = 611;
 inline constexpr ErrorCode kApplicationError = 612;
 inline constexpr ErrorCode kNoRadio = 613;
 inline constexpr ErrorCode kPlatformFailure = 614;
-inline constexpr ErrorCode kProtocolErrorBase = 700;  ///< plus the ATT error, 0x01 to 0x11
 inline constexpr ErrorCode kWriteRequestRejected = 952;
 
 }  // namespace error
