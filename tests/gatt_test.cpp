@@ -202,6 +202,11 @@ TEST(Discover, IncludedServicesAreLinkedAndCyclesEnd) {
             "A cycle of included services was detected: 050000000000 < 050000000000");
   host->Config("AutoDiscoverIncludedServices=False");
   EXPECT_EQ(host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES, {"", "050000000000"}), 0);
+  host->Forget();
+  ASSERT_EQ(host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES, {"180A", "010000000000"}), 0);
+  ASSERT_EQ(host->Events(CORVANEBLE_EVENT_DISCOVERED).size(), 1U);  // 512 is included, not wanted
+  EXPECT_EQ(host->Events(CORVANEBLE_EVENT_DISCOVERED)[0].Text(1), "030000000000");
+  EXPECT_EQ(host->Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 5);
 }
 
 TEST(Read, DeliversTheValueTwiceAndKeepsTheCache) {

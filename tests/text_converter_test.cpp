@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "frame/TextCodec.h"
+
 namespace corvaneble::platform {
 namespace {
 
@@ -78,6 +80,16 @@ TEST(TextConverter, WhatACodePageLacksBecomesAQuestionMark) {
   std::string narrow;
   EXPECT_EQ(Converter().ToNarrow(1252, u"\u65E5a\U0001F600b\u672C", narrow), kNone);
   EXPECT_EQ(narrow, "?a?b?");
+}
+
+TEST(TextConverter, ANameFromTheAirIsNeverRefused) {
+  const Settings settings;
+  const TextCodec codec(settings, Converter());
+  std::string narrow;
+  codec.ToNarrowLossy(std::u16string{u'a', 0xD800, 0xD83D, 0xDE00, 0xDC00, u'b', 0xDBFF}, narrow);
+  EXPECT_EQ(narrow,
+            "a\xEF\xBF\xBD\xF0\x9F\x98\x80\xEF\xBF\xBD"
+            "b\xEF\xBF\xBD");
 }
 
 TEST(TextConverter, LongTextsOnManyThreads) {

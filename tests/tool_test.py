@@ -2,13 +2,17 @@
 """The command-line tool as a script sees it, on simulated radios: argument 1 is the tool."""
 
 import csv
+import fcntl
 import json
 import os
+import pty
+import re
 import signal
 import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 from xml.etree import ElementTree
 
@@ -361,6 +365,51 @@ class BenchTest(ToolBase):
             self.assertEqual(tool.returncode, 130)
         self.assertLess(messages.index(b"Successfully unsubscribed"),
                         messages.index(b"Disconnected from server"))
+
+
+class TerminalTest(ToolBase):
+    """What a person sees: tables drawn over themselves, on 24 lines of 90 columns."""
+
+    def screens(self, *arguments, radio=None, no_color=False):
+        ours, theirs = pty.openpty()
+        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("4H", 24, 90, 0, 0))
+        environment = {name: value for name, value in os.environ.items() if name != "NO_COLOR"}
+        if no_color:
+            environment["NO_COLOR"] = "1"
+        with subprocess.Popen(self.command(*arguments, radio=radio), stdout=theirs, stdin=theirs,
+                              stderr=subprocess.DEVNULL, env=environment) as tool:
+            os.close(theirs)
+            output = b""
+            try:
+                while part := os.read(ours, 4096):
+                    output += part
+            except OSError:  # how Linux says that the other end is closed
+                pass
+            os.close(ours)
+        self.assertEqual(tool.returncode, 0)
+        self.assertNotIn(b"\x1b[2J", output)  # a name may not clear the screen
+        return re.split(r"\x1b\[\d+A\x1b\[J", output.decode())
+
+    def test_scan_keeps_one_line_a_device(self):
+        for no_color in (False, True):
+            last = self.screens("scan", "--count", "3", no_color=no_color)[-1]
+            self.assertEqual(last.count(ADDRESS), 1, last)
+            self.assertIn("-52", last)
+            self.assertEqual("\x1b[1m" in last, not no_color)
+
+    def test_watch_draws_how_values_move(self):
+        (device,) = BENCH_SCENARIO["peripherals"]
+        steady = {**BENCH_SCENARIO, "peripherals": [{**device, "events": []}]}
+        last = self.screens("watch", BENCH, "180D", "2A37", "--count", "6",
+                            radio=self.simulate("steady.json", steady))[-1]
+        (row,) = [line for line in last.splitlines() if line.startswith("Heart Rate Measurement")]
+        self.assertRegex(row, r" 6  [▁-█]{6} *$")
+        plain = re.sub(r"\x1b\[\d*m", "", last)
+        self.assertLess(max(map(len, plain.splitlines())), 90)  # a full line would scroll
+
+    def test_demo_ends_with_what_it_did(self):
+        last = self.run_tool("demo", "--for", "0.2").stdout.decode().splitlines()[-1]
+        self.assertRegex(last, r"^Heard \d+ devices; .* gave \d+ values\. Disconnected; all done\.$")
 
 
 if __name__ == "__main__":

@@ -26,26 +26,6 @@ bool OneOf(Opcode opcode, std::initializer_list<Opcode> allowed) {
 
 }  // namespace
 
-std::optional<Opcode> ResponseTo(Opcode request) {
-  switch (request) {
-    case Opcode::ExchangeMtuRequest:
-    case Opcode::FindInformationRequest:
-    case Opcode::FindByTypeValueRequest:
-    case Opcode::ReadByTypeRequest:
-    case Opcode::ReadRequest:
-    case Opcode::ReadBlobRequest:
-    case Opcode::ReadMultipleRequest:
-    case Opcode::ReadByGroupTypeRequest:
-    case Opcode::WriteRequest:
-    case Opcode::PrepareWriteRequest:
-    case Opcode::ExecuteWriteRequest:
-    case Opcode::ReadMultipleVariableRequest:
-      return static_cast<Opcode>(static_cast<std::uint8_t>(request) + 1);
-    default:
-      return std::nullopt;
-  }
-}
-
 std::uint8_t PduReader::U8() {
   const ByteView byte = Take(1);
   return byte.empty() ? 0 : byte[0];

@@ -105,9 +105,6 @@ constexpr bool IsCommand(Opcode opcode) {
   return (static_cast<std::uint8_t>(opcode) & 0x40) != 0;
 }
 
-/// The response that answers `request`; none when it is not a request.
-std::optional<Opcode> ResponseTo(Opcode request);
-
 /// Little-endian number at the front of `bytes`, which must hold two.
 constexpr std::uint16_t LoadU16(ByteView bytes) {
   return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
