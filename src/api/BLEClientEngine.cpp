@@ -26,6 +26,13 @@ BLEClientEngine::BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
       methods_({errors_, codec_, slots_, wait_, config_, scanner_, connection_, selection_,
                 services_, attributes_, reader_, writer_, subscriptions_}) {}
 
+void BLEClientEngine::Attach(std::weak_ptr<void> owner) {
+  bridge_->Attach(std::move(owner));
+  notices_ = radio_.radio->OnNotice([this, bridge = bridge_](const std::string& text) {
+    bridge->Deliver([&] { log_.Write(LogLevel::Information, log_type::kRadio, text); });
+  });
+}
+
 platform::GattCharacteristic::ValueChanged::Handler BLEClientEngine::ValueChangedHandler() {
   // One reference beside the engine's: the handler is copied to every characteristic and must fit
   // into a std::function without an allocation of its own.

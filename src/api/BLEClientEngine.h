@@ -37,7 +37,7 @@ class BLEClientEngine : public ComponentBase {
                   const platform::TextConverter& converter);
 
   /// Begins to deliver platform callbacks; `owner` is what keeps the engine alive.
-  void Attach(std::weak_ptr<void> owner) { bridge_->Attach(std::move(owner)); }
+  void Attach(std::weak_ptr<void> owner);
 
   /// Ends the delivery of platform callbacks, after waiting for those on other threads.
   void Detach() { bridge_->Detach(); }
@@ -71,6 +71,7 @@ class BLEClientEngine : public ComponentBase {
   ConfigTable config_;
   PropertyTable properties_;
   MethodTable methods_;
+  platform::EventToken notices_;
 };
 
 }  // namespace corvaneble

@@ -13,6 +13,7 @@ namespace log_type {
 inline constexpr const char* kScanning = "Scanning";
 inline constexpr const char* kConnection = "Connection";
 inline constexpr const char* kDiscovery = "Discovery";
+inline constexpr const char* kRadio = "Radio";
 inline constexpr const char* kRead = "Read";
 inline constexpr const char* kWrite = "Write";
 inline constexpr const char* kSubscriptions = "Subscriptions";

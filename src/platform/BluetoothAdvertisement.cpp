@@ -1,5 +1,6 @@
 #include "platform/BluetoothAdvertisement.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "platform/Utf.h"
@@ -59,6 +60,13 @@ void BluetoothLEAdvertisement::Assign(ByteView payload) {
     }
   }
   AppendUtf16({reinterpret_cast<const char*>(name.data()), name.size()}, localName_);
+}
+
+bool BluetoothLEAdvertisementFilter::Passes(const BluetoothLEAdvertisement& advertisement) const {
+  const auto& advertised = advertisement.ServiceUuids();
+  return std::ranges::all_of(serviceUuids, [&](const Guid& wanted) {
+    return std::ranges::find(advertised, wanted) != advertised.end();
+  });
 }
 
 }  // namespace corvaneble::platform

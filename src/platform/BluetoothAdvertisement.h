@@ -131,6 +131,9 @@ struct BluetoothLEAdvertisementWatcherStoppedEventArgs {
 /// What a packet must advertise to be reported: all of these service UUIDs. Empty: everything.
 struct BluetoothLEAdvertisementFilter {
   std::vector<Guid> serviceUuids;
+
+  /// A packet is judged by what it says itself, not by earlier packets of its sender.
+  bool Passes(const BluetoothLEAdvertisement& advertisement) const;
 };
 
 /// Listens for advertisements. Created -> Started -> Stopping -> Stopped or Aborted, and Started

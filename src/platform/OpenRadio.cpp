@@ -11,9 +11,18 @@
 #include "platform/simulated/BuiltInScene.h"
 #include "platform/simulated/ScenarioLoader.h"
 #include "platform/simulated/SimulatedRadio.h"
+#ifdef CORVANEBLE_LINUX_RADIO
+#include "platform/linux/LinuxRadio.h"
+#endif
 
 namespace corvaneble::platform {
 namespace {
+
+#ifdef CORVANEBLE_LINUX_RADIO
+constexpr std::string_view kMachineRadio = "linux";
+#else
+constexpr std::string_view kMachineRadio = "none";
+#endif
 
 OpenedRadio OnSystemTime(std::shared_ptr<Radio> radio) {
   return {std::move(radio), SystemClock(), SystemPump()};
@@ -21,6 +30,21 @@ OpenedRadio OnSystemTime(std::shared_ptr<Radio> radio) {
 
 OpenedRadio Unavailable(std::errc result, const std::string& text) {
   return OnSystemTime(MakeUnavailableRadio(static_cast<std::int32_t>(result), text));
+}
+
+/// The radio of the machine itself; `adapter` is empty for whichever is best.
+OpenedRadio OpenMachineRadio([[maybe_unused]] const std::string& adapter, bool askedFor) {
+#ifdef CORVANEBLE_LINUX_RADIO
+  using linux_radio::Absence;
+  try {
+    return linux_radio::OpenLinuxRadio(adapter, askedFor ? Absence::Fails : Absence::IsNoAdapter);
+  } catch (const PlatformFailure& failure) {
+    return OnSystemTime(MakeUnavailableRadio(failure.Result(), failure.what()));
+  }
+#else
+  return askedFor ? Unavailable(std::errc::no_such_device, "This build has no such radio.")
+                  : OnSystemTime(MakeAbsentRadio());
+#endif
 }
 
 OpenedRadio OpenScenario(simulated::ScenarioResult result) {
@@ -40,7 +64,7 @@ OpenedRadio OpenRadio(std::string_view name) {
   const std::string_view backend = name.substr(0, colon);
   const std::string_view argument =
       colon == std::string_view::npos ? std::string_view() : name.substr(colon + 1);
-  if (name.empty() || name == "auto") return OnSystemTime(MakeAbsentRadio());
+  if (name.empty() || name == "auto") return OpenMachineRadio({}, false);
   if (name == "simulated") return OpenScenario(simulated::BuiltInScene());
   if (backend == "simulated" && argument.empty())
     return Unavailable(std::errc::invalid_argument,
@@ -48,6 +72,7 @@ OpenedRadio OpenRadio(std::string_view name) {
   if (backend == "simulated")
     return OpenScenario(simulated::LoadScenario(
         std::filesystem::path(std::u8string(argument.begin(), argument.end()))));
+  if (backend == kMachineRadio) return OpenMachineRadio(std::string(argument), true);
   if (backend == "linux" || backend == "windows")
     return Unavailable(std::errc::no_such_device,
                        "This build has no radio \"" + std::string(backend) + "\".");

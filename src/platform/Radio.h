@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -63,6 +64,15 @@ class Radio {
   /// The device with a 48-bit address; null when there is none. No scan is needed before.
   virtual AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
       std::uint64_t address) = 0;
+
+  /// How long callers wait for one operation from now on (0: for ever). A radio that must search
+  /// or try again gives up a little earlier, so that its caller learns more than that time is up.
+  virtual void SetWaitLimit(std::chrono::milliseconds /*limit*/) {}
+
+  /// Raised, on the platform's threads, with words (UTF-8) for what the radio meets that its user
+  /// can act on and no status tells, such as another program that holds a device.
+  using Notice = EventSource<const std::string&>;
+  [[nodiscard]] virtual EventToken OnNotice(Notice::Handler /*handler*/) { return {}; }
 };
 
 /// A radio together with the time and the waiting that belong to it.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -78,6 +79,9 @@ class AsyncWait {
     using Operation = typename std::invoke_result_t<Start>::element_type;
     return AwaitOperation(start, static_cast<Operation*>(nullptr));
   }
+
+  /// How long a wait lasts at most; 0: for ever.
+  std::chrono::milliseconds Limit() const { return std::chrono::seconds(timeoutSeconds_.load()); }
 
   /// One pumping step on the calling thread, of at most 20 ms; ends early when `signal` is set.
   /// False when the instance's message window is gone.

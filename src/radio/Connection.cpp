@@ -15,8 +15,10 @@ ErrorCode Connection::Connect(std::string_view serverId) {
   if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
 
   const std::uint64_t address = ParseServerId(id);
-  const auto device = parts_.wait.Await(
-      [&] { return parts_.radio.radio->DeviceFromBluetoothAddressAsync(address); });
+  platform::Radio& radio = *parts_.radio.radio;
+  radio.SetWaitLimit(parts_.wait.Limit());
+  const auto device =
+      parts_.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
   if (device.code != error::kSuccess) return device.code;
   if (!device.result) return Fail(id);
   Adopt(device.result, id);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "platform/Executor.h"
 #include "platform/Radio.h"
@@ -24,6 +25,10 @@ class FaultInjectingRadio final : public Radio {
   std::shared_ptr<BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override;
   AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
       std::uint64_t address) override;
+  void SetWaitLimit(std::chrono::milliseconds limit) override { inner_->SetWaitLimit(limit); }
+  EventToken OnNotice(Notice::Handler handler) override {
+    return inner_->OnNotice(std::move(handler));
+  }
 
  private:
   const std::shared_ptr<Radio> inner_;

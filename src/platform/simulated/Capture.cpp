@@ -4,13 +4,13 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/simulated/ByteReader.h"
+#include "platform/hci/AdvertisingReports.h"
 #include "platform/simulated/FileBytes.h"
-#include "platform/simulated/HciReports.h"
 
 namespace corvaneble::platform::simulated {
 namespace {
 
+using hci::ByteReader;
 using std::chrono::microseconds;
 
 enum class LinkType : std::uint32_t { UnencapsulatedHci = 1001, HciH4 = 1002, Monitor = 2001 };
@@ -107,7 +107,8 @@ CaptureResult ParseCapture(ByteView file) {
   ByteReader reader(file, 0);
   LinkType linkType{};
   if (auto error = ReadHeader(reader, linkType)) return Refused(*error);
-  HciReports collected;
+  hci::AdvertisingReports events;
+  CaptureResult result;
   CaptureTime time;
   while (reader.Remaining() > 0) {
     Record record;
@@ -116,9 +117,13 @@ CaptureResult ParseCapture(ByteView file) {
     if (!HoldsEvent(linkType, record)) continue;
     const auto at = time.Advance(record.timestamp);
     if (!at) return Refused({recordAt, "a time decades after the first record"});
-    if (auto error = collected.TakeEvent(record.packet, *at)) return Refused(*error);
+    const auto collect = [&](const hci::AdvertisingReport& report) {
+      result.reports.push_back({*at, report.address, report.randomAddress, report.type, report.rssi,
+                                Bytes(report.payload.begin(), report.payload.end())});
+    };
+    if (const auto wrong = events.TakeEvent(record.packet, collect))
+      return Refused({wrong->offset, wrong->text});
   }
-  CaptureResult result{collected.TakeReports(), std::nullopt};
   if (!result.reports.empty()) {
     const microseconds start = result.reports.front().at;
     for (CapturedReport& report : result.reports)

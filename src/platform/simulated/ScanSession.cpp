@@ -45,9 +45,10 @@ void ScanSession::Begin(const Aborted& aborted) {
   for (const auto& advertiser : traffic_->advertisers) {
     const AdvertisingScenario& scenario = advertiser->scenario;
     const bool hasScanResponse = scenario.scanResponse && IsScannable(scenario.type);
-    playing_.push_back({advertiser.get(), Passes(advertiser->packet),
-                        activeScanning_ && hasScanResponse && Passes(advertiser->scanResponse),
-                        now + phase % std::max(scenario.interval, kShortestInterval)});
+    playing_.push_back(
+        {advertiser.get(), filter_.Passes(advertiser->packet),
+         activeScanning_ && hasScanResponse && filter_.Passes(advertiser->scanResponse),
+         now + phase % std::max(scenario.interval, kShortestInterval)});
     phase += kPhaseStep;
     Playing& playing = playing_.back();
     if (playing.packetPasses || playing.scanResponsePasses)
@@ -61,13 +62,6 @@ void ScanSession::Begin(const Aborted& aborted) {
     replay.base = now;
     At(now, [&replay](ScanSession& self) { self.PlayCapture(replay); });
   }
-}
-
-bool ScanSession::Passes(const BluetoothLEAdvertisement& advertisement) const {
-  const auto& advertised = advertisement.ServiceUuids();
-  return std::ranges::all_of(filter_.serviceUuids, [&](const Guid& wanted) {
-    return std::ranges::find(advertised, wanted) != advertised.end();
-  });
 }
 
 void ScanSession::At(Timeline::TimePoint due, std::function<void(ScanSession&)> action) {
@@ -123,7 +117,8 @@ void ScanSession::ReportCaptured(Replay& replay) {
   const CapturedReport& report = replay.capture->reports[replay.next++];
   if (report.type == BluetoothLEAdvertisementType::ScanResponse && !activeScanning_) return;
   replay.current.Assign(report.payload);
-  if (Passes(replay.current)) Report(replay.current, report.address, report.rssi, report.type);
+  if (filter_.Passes(replay.current))
+    Report(replay.current, report.address, report.rssi, report.type);
 }
 
 void ScanSession::Report(const BluetoothLEAdvertisement& advertisement, std::uint64_t address,

@@ -64,7 +64,6 @@ class ScanSession : public std::enable_shared_from_this<ScanSession> {
   };
 
   bool IsActive() const { return active_.load(std::memory_order_acquire); }
-  bool Passes(const BluetoothLEAdvertisement& advertisement) const;
   void At(Timeline::TimePoint due, std::function<void(ScanSession&)> action);
   void Advertise(Playing& playing);
   void PlayCapture(Replay& replay);

@@ -3,36 +3,11 @@
 #include <atomic>
 #include <utility>
 
+#include "platform/BorrowedExecutor.h"
 #include "platform/Utf.h"
 #include "platform/simulated/SimulatedLink.h"
 
 namespace corvaneble::platform::simulated {
-namespace {
-
-/// The timeline as the GATT client may have it: without keeping it alive, since tasks that wait on
-/// the timeline may own the client.
-class BorrowedExecutor final : public Executor {
- public:
-  explicit BorrowedExecutor(std::weak_ptr<Timeline> timeline) : timeline_(std::move(timeline)) {}
-
-  TaskId Post(Task task) override {
-    return PostAfter(std::chrono::milliseconds{0}, std::move(task));
-  }
-  TaskId PostAfter(std::chrono::milliseconds delay, Task task) override {
-    const auto timeline = timeline_.lock();
-    return timeline ? timeline->PostAfter(delay, std::move(task)) : kNeverRun;
-  }
-  void Cancel(TaskId id) override {
-    if (const auto timeline = timeline_.lock()) timeline->Cancel(id);
-  }
-
- private:
-  static constexpr TaskId kNeverRun = ~TaskId{0};
-
-  const std::weak_ptr<Timeline> timeline_;
-};
-
-}  // namespace
 
 SimulatedDevice::SimulatedDevice(std::weak_ptr<Timeline> timeline,
                                  std::shared_ptr<VirtualPeripheral> peripheral)

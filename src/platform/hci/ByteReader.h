@@ -5,10 +5,10 @@
 
 #include "platform/Bytes.h"
 
-namespace corvaneble::platform::simulated {
+namespace corvaneble::platform::hci {
 
-/// Reads fields from a piece of a file, keeping count of where in the file they stand. A read past
-/// the end gives zeros and marks the reader as failed, at the byte that is missing.
+/// Reads fields from a piece of a capture file or a packet, keeping count of where they stand. A
+/// read past the end gives zeros and marks the reader as failed, at the byte that is missing.
 class ByteReader {
  public:
   ByteReader(ByteView bytes, std::size_t fileOffset) : bytes_(bytes), fileOffset_(fileOffset) {}
@@ -52,4 +52,4 @@ class ByteReader {
   bool ok_ = true;
 };
 
-}  // namespace corvaneble::platform::simulated
+}  // namespace corvaneble::platform::hci

@@ -1,8 +1,8 @@
-#include "platform/simulated/HciReports.h"
+#include "platform/hci/AdvertisingReports.h"
 
 #include <utility>
 
-namespace corvaneble::platform::simulated {
+namespace corvaneble::platform::hci {
 namespace {
 
 constexpr std::uint8_t kLeMetaEvent = 0x3E;
@@ -11,6 +11,9 @@ constexpr std::uint8_t kExtendedAdvertisingReport = 0x0D;
 
 constexpr std::size_t kMaxLegacyData = 31;
 constexpr std::size_t kMaxExtendedData = 1650;  // Bluetooth Core 5.4, Vol 6 Part B, 2.3.4.9
+
+/// Of so many advertisements the rest is surely lost, not late.
+constexpr std::size_t kMaxUnfinished = 256;
 
 // Bits of the event type of an extended report.
 constexpr std::uint16_t kConnectable = 0x01;
@@ -24,7 +27,7 @@ enum class DataStatus : std::uint8_t { Complete = 0, MoreToCome = 1, Truncated =
 
 using Type = BluetoothLEAdvertisementType;
 
-CaptureError Malformed(const ByteReader& reader, const char* text) {
+MalformedEvent Malformed(const ByteReader& reader, const char* text) {
   return {reader.FileOffset(), text};
 }
 
@@ -62,9 +65,26 @@ Type ExtendedPduType(std::uint16_t kind) {
   return (kind & kScannable) != 0 ? Type::ScannableUndirected : Type::NonConnectableUndirected;
 }
 
+std::optional<MalformedEvent> TakeLegacyReport(ByteReader& reader,
+                                               const AdvertisingReports::Sink& sink) {
+  const std::uint8_t kind = reader.Byte();
+  if (kind > static_cast<std::uint8_t>(Type::ScanResponse))
+    return Malformed(reader, "an advertising report of unknown type");
+  const std::uint8_t addressType = reader.Byte();
+  if (!IsAddressType(addressType)) return Malformed(reader, "an address of unknown type");
+  const std::uint64_t address = reader.Little(6);
+  const std::uint8_t length = reader.Byte();
+  if (length > kMaxLegacyData) return Malformed(reader, "more than 31 bytes of advertising data");
+  const ByteView data = reader.Take(length);
+  const auto rssi = static_cast<std::int8_t>(reader.Byte());
+  if (!reader.Ok()) return Malformed(reader, "an advertising report cut short");
+  sink({address, IsRandom(addressType), static_cast<Type>(kind), rssi, data});
+  return std::nullopt;
+}
+
 }  // namespace
 
-std::optional<CaptureError> HciReports::TakeEvent(ByteReader event, std::chrono::microseconds at) {
+std::optional<MalformedEvent> AdvertisingReports::TakeEvent(ByteReader event, const Sink& sink) {
   const std::uint8_t code = event.Byte();
   const std::uint8_t length = event.Byte();
   if (!event.Ok()) return Malformed(event, "an HCI event without its header");
@@ -78,33 +98,15 @@ std::optional<CaptureError> HciReports::TakeEvent(ByteReader event, std::chrono:
   const std::uint8_t count = event.Byte();
   if (!event.Ok() || count == 0) return Malformed(event, "an advertising event without reports");
   for (std::uint8_t i = 0; i < count; ++i) {
-    auto error = extended ? TakeExtendedReport(event, at) : TakeLegacyReport(event, at);
+    auto error = extended ? TakeExtendedReport(event, sink) : TakeLegacyReport(event, sink);
     if (error) return error;
   }
   if (event.Remaining() != 0) return Malformed(event, "bytes after the last advertising report");
   return std::nullopt;
 }
 
-std::optional<CaptureError> HciReports::TakeLegacyReport(ByteReader& reader,
-                                                         std::chrono::microseconds at) {
-  const std::uint8_t kind = reader.Byte();
-  if (kind > static_cast<std::uint8_t>(Type::ScanResponse))
-    return Malformed(reader, "an advertising report of unknown type");
-  const std::uint8_t addressType = reader.Byte();
-  if (!IsAddressType(addressType)) return Malformed(reader, "an address of unknown type");
-  const std::uint64_t address = reader.Little(6);
-  const std::uint8_t length = reader.Byte();
-  if (length > kMaxLegacyData) return Malformed(reader, "more than 31 bytes of advertising data");
-  const ByteView data = reader.Take(length);
-  const auto rssi = static_cast<std::int8_t>(reader.Byte());
-  if (!reader.Ok()) return Malformed(reader, "an advertising report cut short");
-  reports_.push_back({at, address, IsRandom(addressType), static_cast<Type>(kind), rssi,
-                      Bytes(data.begin(), data.end())});
-  return std::nullopt;
-}
-
-std::optional<CaptureError> HciReports::TakeExtendedReport(ByteReader& reader,
-                                                           std::chrono::microseconds at) {
+std::optional<MalformedEvent> AdvertisingReports::TakeExtendedReport(ByteReader& reader,
+                                                                     const Sink& sink) {
   const auto eventType = static_cast<std::uint16_t>(reader.Little(2));
   const std::uint16_t kind = eventType & kKindBits;
   const auto status = static_cast<DataStatus>(eventType >> 5 & 3);
@@ -123,16 +125,26 @@ std::optional<CaptureError> HciReports::TakeExtendedReport(ByteReader& reader,
   const ByteView data = reader.Take(reader.Byte());
   if (!reader.Ok()) return Malformed(reader, "an advertising report cut short");
 
-  const auto [position, isNew] =
-      fragments_.try_emplace({addressType, address, advertisingSet, kind});
-  Bytes& joined = position->second;
+  const std::size_t limit = legacy ? kMaxLegacyData : kMaxExtendedData;
+  const auto report = [&](ByteView payload) {
+    sink({address, IsRandom(addressType), *type, rssi, payload});
+  };
+  const FragmentKey key{addressType, address, advertisingSet, kind};
+  const auto begun = fragments_.find(key);
+  if (begun == fragments_.end() && status != DataStatus::MoreToCome) {
+    if (data.size() > limit) return Malformed(reader, "more advertising data than there can be");
+    report(data);
+    return std::nullopt;
+  }
+  if (begun == fragments_.end() && fragments_.size() >= kMaxUnfinished) fragments_.clear();
+  Bytes& joined = fragments_[key];
   joined.insert(joined.end(), data.begin(), data.end());
-  if (joined.size() > (legacy ? kMaxLegacyData : kMaxExtendedData))
-    return Malformed(reader, "more advertising data than there can be");
+  if (joined.size() > limit) return Malformed(reader, "more advertising data than there can be");
   if (status == DataStatus::MoreToCome) return std::nullopt;
-  reports_.push_back({at, address, IsRandom(addressType), *type, rssi, std::move(joined)});
-  fragments_.erase(position);
+  const Bytes whole = std::move(joined);
+  fragments_.erase(key);
+  report(whole);
   return std::nullopt;
 }
 
-}  // namespace corvaneble::platform::simulated
+}  // namespace corvaneble::platform::hci

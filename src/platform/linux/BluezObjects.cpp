@@ -1,0 +1,244 @@
+#include "platform/linux/BluezObjects.h"
+
+#include <algorithm>
+
+#include "platform/HexText.h"
+
+namespace corvaneble::platform::linux_radio {
+namespace {
+
+constexpr const char* kAdapter = "org.bluez.Adapter1";
+constexpr const char* kDevice = "org.bluez.Device1";
+constexpr std::chrono::seconds kFirstAnswer{10};
+
+std::string WhyNoObjects(const BusError& error) {
+  const auto is = [&](std::string_view name) {
+    return error.name == "org.freedesktop.DBus.Error." + std::string(name);
+  };
+  if (is("AccessDenied")) return "D-Bus does not let this user talk to BlueZ: " + error.text;
+  if (is("ServiceUnknown") || is("NameHasNoOwner") || is("Spawn.ServiceNotFound") || is("NoReply"))
+    return "BlueZ's daemon does not run; start bluetoothd (systemctl start bluetooth).";
+  return "BlueZ does not answer: " + error.text;
+}
+
+}  // namespace
+
+void BluezObjects::Begin() {
+  known_ = false;
+  const std::string bluez = "type='signal',sender='org.bluez',";
+  bus_.Subscribe(
+      "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',"
+      "arg0='org.bluez'",
+      [this](sd_bus_message* message) { OnOwnerChanged(message); });
+  bus_.Subscribe(bluez + "member='InterfacesAdded'",
+                 [this](sd_bus_message* message) { OnInterfacesAdded(message); });
+  bus_.Subscribe(bluez + "member='InterfacesRemoved'",
+                 [this](sd_bus_message* message) { OnInterfacesRemoved(message); });
+  bus_.Subscribe(bluez + "member='PropertiesChanged',path_namespace='/org/bluez'",
+                 [this](sd_bus_message* message) { OnPropertiesChanged(message); });
+  AskForAll();
+}
+
+void BluezObjects::End(const std::string& reason) {
+  Forget(reason);
+  Known();
+}
+
+void BluezObjects::WhenKnown(std::function<void()> then) {
+  if (known_) return then();
+  waiting_.push_back(std::move(then));
+}
+
+const AdapterObject* BluezObjects::Adapter(const std::string& path) const {
+  const auto found = adapters_.find(path);
+  return found == adapters_.end() ? nullptr : &found->second;
+}
+
+const DeviceObject* BluezObjects::Device(const std::string& adapterPath,
+                                         std::uint64_t address) const {
+  const auto path = devicePaths_.find({adapterPath, address});
+  if (path == devicePaths_.end()) return nullptr;
+  const auto device = devices_.find(path->second);
+  return device == devices_.end() ? nullptr : &device->second;
+}
+
+void BluezObjects::AskForAll() {
+  const std::uint32_t generation = ++generation_;
+  bus_.Call(
+      "/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects", {},
+      [this, generation](sd_bus_message* reply, const BusError* error) {
+        if (generation == generation_) OnAll(reply, error);
+      },
+      kFirstAnswer);
+}
+
+void BluezObjects::OnAll(sd_bus_message* reply, const BusError* error) {
+  if (error) {
+    Forget(WhyNoObjects(*error));
+  } else {
+    absence_.clear();
+    BusReader reader(reply);
+    reader.ForEachEntry("oa{sa{sv}}", [&] {
+      const std::string path = reader.Text();
+      TakeObject(path, reader, false);
+    });
+  }
+  Known();
+  adaptersChanged_.Raise();
+}
+
+void BluezObjects::OnOwnerChanged(sd_bus_message* message) {
+  BusReader reader(message);
+  reader.Text();
+  reader.Text();
+  Forget("BlueZ's daemon has ended.");
+  if (!reader.Text().empty()) {
+    known_ = false;
+    AskForAll();
+  }
+  adaptersChanged_.Raise();
+}
+
+void BluezObjects::OnInterfacesAdded(sd_bus_message* message) {
+  BusReader reader(message);
+  const std::string path = reader.Text();
+  TakeObject(path, reader, true);
+}
+
+void BluezObjects::OnInterfacesRemoved(sd_bus_message* message) {
+  BusReader reader(message);
+  const std::string path = reader.Text();
+  for (const std::string& interface : reader.Texts())
+    RemoveObject(path, interface);
+}
+
+void BluezObjects::OnPropertiesChanged(sd_bus_message* message) {
+  const std::string path = sd_bus_message_get_path(message);
+  BusReader reader(message);
+  const std::string interface = reader.Text();
+  if (interface == kAdapter && adapters_.contains(path)) {
+    TakeAdapter(path, reader);
+    adaptersChanged_.Raise();
+  } else if (interface == kDevice) {
+    const auto found = devices_.find(path);
+    if (found == devices_.end()) return;
+    const DeviceChange change = TakeDevice(found->second, reader);
+    const DeviceObject device = found->second;  // what the handlers do may remove it
+    if (change.heard || change.name) deviceChanged_.Raise(device, change);
+  }
+}
+
+void BluezObjects::TakeObject(const std::string& path, BusReader& reader, bool announce) {
+  reader.ForEachEntry("sa{sv}", [&] {
+    const std::string interface = reader.Text();
+    if (interface == kAdapter) {
+      TakeAdapter(path, reader);
+      if (announce) adaptersChanged_.Raise();
+    } else if (interface == kDevice) {
+      DeviceObject device;
+      device.path = path;
+      DeviceChange change = TakeDevice(device, reader);
+      change.name = false;
+      devicePaths_[{device.adapterPath, device.address}] = path;
+      devices_.insert_or_assign(path, device);
+      if (announce) deviceChanged_.Raise(device, change);
+    }
+  });
+}
+
+void BluezObjects::TakeAdapter(const std::string& path, BusReader& reader) {
+  AdapterObject& adapter = adapters_[path];
+  adapter.path = path;
+  reader.ForEachEntry("sv", [&] {
+    const std::string name = reader.Text();
+    reader.InVariant([&] {
+      if (name == "Address") {
+        adapter.address = ParseAddress(reader.Text()).value_or(0);
+      } else if (name == "AddressType") {
+        adapter.randomAddress = reader.Text() == "random";
+      } else if (name == "Powered") {
+        adapter.powered = reader.Boolean();
+      } else if (name == "Roles") {
+        const auto roles = reader.Texts();
+        adapter.lowEnergy = std::ranges::find(roles, "central") != roles.end();
+      }
+    });
+  });
+}
+
+DeviceChange BluezObjects::TakeDevice(DeviceObject& device, BusReader& reader) {
+  DeviceChange change;
+  reader.ForEachEntry("sv", [&] {
+    const std::string name = reader.Text();
+    reader.InVariant([&] {
+      if (name == "Address") {
+        device.address = ParseAddress(reader.Text()).value_or(0);
+      } else if (name == "AddressType") {
+        device.randomAddress = reader.Text() == "random";
+      } else if (name == "Adapter") {
+        device.adapterPath = reader.Text();
+      } else if (name == "Name") {
+        device.name = reader.Text();
+        change.name = true;
+      } else if (name == "RSSI") {
+        device.rssi = reader.Int16();
+        change.heard = true;
+      } else if (name == "TxPower") {
+        device.txPower = reader.Int16();
+        change.heard = true;
+      } else if (name == "UUIDs") {
+        device.serviceUuids.clear();
+        for (const std::string& text : reader.Texts())
+          if (const auto uuid = ParseUuid(text)) device.serviceUuids.push_back(*uuid);
+      } else if (name == "ManufacturerData") {
+        device.manufacturerData.clear();
+        change.heard = true;
+        reader.ForEachEntry("qv", [&] {
+          Bytes& data = device.manufacturerData[reader.UInt16()];
+          reader.InVariant([&] { data = reader.ByteArray(); });
+        });
+      } else if (name == "ServiceData") {
+        device.serviceData.clear();
+        change.heard = true;
+        reader.ForEachEntry("sv", [&] {
+          const auto uuid = ParseUuid(reader.Text());
+          reader.InVariant([&] {
+            Bytes data = reader.ByteArray();
+            if (uuid) device.serviceData[*uuid] = std::move(data);
+          });
+        });
+      } else if (name == "AdvertisingFlags") {
+        const Bytes flags = reader.ByteArray();
+        if (!flags.empty()) device.advertisingFlags = flags[0];
+      }
+    });
+  });
+  return change;
+}
+
+void BluezObjects::RemoveObject(const std::string& path, const std::string& interface) {
+  if (interface == kAdapter && adapters_.erase(path) > 0) {
+    adaptersChanged_.Raise();
+  } else if (interface == kDevice) {
+    const auto device = devices_.find(path);
+    if (device == devices_.end()) return;
+    devicePaths_.erase({device->second.adapterPath, device->second.address});
+    devices_.erase(device);
+  }
+}
+
+void BluezObjects::Forget(const std::string& reason) {
+  ++generation_;
+  absence_ = reason;
+  adapters_.clear();
+  devices_.clear();
+  devicePaths_.clear();
+}
+
+void BluezObjects::Known() {
+  known_ = true;
+  for (const auto& then : std::exchange(waiting_, {}))
+    then();
+}
+
+}  // namespace corvaneble::platform::linux_radio

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "platform/linux/LinuxSession.h"
+
+namespace corvaneble::platform::linux_radio {
+
+/// Told once: the device, or null when it was not found.
+using DeviceFound = std::function<void(const DeviceObject* device)>;
+
+/// Finds a device by its address: at once when BlueZ knows it, else by discovering until it is
+/// heard or `limit` has passed. On the radio's thread.
+void FindDevice(LinuxSession& session, std::uint64_t address, std::chrono::milliseconds limit,
+                DeviceFound found);
+
+}  // namespace corvaneble::platform::linux_radio

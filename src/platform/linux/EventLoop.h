@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+
+#include "platform/Clock.h"
+#include "platform/Executor.h"
+
+namespace corvaneble::platform::linux_radio {
+
+/// A file descriptor that closes itself.
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  explicit FileDescriptor(int fd) : fd_(fd) {}
+  FileDescriptor(FileDescriptor&& other) noexcept;
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  ~FileDescriptor() { Reset(); }
+
+  int Get() const { return fd_; }
+  explicit operator bool() const { return fd_ >= 0; }
+  void Reset();
+
+ private:
+  int fd_ = -1;
+};
+
+/// The thread of the Linux radio ("the radio's thread"), started with the first work: runs tasks
+/// when they are due and handlers when their file descriptors are ready.
+///
+/// A wait on that thread (`Step`) runs what is due nested in the task or handler that waits;
+/// handlers must therefore expect to be called again before they return. The loop may die on its
+/// own thread.
+class EventLoop final : public Executor, public MessagePump {
+ public:
+  /// Told which of the watched `EPOLL…` events are there.
+  using ReadyHandler = std::function<void(std::uint32_t events)>;
+  /// Names a watched descriptor; never 0, never reused.
+  using WatchId = std::uint64_t;
+
+  /// Throws `PlatformFailure` when the system gives no descriptors.
+  EventLoop();
+  ~EventLoop() override;
+  EventLoop(const EventLoop&) = delete;
+  EventLoop& operator=(const EventLoop&) = delete;
+
+  TaskId Post(Task task) override;
+  TaskId PostAfter(std::chrono::milliseconds delay, Task task) override;
+  void Cancel(TaskId id) override;
+
+  /// Calls `handler` on the radio's thread whenever one of `events` is there, until `Unwatch`,
+  /// which must come before the descriptor is closed. Any thread. A handler that runs already is
+  /// not waited for.
+  [[nodiscard]] WatchId Watch(int fd, std::uint32_t events, ReadyHandler handler);
+  void SetEvents(WatchId id, std::uint32_t events);
+  void Unwatch(WatchId id);
+
+  bool IsLoopThread() const;
+
+  /// Ends the loop, after the task or handler that runs; from its own thread it ends once that has
+  /// returned. What is pending is dropped. More calls do nothing.
+  void Stop();
+
+  bool HasMessageQueue() const override { return false; }
+  bool Step(std::chrono::milliseconds wait, const WakeSignal* signal) override;
+
+ private:
+  class Core;
+  const std::shared_ptr<Core> core_;  // shared with the thread, which may outlive this
+};
+
+}  // namespace corvaneble::platform::linux_radio

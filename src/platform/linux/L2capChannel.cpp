@@ -1,0 +1,145 @@
+#include "platform/linux/L2capChannel.h"
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <utility>
+
+#include "platform/att/AttPdu.h"
+#include "platform/linux/BluetoothSockets.h"
+
+namespace corvaneble::platform::linux_radio {
+namespace {
+
+/// Pairing may ask a person; the kernel's own limit for it (Bluetooth Core 5.4, Vol 3 Part H, 3.4).
+constexpr std::chrono::seconds kPairingLimit{30};
+
+/// How many PDUs are taken in one go before the loop looks at everything else.
+constexpr int kBatch = 32;
+
+}  // namespace
+
+att::ChannelError ToChannelError(int error) {
+  return error == EACCES || error == EPERM ? att::ChannelError::AccessDenied
+                                           : att::ChannelError::Unreachable;
+}
+
+L2capChannel::L2capChannel(std::shared_ptr<EventLoop> loop, FileDescriptor socket,
+                           std::shared_ptr<void> keepAlive)
+    : keepAlive_(std::move(keepAlive)), loop_(std::move(loop)), socket_(std::move(socket)) {}
+
+L2capChannel::~L2capChannel() {
+  loop_->Unwatch(watch_);
+}
+
+void L2capChannel::Start(std::weak_ptr<Listener> listener) {
+  if (loop_->IsLoopThread()) return Listen(std::move(listener));
+  loop_->Post(
+      [self = shared_from_this(), listener = std::move(listener)] { self->Listen(listener); });
+}
+
+void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
+  listener_ = std::move(listener);
+  if (!open_) return;
+  watch_ = loop_->Watch(socket_.Get(), EPOLLIN, [weak = weak_from_this()](std::uint32_t events) {
+    if (const auto self = weak.lock()) self->OnReady(events);
+  });
+}
+
+bool L2capChannel::Send(ByteView pdu) {
+  if (!open_) return false;
+  const std::lock_guard lock(mutex_);
+  if (waiting_.empty()) {
+    const ssize_t sent = ::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent >= 0) return true;
+    if (errno != EAGAIN && errno != EINTR) return false;
+  }
+  waiting_.emplace_back(pdu.begin(), pdu.end());
+  loop_->Post([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->WatchFor(EPOLLIN | EPOLLOUT);
+  });
+  return true;
+}
+
+void L2capChannel::OnReady(std::uint32_t events) {
+  if ((events & EPOLLIN) != 0) Receive();
+  if (!open_) return;
+  if ((events & EPOLLOUT) != 0) {
+    SecurityDone(IsSecured());
+    SendWaiting();
+  }
+  if ((events & (EPOLLERR | EPOLLHUP)) == 0) return;
+  int error = 0;
+  socklen_t size = sizeof error;
+  getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, &error, &size);
+  End(ToChannelError(error));
+}
+
+void L2capChannel::Receive() {
+  for (int i = 0; i < kBatch && open_; ++i) {
+    std::array<std::uint8_t, att::kMaxMtu> pdu;  // one each: a call may be nested in a call
+    const ssize_t size = recv(socket_.Get(), pdu.data(), pdu.size(), MSG_DONTWAIT);
+    if (size < 0 && (errno == EAGAIN || errno == EINTR)) return;
+    if (size <= 0) return End(size == 0 ? att::ChannelError::Unreachable : ToChannelError(errno));
+    if (const auto listener = listener_.lock())
+      listener->OnPdu(ByteView(pdu).first(static_cast<std::size_t>(size)));
+  }
+}
+
+void L2capChannel::SendWaiting() {
+  const std::lock_guard lock(mutex_);
+  while (!waiting_.empty()) {
+    const Bytes& pdu = waiting_.front();
+    if (::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) return;
+    waiting_.pop_front();
+  }
+  WatchFor(EPOLLIN);
+}
+
+void L2capChannel::WatchFor(std::uint32_t events) {
+  loop_->SetEvents(watch_, events);
+}
+
+void L2capChannel::RaiseSecurity(std::function<void(bool raised)> done) {
+  loop_->Post([self = shared_from_this(), done = std::move(done)] { self->Secure(done); });
+}
+
+void L2capChannel::Secure(std::function<void(bool raised)> done) {
+  const kernel::Security wanted{kernel::kSecurityMedium, 0};
+  if (!open_ || setsockopt(socket_.Get(), kernel::kSolBluetooth, kernel::kSecurityOption, &wanted,
+                           sizeof wanted) != 0)
+    return done(false);
+  securityDone_ = std::move(done);
+  securityTimer_ = loop_->PostAfter(kPairingLimit, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->SecurityDone(false);
+  });
+  // The kernel lets nothing be sent until the link is secured; when that fails, it ends the link.
+  WatchFor(EPOLLIN | EPOLLOUT);
+}
+
+bool L2capChannel::IsSecured() const {
+  kernel::Security present;
+  socklen_t size = sizeof present;
+  return getsockopt(socket_.Get(), kernel::kSolBluetooth, kernel::kSecurityOption, &present,
+                    &size) == 0 &&
+         present.level >= kernel::kSecurityMedium;
+}
+
+void L2capChannel::SecurityDone(bool raised) {
+  loop_->Cancel(std::exchange(securityTimer_, 0));
+  if (const auto done = std::exchange(securityDone_, {})) done(raised);
+}
+
+void L2capChannel::End(att::ChannelError error) {
+  if (!open_.exchange(false)) return;
+  shutdown(socket_.Get(), SHUT_RDWR);
+  loop_->Post([self = shared_from_this(), error] {
+    self->loop_->Unwatch(self->watch_);
+    self->SecurityDone(false);
+    if (const auto listener = self->listener_.lock()) listener->OnClosed(error);
+  });
+}
+
+}  // namespace corvaneble::platform::linux_radio

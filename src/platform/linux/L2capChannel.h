@@ -1,0 +1,59 @@
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+#include "platform/att/AttChannel.h"
+#include "platform/linux/EventLoop.h"
+
+namespace corvaneble::platform::linux_radio {
+
+/// What an errno of a Bluetooth socket means for whoever wanted the channel.
+[[nodiscard]] att::ChannelError ToChannelError(int error);
+
+/// The kernel's ATT channel to one device: a connected L2CAP socket, one PDU a packet. The listener
+/// is called on the radio's thread; a wait inside one of its calls runs the next call nested.
+class L2capChannel final : public att::AttChannel,
+                           public std::enable_shared_from_this<L2capChannel> {
+ public:
+  /// `keepAlive` lives as long as the channel: whatever the loop belongs to.
+  L2capChannel(std::shared_ptr<EventLoop> loop, FileDescriptor socket,
+               std::shared_ptr<void> keepAlive);
+  ~L2capChannel() override;
+
+  void Start(std::weak_ptr<Listener> listener) override;
+  bool Send(ByteView pdu) override;
+  void Close() override { End(att::ChannelError::None); }
+  /// Has the kernel encrypt the link, and pair when there is no key yet.
+  void RaiseSecurity(std::function<void(bool raised)> done) override;
+
+ private:
+  void Listen(std::weak_ptr<Listener> listener);
+  void OnReady(std::uint32_t events);
+  void Receive();
+  void SendWaiting();
+  void Secure(std::function<void(bool raised)> done);
+  bool IsSecured() const;
+  void SecurityDone(bool raised);
+  void WatchFor(std::uint32_t events);
+  void End(att::ChannelError error);
+
+  const std::shared_ptr<void> keepAlive_;
+  const std::shared_ptr<EventLoop> loop_;
+  const FileDescriptor socket_;  // closed with the channel; shut down when the channel ends
+  std::atomic<bool> open_{true};
+
+  std::mutex mutex_;           // guards what waits to be sent
+  std::deque<Bytes> waiting_;  ///< PDUs that the kernel had no room for
+
+  // Below: the radio's thread alone.
+  EventLoop::WatchId watch_ = 0;
+  std::weak_ptr<Listener> listener_;
+  std::function<void(bool raised)> securityDone_;
+  EventLoop::TaskId securityTimer_ = 0;
+};
+
+}  // namespace corvaneble::platform::linux_radio

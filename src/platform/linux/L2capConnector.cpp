@@ -1,0 +1,167 @@
+#include "platform/linux/L2capConnector.h"
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "platform/linux/BluetoothSockets.h"
+#include "platform/linux/L2capChannel.h"
+
+namespace corvaneble::platform::linux_radio {
+namespace {
+
+using std::chrono::milliseconds;
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr milliseconds kFirstPause{100};
+constexpr milliseconds kLongestPause{2'000};
+
+kernel::L2capAddress SocketAddress(std::uint64_t address, bool random) {
+  kernel::L2capAddress result;
+  for (std::uint8_t& byte : result.address) {
+    byte = static_cast<std::uint8_t>(address);
+    address >>= 8;
+  }
+  result.channel = kernel::kAttChannel;
+  result.addressType = random ? kernel::kLeRandom : kernel::kLePublic;
+  return result;
+}
+
+const sockaddr* Generic(const kernel::L2capAddress& address) {
+  return reinterpret_cast<const sockaddr*>(&address);
+}
+
+/// Begins to connect; the errno when that fails at once.
+int BeginConnect(const AdapterObject& adapter, DeviceAddress peer, FileDescriptor& socket) {
+  socket = FileDescriptor(::socket(
+      kernel::kAfBluetooth, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, kernel::kProtocolL2cap));
+  if (!socket) return errno;
+  const auto local = SocketAddress(adapter.address, adapter.randomAddress);
+  if (bind(socket.Get(), Generic(local), sizeof local) != 0) return errno;
+  const kernel::Security low;
+  setsockopt(socket.Get(), kernel::kSolBluetooth, kernel::kSecurityOption, &low, sizeof low);
+  const auto remote = SocketAddress(peer.address, peer.random);
+  if (connect(socket.Get(), Generic(remote), sizeof remote) != 0 && errno != EINPROGRESS)
+    return errno;
+  return 0;
+}
+
+int SocketError(int socket) {
+  int error = 0;
+  socklen_t size = sizeof error;
+  return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+bool IsWorthAnotherTry(int error) {
+  return error == EBUSY || error == ECONNABORTED || error == ECONNRESET || error == EAGAIN;
+}
+
+}  // namespace
+
+/// One `Open`, with all its tries. On the radio's thread alone, but for its cancellation.
+class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
+ public:
+  Attempt(const std::shared_ptr<LinuxSession>& session, DeviceAddress peer, milliseconds limit,
+          Opened opened)
+      : session_(session),
+        loop_(session->Loop()),
+        peer_(peer),
+        end_(SteadyClock::now() + limit),
+        opened_(std::move(opened)) {}
+
+  void Begin(LinuxSession& session) {
+    session.Scanning().Pause([self = shared_from_this()] {
+      self->paused_ = true;
+      if (!self->opened_) return self->Release();
+      const auto left = std::chrono::ceil<milliseconds>(self->end_ - SteadyClock::now());
+      self->limitTimer_ =
+          self->loop_->PostAfter(left, [self] { self->Finish({}, self->LastError()); });
+      self->Try();
+    });
+  }
+
+  void Cancel() {
+    if (opened_) Finish({}, att::ChannelError::Unreachable);
+  }
+
+ private:
+  void Try() {
+    const auto session = session_.lock();
+    const AdapterObject* const adapter = session ? session->Adapter() : nullptr;
+    if (!adapter || !adapter->powered) return Finish({}, att::ChannelError::Unreachable);
+    if (const int error = BeginConnect(*adapter, peer_, socket_)) return OnFailed(error);
+    watch_ = loop_->Watch(socket_.Get(), EPOLLOUT,
+                          [self = shared_from_this()](std::uint32_t) { self->OnReady(); });
+  }
+
+  void OnReady() {
+    loop_->Unwatch(std::exchange(watch_, 0));
+    if (!opened_) return;
+    if (const int error = SocketError(socket_.Get())) return OnFailed(error);
+    const auto session = session_.lock();
+    if (!session) return Finish({}, att::ChannelError::Unreachable);
+    Finish(std::make_shared<L2capChannel>(loop_, std::move(socket_), session),
+           att::ChannelError::None);
+  }
+
+  void OnFailed(int error) {
+    lastError_ = error;
+    socket_.Reset();
+    const auto session = session_.lock();
+    if (!session || !IsWorthAnotherTry(error) || SteadyClock::now() + pause_ >= end_)
+      return Finish({}, ToChannelError(error));
+    if (error == EBUSY)
+      session->Notify("Another program holds the connection to the device; trying again.");
+    retryTimer_ = loop_->PostAfter(pause_, [self = shared_from_this()] {
+      if (self->opened_) self->Try();
+    });
+    pause_ = std::min(pause_ * 2, kLongestPause);
+  }
+
+  att::ChannelError LastError() const { return ToChannelError(lastError_); }
+
+  void Finish(std::shared_ptr<att::AttChannel> channel, att::ChannelError error) {
+    const Opened opened = std::exchange(opened_, {});
+    if (!opened) return;
+    if (watch_ != 0) loop_->Unwatch(std::exchange(watch_, 0));
+    loop_->Cancel(limitTimer_);
+    loop_->Cancel(retryTimer_);
+    socket_.Reset();
+    Release();
+    opened(std::move(channel), error);
+  }
+
+  void Release() {
+    const auto session = session_.lock();
+    if (std::exchange(paused_, false) && session) session->Scanning().Resume();
+  }
+
+  const std::weak_ptr<LinuxSession> session_;
+  const std::shared_ptr<EventLoop> loop_;
+  const DeviceAddress peer_;
+  const SteadyClock::time_point end_;
+  Opened opened_;  ///< empty once called
+  FileDescriptor socket_;
+  EventLoop::WatchId watch_ = 0;
+  EventLoop::TaskId limitTimer_ = 0;
+  EventLoop::TaskId retryTimer_ = 0;
+  milliseconds pause_ = kFirstPause;
+  int lastError_ = ETIMEDOUT;
+  bool paused_ = false;
+};
+
+L2capConnector::~L2capConnector() {
+  if (const auto attempt = attempt_.lock())
+    session_->Loop()->Post([attempt] { attempt->Cancel(); });
+}
+
+void L2capConnector::Open(Opened opened) {
+  const auto attempt = std::make_shared<Attempt>(session_, peer_, limit_, std::move(opened));
+  attempt_ = attempt;
+  session_->Run([attempt](LinuxSession& session) { attempt->Begin(session); });
+}
+
+}  // namespace corvaneble::platform::linux_radio

@@ -1,0 +1,110 @@
+#include "platform/linux/LinuxDevice.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/BorrowedExecutor.h"
+#include "platform/Utf.h"
+#include "platform/att/AttPdu.h"
+
+namespace corvaneble::platform::linux_radio {
+
+/// Opens a lost link again: at growing intervals, until it is there or the device is let go.
+class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
+ public:
+  explicit Relink(std::weak_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
+
+  /// Before any link is opened.
+  void SetClient(std::weak_ptr<att::GattClient> client) { client_ = std::move(client); }
+
+  /// On the radio's thread.
+  void OnLinkChanged(bool open) {
+    pause_ = kFirstPause;
+    if (!open) Schedule();
+  }
+
+ private:
+  static constexpr std::chrono::milliseconds kFirstPause{500};
+  static constexpr std::chrono::milliseconds kLongestPause{15'000};
+
+  void Schedule() {
+    const auto loop = loop_.lock();
+    if (!loop) return;
+    loop->PostAfter(pause_, [weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->Try();
+    });
+    pause_ = std::min(pause_ * 2, kLongestPause);
+  }
+
+  void Try() {
+    const auto client = client_.lock();
+    if (!client || client->IsLinkOpen()) return;
+    // Any operation over the air opens the link; this is the smallest.
+    client
+        ->GetGattServicesForUuidAsync(Guid::FromAssignedNumber(att::gatt_uuid::kGenericAccess),
+                                      BluetoothCacheMode::Uncached)
+        ->OnCompleted([weak = weak_from_this()](AsyncOperation<GattDeviceServicesResult>& tried) {
+          const auto self = weak.lock();
+          if (self && tried.GetResults()->status == GattCommunicationStatus::Unreachable)
+            self->Schedule();
+        });
+  }
+
+  const std::weak_ptr<EventLoop> loop_;
+  std::weak_ptr<att::GattClient> client_;
+  std::chrono::milliseconds pause_ = kFirstPause;
+};
+
+std::shared_ptr<LinuxDevice> LinuxDevice::Create(LinuxSession& session, const DeviceObject& device,
+                                                 std::chrono::milliseconds limit) {
+  return std::shared_ptr<LinuxDevice>(new LinuxDevice(session, device, limit));
+}
+
+LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device,
+                         std::chrono::milliseconds limit)
+    : address_(device.address), relink_(std::make_shared<Relink>(session.Loop())) {
+  name_->name = device.name;
+  att::GattClientEvents events;
+  events.linkChanged = [changed = connectionStatusChanged_, relink = relink_](bool open) {
+    relink->OnLinkChanged(open);
+    changed.Raise();
+  };
+  events.servicesChanged = [changed = servicesChanged_](const std::u16string& range) {
+    changed.Raise({range});
+  };
+  client_ = std::make_shared<att::GattClient>(
+      std::make_shared<L2capConnector>(session.shared_from_this(),
+                                       DeviceAddress{device.address, device.randomAddress}, limit),
+      std::make_shared<BorrowedExecutor>(session.Loop()), std::move(events));
+  relink_->SetClient(client_);
+
+  deviceChanged_ =
+      session.Objects().OnDeviceChanged([path = device.path, kept = name_, changed = nameChanged_](
+                                            const DeviceObject& now, DeviceChange change) {
+        if (!change.name || now.path != path) return;
+        {
+          const std::lock_guard lock(kept->mutex);
+          if (kept->name == now.name) return;
+          kept->name = now.name;
+        }
+        changed.Raise();
+      });
+}
+
+LinuxDevice::~LinuxDevice() {
+  client_->Close();
+}
+
+BluetoothConnectionStatus LinuxDevice::ConnectionStatus() const {
+  return client_->IsLinkOpen() ? BluetoothConnectionStatus::Connected
+                               : BluetoothConnectionStatus::Disconnected;
+}
+
+std::u16string LinuxDevice::Name() const {
+  std::u16string name;
+  const std::lock_guard lock(name_->mutex);
+  AppendUtf16(name_->name, name);
+  return name;
+}
+
+}  // namespace corvaneble::platform::linux_radio

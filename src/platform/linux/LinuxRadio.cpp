@@ -1,0 +1,103 @@
+#include "platform/linux/LinuxRadio.h"
+
+#include <algorithm>
+#include <atomic>
+#include <system_error>
+#include <utility>
+
+#include "platform/SystemServices.h"
+#include "platform/linux/DeviceSearch.h"
+#include "platform/linux/LinuxDevice.h"
+#include "platform/linux/LinuxSession.h"
+#include "platform/linux/LinuxWatcher.h"
+
+namespace corvaneble::platform::linux_radio {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// How long a search or the opening of a link lasts for a caller who would wait for ever, and at
+/// most for any other.
+constexpr milliseconds kLongestSearch{30'000};
+
+/// Ends before the caller stops waiting.
+milliseconds WithMargin(milliseconds limit) {
+  if (limit <= milliseconds{0}) return kLongestSearch;
+  const milliseconds margin = std::min(limit / 10, milliseconds{1'000});
+  return std::min(limit - margin, kLongestSearch);
+}
+
+class LinuxAdapter final : public BluetoothAdapter {
+ public:
+  explicit LinuxAdapter(const AdapterObject& adapter)
+      : address_(adapter.address), lowEnergy_(adapter.lowEnergy) {}
+
+  std::uint64_t BluetoothAddress() const override { return address_; }
+  bool IsLowEnergySupported() const override { return lowEnergy_; }
+
+ private:
+  const std::uint64_t address_;
+  const bool lowEnergy_;
+};
+
+class LinuxRadio final : public Radio {
+ public:
+  LinuxRadio(std::shared_ptr<LinuxSession> session, Absence absence)
+      : session_(std::move(session)), absence_(absence) {}
+
+  AsyncOperationPtr<BluetoothAdapter> GetDefaultAdapterAsync() override {
+    auto operation = std::make_shared<CompletableOperation<BluetoothAdapter>>();
+    session_->Run([operation, absence = absence_](LinuxSession& session) {
+      if (const AdapterObject* const adapter = session.Adapter())
+        return operation->Complete(std::make_shared<LinuxAdapter>(*adapter));
+      const std::string reason = session.WhyNoAdapter();
+      if (absence == Absence::Fails)
+        return operation->Fail({static_cast<std::int32_t>(std::errc::no_such_device), reason});
+      session.Notify(reason);
+      operation->Complete(nullptr);
+    });
+    return operation;
+  }
+
+  std::shared_ptr<BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
+    return std::make_shared<LinuxWatcher>(session_);
+  }
+
+  AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
+      std::uint64_t address) override {
+    auto operation = std::make_shared<CompletableOperation<BluetoothLEDevice>>();
+    const milliseconds limit = WithMargin(waitLimit_);
+    session_->Run([operation, address, limit](LinuxSession& session) {
+      FindDevice(session, address, limit,
+                 [operation, limit, weak = session.weak_from_this()](const DeviceObject* device) {
+                   const auto alive = weak.lock();
+                   operation->Complete(device && alive ? LinuxDevice::Create(*alive, *device, limit)
+                                                       : nullptr);
+                 });
+    });
+    return operation;
+  }
+
+  void SetWaitLimit(milliseconds limit) override { waitLimit_ = limit; }
+
+  EventToken OnNotice(Notice::Handler handler) override {
+    Notice notices = session_->Notices();  // copies share their handlers
+    return notices.Add(std::move(handler));
+  }
+
+ private:
+  const std::shared_ptr<LinuxSession> session_;
+  const Absence absence_;
+  std::atomic<milliseconds> waitLimit_{milliseconds{0}};
+};
+
+}  // namespace
+
+OpenedRadio OpenLinuxRadio(const std::string& adapterName, Absence absence) {
+  auto session = LinuxSession::Create(adapterName);
+  auto loop = session->Loop();
+  return {std::make_shared<LinuxRadio>(std::move(session), absence), SystemClock(),
+          std::move(loop)};
+}
+
+}  // namespace corvaneble::platform::linux_radio

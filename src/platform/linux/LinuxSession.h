@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Radio.h"
+#include "platform/linux/BluezObjects.h"
+#include "platform/linux/Discovery.h"
+#include "platform/linux/EventLoop.h"
+#include "platform/linux/SystemBus.h"
+
+namespace corvaneble::platform::linux_radio {
+
+/// What everything of one Linux radio shares: its thread, its connection to BlueZ, the adapter it
+/// uses. Lives as long as anything that uses it; apart from `Run`, `Loop` and `Notices` all of it
+/// belongs to the radio's thread.
+class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
+ public:
+  /// `adapterName` is "hci1" and the like; empty for the one that suits best.
+  static std::shared_ptr<LinuxSession> Create(std::string adapterName);
+  ~LinuxSession();
+
+  const std::shared_ptr<EventLoop>& Loop() const { return loop_; }
+  const Radio::Notice& Notices() const { return notices_; }
+
+  /// Runs `task` on the radio's thread once it is known what BlueZ has; the bus is opened by the
+  /// first. Any thread.
+  void Run(std::function<void(LinuxSession&)> task);
+
+  BluezObjects& Objects() { return objects_; }
+  Discovery& Scanning() { return discovery_; }
+  SystemBus& Bus() { return bus_; }
+
+  /// The adapter to use: the one with the name, else a powered one before others; null when there
+  /// is none.
+  const AdapterObject* Adapter() const;
+  /// Why `Adapter` is null, or why it cannot be used now; empty when it can.
+  std::string WhyNoAdapter() const;
+
+  /// Tells the user something; the same words not twice in a row.
+  void Notify(const std::string& text);
+
+ private:
+  explicit LinuxSession(std::string adapterName);
+  void OpenBus();
+
+  const std::string adapterName_;
+  const std::shared_ptr<EventLoop> loop_ = std::make_shared<EventLoop>();
+  Radio::Notice notices_;
+  std::string lastNotice_;
+  bool opened_ = false;
+  SystemBus bus_;
+  BluezObjects objects_{bus_};
+  Discovery discovery_{bus_, objects_};
+};
+
+}  // namespace corvaneble::platform::linux_radio

@@ -1,0 +1,304 @@
+#!/usr/bin/env python3
+"""The peripheral that the virtual machine's tests talk to: BlueZ's own server on hci1, fed over D-Bus.
+
+Obeys one command a line on the socket /run/peripheral.sock, and answers each with one line, "ok" or
+what went wrong:
+
+    advertise        switches advertising off and on again, so that scanners hear it anew
+    silent           stops advertising
+    notify COUNT     sends COUNT values, 4 bytes little-endian counting from 0, from the counter
+    indicate COUNT   the same from the confirmed counter
+    name TEXT        changes the name in the advertisement
+    extra on|off     adds or removes a service
+    drop             cuts the link
+    power on|off     switches the adapter
+"""
+
+import os
+import socket
+import struct
+
+import dbus
+import dbus.mainloop.glib
+import dbus.service
+from gi.repository import GLib
+
+ADAPTER = "/org/bluez/hci1"
+SOCKET = "/run/peripheral.sock"
+ROOT = "/org/corvane/peripheral"
+BASE = "5c0a{:04x}-7d2e-4b1f-9a63-1e5f2c8d7b40"
+LONG = bytes(range(256)) + bytes(range(44))
+
+
+def characteristic(uuid, flags, value=b"", echo=False, error=None, descriptors=()):
+    return {"uuid": uuid, "flags": flags, "value": value, "echo": echo, "error": error,
+            "descriptors": descriptors}
+
+
+# The UUIDs, values and answers that tests/linux_radio_test.cpp expects.
+SERVICES = [
+    (BASE.format(1), False, [], []),
+    ("180f", True, [0], [
+        characteristic("2a19", ["read", "write", "write-without-response", "notify"], b"\x64",
+                       echo=True, descriptors=[("2901", b"Charge"),
+                                               ("2904", bytes([4, 0xFF, 0xAD, 0x27, 1, 0, 0]))]),
+        characteristic("2a1c", ["read", "write", "indicate", "writable-auxiliaries"], b"\x01",
+                       echo=True),
+        characteristic("2a1d", ["read", "write"], b"\0", error=("0x80", "NotAuthorized")),
+    ]),
+    (BASE.format(0x180A), True, [], [
+        characteristic("2a29", ["read"], b"A manufacturer whose name is so long that one packet of "
+                                         b"this link cannot carry it"),
+        characteristic(BASE.format(2), ["read", "write"], LONG),
+        characteristic(BASE.format(3), ["encrypt-read"], b"secret"),
+        characteristic(BASE.format(4), ["notify"]),
+        characteristic(BASE.format(5), ["indicate"]),
+        characteristic(BASE.format(6), ["read"], b"", error=("NotPermitted", None)),
+    ]),
+]
+EXTRA = (BASE.format(0xE), True, [], [characteristic(BASE.format(0xF), ["read"], b"extra")])
+
+PROPERTIES = "org.freedesktop.DBus.Properties"
+
+
+class BluezError(dbus.DBusException):
+    """An error that BlueZ turns into an ATT error; a text that begins with 0x into that one."""
+
+    def __init__(self, name):
+        super().__init__(name if name.startswith("0x") else "")
+        self._dbus_error_name = "org.bluez.Error." + ("Failed" if name.startswith("0x") else name)
+
+
+class Attribute(dbus.service.Object):
+    """A service, characteristic or descriptor on the bus."""
+
+    interface = ""
+
+    def __init__(self, bus, path, properties):
+        super().__init__(bus, path)
+        self.path, self.properties = path, properties
+
+    def everything(self):
+        return {self.interface: self.properties}
+
+    @dbus.service.method(PROPERTIES, in_signature="s", out_signature="a{sv}")
+    def GetAll(self, interface):
+        return self.properties
+
+
+class Service(Attribute):
+    interface = "org.bluez.GattService1"
+
+
+class Characteristic(Attribute):
+    interface = "org.bluez.GattCharacteristic1"
+
+    def __init__(self, bus, path, service, wanted):
+        self.wanted, self.value, self.notifying = wanted, wanted["value"], False
+        super().__init__(bus, path, dbus.Dictionary({
+            "UUID": wanted["uuid"], "Service": dbus.ObjectPath(service),
+            "Flags": dbus.Array(wanted["flags"], signature="s")}, signature="sv"))
+
+    @dbus.service.method(interface, in_signature="a{sv}", out_signature="ay")
+    def ReadValue(self, options):
+        if self.wanted["error"]:
+            raise BluezError(self.wanted["error"][0])
+        return dbus.ByteArray(self.value[int(options.get("offset", 0)):])
+
+    @dbus.service.method(interface, in_signature="aya{sv}")
+    def WriteValue(self, value, options):
+        if self.wanted["error"]:
+            raise BluezError(self.wanted["error"][1])
+        offset = int(options.get("offset", 0))
+        self.value = self.value[:offset] + bytes(value)
+        if self.wanted["echo"] and self.notifying:
+            self.send(self.value)
+
+    @dbus.service.method(interface)
+    def StartNotify(self):
+        self.notifying = True
+
+    @dbus.service.method(interface)
+    def StopNotify(self):
+        self.notifying = False
+
+    @dbus.service.method(interface)
+    def Confirm(self):
+        pass
+
+    @dbus.service.signal(PROPERTIES, signature="sa{sv}as")
+    def PropertiesChanged(self, interface, changed, invalidated):
+        pass
+
+    def send(self, value):
+        self.PropertiesChanged(self.interface, {"Value": dbus.ByteArray(value)},
+                               dbus.Array([], signature="s"))
+
+
+class Descriptor(Attribute):
+    interface = "org.bluez.GattDescriptor1"
+
+    def __init__(self, bus, path, owner, uuid, value):
+        self.value = value
+        flags = ["read", "write"] if uuid == "2901" else ["read"]
+        super().__init__(bus, path, dbus.Dictionary({
+            "UUID": uuid, "Characteristic": dbus.ObjectPath(owner),
+            "Flags": dbus.Array(flags, signature="s")}, signature="sv"))
+
+    @dbus.service.method(interface, in_signature="a{sv}", out_signature="ay")
+    def ReadValue(self, options):
+        return dbus.ByteArray(self.value[int(options.get("offset", 0)):])
+
+    @dbus.service.method(interface, in_signature="aya{sv}")
+    def WriteValue(self, value, options):
+        self.value = bytes(value)
+
+
+class Application(dbus.service.Object):
+    """What is registered with BlueZ in one go."""
+
+    def __init__(self, bus, path, services):
+        super().__init__(bus, path)
+        self.path, self.objects, self.by_uuid = path, [], {}
+        paths = [f"{path}/service{i}" for i in range(len(services))]
+        for own, (uuid, primary, includes, characteristics) in zip(paths, services):
+            self.objects.append(Service(bus, own, dbus.Dictionary({
+                "UUID": uuid, "Primary": dbus.Boolean(primary),
+                "Includes": dbus.Array([dbus.ObjectPath(paths[i]) for i in includes],
+                                       signature="o")}, signature="sv")))
+            for i, wanted in enumerate(characteristics):
+                item = Characteristic(bus, f"{own}/char{i}", own, wanted)
+                self.objects.append(item)
+                self.by_uuid[wanted["uuid"]] = item
+                self.objects += [Descriptor(bus, f"{item.path}/desc{j}", item.path, *descriptor)
+                                 for j, descriptor in enumerate(wanted["descriptors"])]
+
+    @dbus.service.method("org.freedesktop.DBus.ObjectManager", out_signature="a{oa{sa{sv}}}")
+    def GetManagedObjects(self):
+        return {dbus.ObjectPath(item.path): item.everything() for item in self.objects}
+
+
+class Advertisement(Attribute):
+    interface = "org.bluez.LEAdvertisement1"
+
+    def __init__(self, bus):
+        super().__init__(bus, ROOT + "/advertisement", dbus.Dictionary({
+            "Type": "peripheral", "LocalName": "Conformant",
+            "ServiceUUIDs": dbus.Array(["180f", "180d"], signature="s"),
+            "ManufacturerData": dbus.Dictionary({dbus.UInt16(0xFFFF): dbus.ByteArray(b"\x02\x15")},
+                                                signature="qv"),
+            "Discoverable": dbus.Boolean(True)}, signature="sv"))
+
+    @dbus.service.method(interface)
+    def Release(self):
+        pass
+
+
+class Peripheral:
+    def __init__(self, bus):
+        self.bus = bus
+        self.main = Application(bus, ROOT + "/main", SERVICES)
+        self.extra = Application(bus, ROOT + "/extra", [EXTRA])
+        self.advertisement = Advertisement(bus)
+        bus.watch_name_owner("org.bluez", self.on_owner)
+
+    def adapter(self, interface):
+        return dbus.Interface(self.bus.get_object("org.bluez", ADAPTER, introspect=False), interface)
+
+    def on_owner(self, owner):
+        if owner:  # not from in here: the bus would not be listened to meanwhile
+            GLib.idle_add(lambda: self.when_there(100) and False)
+
+    def when_there(self, tries):
+        """The daemon is there before its adapters are."""
+        try:
+            self.power("on")
+            self.call("GattManager1", "RegisterApplication", self.main)
+            self.call("LEAdvertisingManager1", "RegisterAdvertisement", self.advertisement)
+            if not os.path.exists(SOCKET):
+                self.listen()
+        except dbus.DBusException as error:
+            print("not yet:", error, flush=True)
+            if tries:
+                GLib.timeout_add(50, lambda: self.when_there(tries - 1) and False)
+
+    def call(self, interface, method, item):
+        """Registers or unregisters; BlueZ asks the item back meanwhile, so the loop must run."""
+        done = []
+        arguments = [dbus.ObjectPath(item.path)] + ([dbus.Dictionary(signature="sv")] if method.startswith("Register") else [])
+        getattr(self.adapter("org.bluez." + interface), method)(
+            *arguments, reply_handler=lambda: done.append(None), error_handler=done.append)
+        while not done:
+            GLib.MainContext.default().iteration(True)
+        if done[0]:
+            raise done[0]
+
+    def power(self, state):
+        self.adapter(PROPERTIES).Set("org.bluez.Adapter1", "Powered", dbus.Boolean(state == "on", variant_level=1))
+
+    def silent(self):
+        self.call("LEAdvertisingManager1", "UnregisterAdvertisement", self.advertisement)
+
+    def advertise(self):
+        try:
+            self.silent()
+        except dbus.DBusException:
+            pass  # it was silent
+        self.call("LEAdvertisingManager1", "RegisterAdvertisement", self.advertisement)
+
+    def count(self, uuid, count):
+        for number in range(int(count)):
+            self.main.by_uuid[uuid].send(struct.pack("<I", number))
+
+    def notify(self, count):
+        self.count(BASE.format(4), count)
+
+    def indicate(self, count):
+        self.count(BASE.format(5), count)
+
+    def name(self, text):
+        self.advertisement.properties["LocalName"] = text
+        self.advertise()
+
+    def extra_service(self, state):
+        self.call("GattManager1",
+                  "RegisterApplication" if state == "on" else "UnregisterApplication", self.extra)
+
+    def drop(self):
+        objects = dbus.Interface(self.bus.get_object("org.bluez", "/"),
+                                 "org.freedesktop.DBus.ObjectManager").GetManagedObjects()
+        for path, interfaces in objects.items():
+            device = interfaces.get("org.bluez.Device1", {})
+            if device.get("Adapter") == ADAPTER and device.get("Connected"):
+                dbus.Interface(self.bus.get_object("org.bluez", path),
+                               "org.bluez.Device1").Disconnect()
+
+    def obey(self, line):
+        command, _, argument = line.strip().partition(" ")
+        action = {"extra": self.extra_service}.get(command) or getattr(self, command)
+        try:
+            action(*([argument] if argument else []))
+            return "ok"
+        except Exception as error:  # whatever it is, whoever gave the command must know
+            return "failed: " + str(error).replace("\n", " ")
+
+    def listen(self):
+        server = socket.socket(socket.AF_UNIX)
+        server.bind(SOCKET)
+        os.chmod(SOCKET, 0o777)
+        server.listen()
+        GLib.io_add_watch(server.fileno(), GLib.IO_IN, lambda *_: self.serve(server))
+        self.server = server
+
+    def serve(self, server):
+        connection, _ = server.accept()
+        with connection, connection.makefile("rw") as stream:
+            reply = self.obey(stream.readline())
+            print(reply, flush=True)
+            stream.write(reply + "\n")
+        return True
+
+
+dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
+PERIPHERAL = Peripheral(dbus.SystemBus())
+GLib.MainLoop().run()
