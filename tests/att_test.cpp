@@ -103,6 +103,7 @@ class Peer final : public AttConnector, public std::enable_shared_from_this<Peer
   bool IsOpen() const { return open_; }
   ChannelError refusal = ChannelError::None;
   bool canRaiseSecurity = false;
+  bool hangsUpWhenSecured = false;
   int opens = 0;
   int raises = 0;
 
@@ -115,6 +116,7 @@ class Peer final : public AttConnector, public std::enable_shared_from_this<Peer
     void Close() override { peer_->Hangup(ChannelError::None); }
     void RaiseSecurity(std::function<void(bool)> done) override {
       ++peer_->raises;
+      if (peer_->hangsUpWhenSecured) return peer_->Hangup(ChannelError::Unreachable);
       peer_->executor_->Post([done, raised = peer_->canRaiseSecurity] { done(raised); });
     }
 
@@ -480,6 +482,14 @@ TEST_F(AttTest, SecurityThatCannotBeRaisedIsReported) {
   const auto characteristic = OpenCharacteristic();
   peer->On("0A 12 00", "01 0A 12 00 0F");
   ExpectProtocolError(Finish(characteristic->ReadValueAsync(kUncached)), 0x0F);
+}
+
+TEST_F(AttTest, ALinkThatDoesNotSurvivePairingLeavesTheRefusal) {
+  const auto characteristic = OpenCharacteristic();
+  peer->hangsUpWhenSecured = true;
+  peer->On("0A 12 00", "01 0A 12 00 05");
+  ExpectProtocolError(Finish(characteristic->ReadValueAsync(kUncached)), 0x05);
+  EXPECT_FALSE(peer->IsOpen());
 }
 
 TEST_F(AttTest, ClosingInsideACompletionEndsEverythingElse) {

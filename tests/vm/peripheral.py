@@ -12,11 +12,14 @@ what went wrong:
     extra on|off     adds or removes a service
     drop             cuts the link
     power on|off     switches the adapter
+    pairing on|off   says yes or no when the two adapters want to pair; at first, no
+    reset            gives all values their first contents again
 """
 
 import os
 import socket
 import struct
+import time
 
 import dbus
 import dbus.mainloop.glib
@@ -194,16 +197,36 @@ class Advertisement(Attribute):
         pass
 
 
+def bus_object(bus, path):
+    return bus.get_object("org.bluez", path, introspect=False)
+
+
+class Agent(dbus.service.Object):
+    """Answers for both sides whether they want to pair."""
+
+    agrees = False
+
+    @dbus.service.method("org.bluez.Agent1", in_signature="o")
+    def RequestAuthorization(self, device):
+        if not self.agrees:
+            raise BluezError("Rejected")
+
+    @dbus.service.method("org.bluez.Agent1", in_signature="ou")
+    def RequestConfirmation(self, device, passkey):
+        self.RequestAuthorization(device)
+
+
 class Peripheral:
     def __init__(self, bus):
         self.bus = bus
+        self.agent = Agent(bus, ROOT + "/agent")
         self.main = Application(bus, ROOT + "/main", SERVICES)
         self.extra = Application(bus, ROOT + "/extra", [EXTRA])
         self.advertisement = Advertisement(bus)
         bus.watch_name_owner("org.bluez", self.on_owner)
 
-    def adapter(self, interface):
-        return dbus.Interface(self.bus.get_object("org.bluez", ADAPTER, introspect=False), interface)
+    def adapter(self, interface, path=ADAPTER):
+        return dbus.Interface(bus_object(self.bus, path), interface)
 
     def on_owner(self, owner):
         if owner:  # not from in here: the bus would not be listened to meanwhile
@@ -213,8 +236,11 @@ class Peripheral:
         """The daemon is there before its adapters are."""
         try:
             self.power("on")
+            manager = dbus.Interface(bus_object(self.bus, "/org/bluez"), "org.bluez.AgentManager1")
+            manager.RegisterAgent(dbus.ObjectPath(ROOT + "/agent"), "NoInputNoOutput")
+            manager.RequestDefaultAgent(dbus.ObjectPath(ROOT + "/agent"))
             self.call("GattManager1", "RegisterApplication", self.main)
-            self.call("LEAdvertisingManager1", "RegisterAdvertisement", self.advertisement)
+            self.advertise()
             if not os.path.exists(SOCKET):
                 self.listen()
         except dbus.DBusException as error:
@@ -236,6 +262,13 @@ class Peripheral:
     def power(self, state):
         self.adapter(PROPERTIES).Set("org.bluez.Adapter1", "Powered", dbus.Boolean(state == "on", variant_level=1))
 
+    def pairing(self, state):
+        self.agent.agrees = state == "on"
+
+    def reset(self):
+        for item in self.main.by_uuid.values():
+            item.value = item.wanted["value"]
+
     def silent(self):
         self.call("LEAdvertisingManager1", "UnregisterAdvertisement", self.advertisement)
 
@@ -249,6 +282,8 @@ class Peripheral:
     def count(self, uuid, count):
         for number in range(int(count)):
             self.main.by_uuid[uuid].send(struct.pack("<I", number))
+            if number % 10 == 9:  # the virtual controllers lose their way in a flood
+                time.sleep(0.01)
 
     def notify(self, count):
         self.count(BASE.format(4), count)
@@ -265,13 +300,11 @@ class Peripheral:
                   "RegisterApplication" if state == "on" else "UnregisterApplication", self.extra)
 
     def drop(self):
-        objects = dbus.Interface(self.bus.get_object("org.bluez", "/"),
-                                 "org.freedesktop.DBus.ObjectManager").GetManagedObjects()
+        objects = self.adapter("org.freedesktop.DBus.ObjectManager", "/").GetManagedObjects()
         for path, interfaces in objects.items():
             device = interfaces.get("org.bluez.Device1", {})
             if device.get("Adapter") == ADAPTER and device.get("Connected"):
-                dbus.Interface(self.bus.get_object("org.bluez", path),
-                               "org.bluez.Device1").Disconnect()
+                self.adapter("org.bluez.Device1", path).Disconnect()
 
     def obey(self, line):
         command, _, argument = line.strip().partition(" ")

@@ -129,6 +129,7 @@ void AttBearer::Transmit(ByteView pdu) {
 
 void AttBearer::Shutdown(ChannelError reason) {
   std::vector<Exchange> lost;
+  std::vector<Exchange> refused;
   {
     const std::lock_guard lock(mutex_);
     if (dead_) return;
@@ -139,12 +140,14 @@ void AttBearer::Shutdown(ChannelError reason) {
       lost.push_back(std::move(*outstanding_));
       outstanding_.reset();
     }
-    std::move(awaitingSecurity_.begin(), awaitingSecurity_.end(), std::back_inserter(lost));
+    refused.swap(awaitingSecurity_);
     std::move(queue_.begin(), queue_.end(), std::back_inserter(lost));
-    awaitingSecurity_.clear();
     queue_.clear();
   }
   channel_->Close();
+  // A link that ends while it is being secured ended because it could not be: the refusal stands.
+  for (const Exchange& exchange : refused)
+    exchange.reply(Refused(exchange.refusal));
   for (const Exchange& exchange : lost)
     exchange.reply(Lost(reason));
 }

@@ -9,6 +9,8 @@ namespace {
 
 constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr const char* kDevice = "org.bluez.Device1";
+constexpr const char* kNoDaemon =
+    "BlueZ's daemon does not run; start bluetoothd (systemctl start bluetooth).";
 constexpr std::chrono::seconds kFirstAnswer{10};
 
 std::string WhyNoObjects(const BusError& error) {
@@ -17,7 +19,7 @@ std::string WhyNoObjects(const BusError& error) {
   };
   if (is("AccessDenied")) return "D-Bus does not let this user talk to BlueZ: " + error.text;
   if (is("ServiceUnknown") || is("NameHasNoOwner") || is("Spawn.ServiceNotFound") || is("NoReply"))
-    return "BlueZ's daemon does not run; start bluetoothd (systemctl start bluetooth).";
+    return kNoDaemon;
   return "BlueZ does not answer: " + error.text;
 }
 
@@ -91,7 +93,7 @@ void BluezObjects::OnOwnerChanged(sd_bus_message* message) {
   BusReader reader(message);
   reader.Text();
   reader.Text();
-  Forget("BlueZ's daemon has ended.");
+  Forget(kNoDaemon);
   if (!reader.Text().empty()) {
     known_ = false;
     AskForAll();

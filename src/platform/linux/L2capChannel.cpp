@@ -66,11 +66,12 @@ bool L2capChannel::Send(ByteView pdu) {
 void L2capChannel::OnReady(std::uint32_t events) {
   if ((events & EPOLLIN) != 0) Receive();
   if (!open_) return;
+  const bool ended = (events & (EPOLLERR | EPOLLHUP)) != 0;
   if ((events & EPOLLOUT) != 0) {
-    SecurityDone(IsSecured());
+    SecurityDone(!ended && IsSecured());
     SendWaiting();
   }
-  if ((events & (EPOLLERR | EPOLLHUP)) == 0) return;
+  if (!ended) return;
   int error = 0;
   socklen_t size = sizeof error;
   getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, &error, &size);

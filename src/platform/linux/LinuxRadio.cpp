@@ -40,6 +40,16 @@ class LinuxAdapter final : public BluetoothAdapter {
   const bool lowEnergy_;
 };
 
+/// Ends an operation that there is no adapter for.
+template <class T>
+void CompleteWithout(CompletableOperation<T>& operation, LinuxSession& session, Absence absence) {
+  const std::string reason = session.WhyNoAdapter();
+  if (absence == Absence::Fails)
+    return operation.Fail({static_cast<std::int32_t>(std::errc::no_such_device), reason});
+  session.Notify(reason);
+  operation.Complete(nullptr);
+}
+
 class LinuxRadio final : public Radio {
  public:
   LinuxRadio(std::shared_ptr<LinuxSession> session, Absence absence)
@@ -50,11 +60,7 @@ class LinuxRadio final : public Radio {
     session_->Run([operation, absence = absence_](LinuxSession& session) {
       if (const AdapterObject* const adapter = session.Adapter())
         return operation->Complete(std::make_shared<LinuxAdapter>(*adapter));
-      const std::string reason = session.WhyNoAdapter();
-      if (absence == Absence::Fails)
-        return operation->Fail({static_cast<std::int32_t>(std::errc::no_such_device), reason});
-      session.Notify(reason);
-      operation->Complete(nullptr);
+      CompleteWithout(*operation, session, absence);
     });
     return operation;
   }
@@ -67,7 +73,8 @@ class LinuxRadio final : public Radio {
       std::uint64_t address) override {
     auto operation = std::make_shared<CompletableOperation<BluetoothLEDevice>>();
     const milliseconds limit = WithMargin(waitLimit_);
-    session_->Run([operation, address, limit](LinuxSession& session) {
+    session_->Run([operation, address, limit, absence = absence_](LinuxSession& session) {
+      if (!session.Adapter()) return CompleteWithout(*operation, session, absence);
       FindDevice(session, address, limit,
                  [operation, limit, weak = session.weak_from_this()](const DeviceObject* device) {
                    const auto alive = weak.lock();

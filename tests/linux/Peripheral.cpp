@@ -1,0 +1,51 @@
+#include "linux/Peripheral.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+#include "platform/linux/LinuxRadio.h"
+#include "support/Backend.h"
+
+namespace corvaneble::tests {
+
+void Tell(const std::string& command) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strcpy(address.sun_path, "/run/peripheral.sock");
+  const int connection = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  std::string reply(256, '\0');
+  if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    (void)!write(connection, (command + "\n").data(), command.size() + 1);
+    reply.resize(
+        static_cast<std::size_t>(std::max<ssize_t>(0, read(connection, reply.data(), 256))));
+  }
+  close(connection);
+  if (reply != "ok\n") throw std::runtime_error("peripheral: " + command + ": " + reply);
+}
+
+void Shell(const std::string& command) {
+  if (std::system(command.c_str()) != 0) throw std::runtime_error(command + " failed");
+}
+
+platform::OpenedRadio OpenLinux() {
+  Tell("reset");
+  return platform::linux_radio::OpenLinuxRadio("hci0", platform::linux_radio::Absence::Fails);
+}
+
+std::vector<Backend> Backends() {
+  Backend backend{"linux",
+                  &OpenLinux,
+                  kPeripheralAddress,
+                  {0x5C0A180A, 0x7D2E, 0x4B1F, {0x9A, 0x63, 0x1E, 0x5F, 0x2C, 0x8D, 0x7B, 0x40}}};
+  backend.longestWrite = 511;  // BlueZ's server refuses the last byte that there could be
+  backend.beHeard = [] { Tell("advertise"); };
+  backend.responses = geteuid() == 0 ? 8 : 0;  // only the controller itself tells of them
+  return {backend};
+}
+
+}  // namespace corvaneble::tests

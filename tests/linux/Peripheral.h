@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/Radio.h"
+
+namespace corvaneble::tests {
+
+/// The address that the second virtual controller always has.
+inline constexpr std::uint64_t kPeripheralAddress = 0x00AA01010001;
+inline constexpr const char* kPeripheralId = "00AA01010001";
+
+/// Has the peripheral of the virtual machine (vm/peripheral.py) do something; throws when it says
+/// that it could not.
+void Tell(const std::string& command);
+
+/// The radio on the first controller, with a peripheral whose values are the first ones.
+platform::OpenedRadio OpenLinux();
+
+/// Runs a command of the guest's shell; throws when it fails.
+void Shell(const std::string& command);
+
+}  // namespace corvaneble::tests

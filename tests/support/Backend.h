@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <ostream>
+#include <vector>
+
+#include "platform/Guid.h"
+#include "platform/Radio.h"
+
+namespace corvaneble::tests {
+
+/// A radio under test, with the peripheral that the conformance cases talk to: "Conformant", whose
+/// battery service includes another and whose values have all properties (see
+/// simulated_backends.cpp and vm/peripheral.py).
+struct Backend {
+  const char* name;
+  std::function<platform::OpenedRadio()> open;
+  std::uint64_t address;                  ///< of the peripheral
+  platform::Guid information;             ///< the service with a value longer than a packet
+  std::function<void()> beHeard = [] {};  ///< for one that does not advertise by itself
+  std::size_t longestWrite = 512;         ///< what the peripheral takes
+  int others = 0;                         ///< packets of other devices heard in a second
+  int responses = 0;                      ///< scan responses heard in a second
+
+  friend std::ostream& operator<<(std::ostream& out, const Backend& backend) {
+    return out << backend.name;
+  }
+};
+
+/// The radios that this program tests.
+std::vector<Backend> Backends();
+
+}  // namespace corvaneble::tests
