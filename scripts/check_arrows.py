@@ -16,8 +16,9 @@ SIBLINGS = {
     "platform/att": set(),
     "platform/posix": set(),
     "platform/faults": set(),
-    "platform/simulated": {"platform/att"},
-    "platform/linux": {"platform/att", "platform/posix"},
+    "platform/hci": set(),
+    "platform/simulated": {"platform/att", "platform/hci"},
+    "platform/linux": {"platform/att", "platform/hci"},
     "platform/windows": set(),
 }
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Prints "PASSED FAILED SKIPPED" of the last test run in a build folder.
+"""Prints "PASSED FAILED SKIPPED" of the last test run in a build folder, or, with --unit, of the
+report of one program.
 
 Every ctest entry counts as one case, except for the unit tests, whose cases count one by one. A
 report that should be there and is not (the program crashed) counts as a failure.
@@ -39,8 +40,17 @@ def count_unit(report: pathlib.Path):
 
 
 def main() -> None:
-    folder = pathlib.Path(sys.argv[1])
     totals = {"passed": 0, "failed": 0, "skipped": 0}
+    if sys.argv[1] == "--unit":
+        try:
+            outcomes = list(count_unit(pathlib.Path(sys.argv[2])))
+        except (OSError, ValueError):
+            outcomes = ["failed"]
+        for outcome in outcomes:
+            totals[outcome] += 1
+        print(*totals.values())
+        return
+    folder = pathlib.Path(sys.argv[1])
     try:
         entries = list(count_ctest(folder / "ctest.xml"))
     except (OSError, xml.ParseError):

@@ -8,7 +8,7 @@
 namespace corvaneble::tests {
 namespace {
 
-constexpr const char* kScene = R"({"peripherals": [
+constexpr const char* kSlowMeter = R"({"peripherals": [
   {"address": "00A050C4E2F1", "name": "Meter", "responseDelay": 50,
    "advertising": {"interval": 50, "data": {"name": "Meter"}},
    "services": [{"uuid": "180F", "handle": 32, "characteristics": [
@@ -34,7 +34,7 @@ TEST(Wait, ExpiresAfterTheTimeoutAndLeavesTheInstanceUsable) {
 }
 
 TEST(Callback, MethodsWorkFromInsideIt) {
-  Host host(kScene);
+  Host host(kSlowMeter);
   std::atomic<int> code = -1;
   std::string name;
   host.onEvent = [&](const HostEvent& event) {
@@ -53,7 +53,7 @@ TEST(Callback, MethodsWorkFromInsideIt) {
 }
 
 TEST(Callback, DisconnectingInTheMiddleOfADiscoveryEndsIt) {
-  Host host(kScene);
+  Host host(kSlowMeter);
   ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
   host.onEvent = [&](const HostEvent& event) {
     return event.id == CORVANEBLE_EVENT_DISCOVERED ? host.Do(CORVANEBLE_METHOD_DISCONNECT) : 0;
@@ -68,7 +68,7 @@ TEST(Destroy, WorksFromInsideAnyCallback) {
        {CORVANEBLE_EVENT_ADVERTISEMENT, CORVANEBLE_EVENT_START_SCAN, CORVANEBLE_EVENT_CONNECTED,
         CORVANEBLE_EVENT_DISCOVERED, CORVANEBLE_EVENT_VALUE, CORVANEBLE_EVENT_LOG}) {
     // Real time: a destroyed instance cannot be pumped to let virtual time pass.
-    const auto radio = OpenScenario(std::string(R"({"time": "real", )") + (kScene + 1));
+    const auto radio = OpenScenario(std::string(R"({"time": "real", )") + (kSlowMeter + 1));
     Host host(radio);
     std::atomic<int> after = 0;
     std::atomic<bool> destroyed = false;

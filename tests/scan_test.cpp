@@ -9,7 +9,7 @@ namespace corvaneble::tests {
 namespace {
 
 /// A strap with everything in its packet, and a beacon with nothing.
-constexpr const char* kScene = R"({"peripherals": [
+constexpr const char* kTraffic = R"({"peripherals": [
   {"address": "00:A0:50:C4:E2:F1", "advertising": {"interval": 100, "rssi": -42,
     "data": {"services": ["180D", "180F"], "name": "Strap", "txPower": -12,
              "manufacturer": [{"company": 76, "data": "0102"}, {"company": "0xFFFF", "data": "AB00"}],
@@ -27,7 +27,7 @@ constexpr const char* kResponse =
 constexpr const char* kBeacon = "Advertisement|000000000002||-60|-2147483648||||-1||0|0";
 
 TEST(Scan, ReportsEveryFieldOfEveryPacket) {
-  Host host(kScene);
+  Host host(kTraffic);
   EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
   EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SCANNING), 1);
   host.Pump(500);
@@ -47,7 +47,7 @@ TEST(Scan, ReportsEveryFieldOfEveryPacket) {
 }
 
 TEST(Scan, ActiveScansHearScanResponsesAndFiltersHold) {
-  Host host(kScene);
+  Host host(kTraffic);
   host.Config("LogLevel=3");
   EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 1), 0);
   EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {"180f, 180D"}), 0);
@@ -79,7 +79,7 @@ TEST(Scan, ActiveScansHearScanResponsesAndFiltersHold) {
 }
 
 TEST(Scan, SettingsOfTheAdvertisementBeingReported) {
-  Host host(kScene);
+  Host host(kTraffic);
   std::vector<std::string> answers;
   host.onEvent = [&](const HostEvent& event) {
     if (event.id == CORVANEBLE_EVENT_ADVERTISEMENT && event.Text(1) == "Strap" && answers.empty()) {

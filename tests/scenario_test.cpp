@@ -149,7 +149,7 @@ TEST(OpenRadio, SaysWhyThereIsNoRadio) {
   const std::pair<const char*, const char*> cases[] = {
       {"simulated:/nowhere/desk.json", "/nowhere/desk.json: no such file"},
       {"simulated:", "lacks the name"},
-      {"linux:hci0", "no radio \"linux\""},
+      {"windows", "no radio \"windows\""},
       {"toaster", "\"toaster\""},
   };
   for (const auto& [name, text] : cases) {
@@ -161,7 +161,6 @@ TEST(OpenRadio, SaysWhyThereIsNoRadio) {
       EXPECT_NE(std::string(failure.what()).find(text), std::string::npos) << failure.what();
     }
   }
-  EXPECT_EQ(OpenRadio("auto").radio->GetDefaultAdapterAsync()->GetResults(), nullptr);
 }
 
 }  // namespace

@@ -18,12 +18,6 @@
 namespace corvaneble::platform {
 namespace {
 
-#ifdef CORVANEBLE_LINUX_RADIO
-constexpr std::string_view kMachineRadio = "linux";
-#else
-constexpr std::string_view kMachineRadio = "none";
-#endif
-
 OpenedRadio OnSystemTime(std::shared_ptr<Radio> radio) {
   return {std::move(radio), SystemClock(), SystemPump()};
 }
@@ -33,7 +27,8 @@ OpenedRadio Unavailable(std::errc result, const std::string& text) {
 }
 
 /// The radio of the machine itself; `adapter` is empty for whichever is best.
-OpenedRadio OpenMachineRadio([[maybe_unused]] const std::string& adapter, bool askedFor) {
+OpenedRadio OpenMachineRadio([[maybe_unused]] const std::string& adapter,
+                             [[maybe_unused]] bool askedFor) {
 #ifdef CORVANEBLE_LINUX_RADIO
   using linux_radio::Absence;
   try {
@@ -42,8 +37,7 @@ OpenedRadio OpenMachineRadio([[maybe_unused]] const std::string& adapter, bool a
     return OnSystemTime(MakeUnavailableRadio(failure.Result(), failure.what()));
   }
 #else
-  return askedFor ? Unavailable(std::errc::no_such_device, "This build has no such radio.")
-                  : OnSystemTime(MakeAbsentRadio());
+  return OnSystemTime(MakeAbsentRadio());
 #endif
 }
 
@@ -72,7 +66,9 @@ OpenedRadio OpenRadio(std::string_view name) {
   if (backend == "simulated")
     return OpenScenario(simulated::LoadScenario(
         std::filesystem::path(std::u8string(argument.begin(), argument.end()))));
-  if (backend == kMachineRadio) return OpenMachineRadio(std::string(argument), true);
+#ifdef CORVANEBLE_LINUX_RADIO
+  if (backend == "linux") return OpenMachineRadio(std::string(argument), true);
+#endif
   if (backend == "linux" || backend == "windows")
     return Unavailable(std::errc::no_such_device,
                        "This build has no radio \"" + std::string(backend) + "\".");

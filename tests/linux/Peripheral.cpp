@@ -42,7 +42,7 @@ std::vector<Backend> Backends() {
                   &OpenLinux,
                   kPeripheralAddress,
                   {0x5C0A180A, 0x7D2E, 0x4B1F, {0x9A, 0x63, 0x1E, 0x5F, 0x2C, 0x8D, 0x7B, 0x40}}};
-  backend.longestWrite = 511;  // BlueZ's server refuses the last byte that there could be
+  backend.longestWrite = 508;  // BlueZ's server counts the last part with its header, to 512
   backend.beHeard = [] { Tell("advertise"); };
   backend.responses = geteuid() == 0 ? 8 : 0;  // only the controller itself tells of them
   return {backend};

@@ -19,7 +19,6 @@ what went wrong:
 import os
 import socket
 import struct
-import time
 
 import dbus
 import dbus.mainloop.glib
@@ -249,18 +248,23 @@ class Peripheral:
                 GLib.timeout_add(50, lambda: self.when_there(tries - 1) and False)
 
     def call(self, interface, method, item):
-        """Registers or unregisters; BlueZ asks the item back meanwhile, so the loop must run."""
+        arguments = [dbus.ObjectPath(item.path)]
+        if method.startswith("Register"):
+            arguments.append(dbus.Dictionary(signature="sv"))
+        self.finish(getattr(self.adapter("org.bluez." + interface), method), *arguments)
+
+    def power(self, state):
+        self.finish(self.adapter(PROPERTIES).Set, "org.bluez.Adapter1", "Powered",
+                    dbus.Boolean(state == "on", variant_level=1))
+
+    def finish(self, method, *arguments):
+        """BlueZ asks back while it works, for items and values: the loop must run meanwhile."""
         done = []
-        arguments = [dbus.ObjectPath(item.path)] + ([dbus.Dictionary(signature="sv")] if method.startswith("Register") else [])
-        getattr(self.adapter("org.bluez." + interface), method)(
-            *arguments, reply_handler=lambda: done.append(None), error_handler=done.append)
+        method(*arguments, reply_handler=lambda: done.append(None), error_handler=done.append)
         while not done:
             GLib.MainContext.default().iteration(True)
         if done[0]:
             raise done[0]
-
-    def power(self, state):
-        self.adapter(PROPERTIES).Set("org.bluez.Adapter1", "Powered", dbus.Boolean(state == "on", variant_level=1))
 
     def pairing(self, state):
         self.agent.agrees = state == "on"
@@ -282,8 +286,6 @@ class Peripheral:
     def count(self, uuid, count):
         for number in range(int(count)):
             self.main.by_uuid[uuid].send(struct.pack("<I", number))
-            if number % 10 == 9:  # the virtual controllers lose their way in a flood
-                time.sleep(0.01)
 
     def notify(self, count):
         self.count(BASE.format(4), count)
@@ -304,7 +306,7 @@ class Peripheral:
         for path, interfaces in objects.items():
             device = interfaces.get("org.bluez.Device1", {})
             if device.get("Adapter") == ADAPTER and device.get("Connected"):
-                self.adapter("org.bluez.Device1", path).Disconnect()
+                self.finish(self.adapter("org.bluez.Device1", path).Disconnect)
 
     def obey(self, line):
         command, _, argument = line.strip().partition(" ")

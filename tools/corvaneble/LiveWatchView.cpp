@@ -11,9 +11,9 @@ namespace {
 constexpr std::size_t kLabelWidth = 26;
 constexpr std::size_t kValueWidth = 20;
 constexpr std::size_t kCountWidth = 8;
-constexpr char kHeader[] = "CHARACTERISTIC              VALUE                  COUNT  ";
+constexpr char kTitles[] = "CHARACTERISTIC              VALUE                  COUNT  ";
 
-std::string Right(const std::string& text, std::size_t width) {
+std::string RightAligned(const std::string& text, std::size_t width) {
   return text.size() >= width ? text : std::string(width - text.size(), ' ') + text;
 }
 
@@ -45,15 +45,15 @@ void LiveWatchView::Refresh(bool last) {
 std::string LiveWatchView::Render() {
   const TerminalSize size = OutputSize();
   const std::size_t width = size.columns > 1 ? size.columns - 1 : 1;
-  const std::size_t fixed = sizeof kHeader - 1;
+  const std::size_t fixed = sizeof kTitles - 1;
   const std::size_t shown = std::min(rows_.size(), size.rows > 3 ? size.rows - 3 : 1);
   const bool color = UseColor(Stream::Output);
-  std::string text = (color ? "\x1b[1m" : "") + Fit(kHeader, width) + (color ? "\x1b[0m\n" : "\n");
+  std::string text = (color ? "\x1b[1m" : "") + Fit(kTitles, width) + (color ? "\x1b[0m\n" : "\n");
   for (std::size_t i = 0; i < shown; ++i) {
     const Row& row = rows_[i];
     const std::string moves = row.moves.Render(width > fixed ? width - fixed : 0);
     text += Fit(Fit(row.label, kLabelWidth) + "  " + Fit(row.value, kValueWidth) +
-                    Right(std::to_string(row.count), kCountWidth) + "  " + moves,
+                    RightAligned(std::to_string(row.count), kCountWidth) + "  " + moves,
                 width) +
             "\n";
   }

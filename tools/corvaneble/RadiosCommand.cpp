@@ -15,6 +15,7 @@ struct Verdict {
   bool usable = false;
   int code = 0;
   std::string text;
+  std::vector<std::string> notices;  ///< what the radio itself has to say
 };
 
 Verdict Try(const Session& session, const std::string& radio) {
@@ -24,17 +25,22 @@ Verdict Try(const Session& session, const std::string& radio) {
   Client client(
       [&](const Event& event) {
         if (std::holds_alternative<ScanStarted>(event)) started = true;
-        if (const auto* error = std::get_if<ErrorReported>(&event))
-          verdict = {false, error->code, error->text};
+        if (const auto* error = std::get_if<ErrorReported>(&event)) {
+          verdict.code = error->code;
+          verdict.text = error->text;
+        }
+        const auto* line = std::get_if<LogLine>(&event);
+        if (line && line->kind == "Radio") verdict.notices.push_back(line->message);
       },
-      session.timeout);
+      session.timeout, CORVANEBLE_LOG_INFO);
   try {
     client.StartScanning("");
-    verdict.usable = started;
+    verdict.usable = started && verdict.code == 0;
     if (!started && verdict.code == 0) verdict.text = "The radio did not begin to scan.";
     client.StopScanning();
   } catch (const ClientError& failure) {
-    verdict = {false, failure.Code(), failure.what()};
+    verdict.code = failure.Code();
+    verdict.text = failure.what();
   }
   return verdict;
 }
@@ -48,12 +54,15 @@ int RunRadios(const Session& session) {
     if (session.json) {
       Json json{{"radio", radio}, {"usable", verdict.usable}};
       if (!verdict.usable) json["error"] = {{"code", verdict.code}, {"text", verdict.text}};
+      if (!verdict.notices.empty()) json["notices"] = verdict.notices;
       WriteLine(Dump(json));
     } else {
       std::string line = Fit(radio, std::max<std::size_t>(10, DisplayWidth(radio))) +
                          (verdict.usable ? "  yes" : "  no   ");
       if (verdict.code != 0) line += std::to_string(verdict.code) + " ";
       WriteLine(line + Sanitize(verdict.text));
+      for (const std::string& notice : verdict.notices)
+        WriteLine("            " + Sanitize(notice));
     }
   }
   return kDone;

@@ -1,6 +1,9 @@
 #include "platform/linux/BluezObjects.h"
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <utility>
 
 #include "platform/HexText.h"
 
@@ -22,6 +25,70 @@ std::string WhyNoObjects(const BusError& error) {
     return kNoDaemon;
   return "BlueZ does not answer: " + error.text;
 }
+
+void TakeServiceUuids(DeviceObject& device, BusReader& reader) {
+  device.serviceUuids.clear();
+  for (const std::string& text : reader.Texts())
+    if (const auto uuid = ParseUuid(text)) device.serviceUuids.push_back(*uuid);
+}
+
+void TakeManufacturerData(DeviceObject& device, BusReader& reader) {
+  device.manufacturerData.clear();
+  reader.ForEachEntry("qv", [&] {
+    Bytes& data = device.manufacturerData[reader.UInt16()];
+    reader.InVariant([&] { data = reader.ByteArray(); });
+  });
+}
+
+void TakeServiceData(DeviceObject& device, BusReader& reader) {
+  device.serviceData.clear();
+  reader.ForEachEntry("sv", [&] {
+    const auto uuid = ParseUuid(reader.Text());
+    reader.InVariant([&] {
+      Bytes data = reader.ByteArray();
+      if (uuid) device.serviceData[*uuid] = std::move(data);
+    });
+  });
+}
+
+void TakeAdvertisingFlags(DeviceObject& device, BusReader& reader) {
+  const Bytes flags = reader.ByteArray();
+  if (!flags.empty()) device.advertisingFlags = flags[0];
+}
+
+/// How a property of org.bluez.Device1 is taken over, and what its change means.
+struct DeviceProperty {
+  std::string_view name;
+  void (*take)(DeviceObject& device, BusReader& reader);
+  DeviceChange change;
+};
+
+constexpr DeviceChange kHeard{true, false};
+constexpr DeviceProperty kDeviceProperties[] = {
+    {"Address",
+     [](DeviceObject& device, BusReader& reader) {
+       device.address = ParseAddress(reader.Text()).value_or(0);
+     },
+     {}},
+    {"AddressType",
+     [](DeviceObject& device, BusReader& reader) {
+       device.randomAddress = reader.Text() == "random";
+     },
+     {}},
+    {"Adapter",
+     [](DeviceObject& device, BusReader& reader) { device.adapterPath = reader.Text(); },
+     {}},
+    {"Name",
+     [](DeviceObject& device, BusReader& reader) { device.name = reader.Text(); },
+     {false, true}},
+    {"RSSI", [](DeviceObject& device, BusReader& reader) { device.rssi = reader.Int16(); }, kHeard},
+    {"TxPower", [](DeviceObject& device, BusReader& reader) { device.txPower = reader.Int16(); },
+     kHeard},
+    {"UUIDs", &TakeServiceUuids, {}},
+    {"ManufacturerData", &TakeManufacturerData, kHeard},
+    {"ServiceData", &TakeServiceData, kHeard},
+    {"AdvertisingFlags", &TakeAdvertisingFlags, {}},
+};
 
 }  // namespace
 
@@ -173,46 +240,11 @@ DeviceChange BluezObjects::TakeDevice(DeviceObject& device, BusReader& reader) {
   reader.ForEachEntry("sv", [&] {
     const std::string name = reader.Text();
     reader.InVariant([&] {
-      if (name == "Address") {
-        device.address = ParseAddress(reader.Text()).value_or(0);
-      } else if (name == "AddressType") {
-        device.randomAddress = reader.Text() == "random";
-      } else if (name == "Adapter") {
-        device.adapterPath = reader.Text();
-      } else if (name == "Name") {
-        device.name = reader.Text();
-        change.name = true;
-      } else if (name == "RSSI") {
-        device.rssi = reader.Int16();
-        change.heard = true;
-      } else if (name == "TxPower") {
-        device.txPower = reader.Int16();
-        change.heard = true;
-      } else if (name == "UUIDs") {
-        device.serviceUuids.clear();
-        for (const std::string& text : reader.Texts())
-          if (const auto uuid = ParseUuid(text)) device.serviceUuids.push_back(*uuid);
-      } else if (name == "ManufacturerData") {
-        device.manufacturerData.clear();
-        change.heard = true;
-        reader.ForEachEntry("qv", [&] {
-          Bytes& data = device.manufacturerData[reader.UInt16()];
-          reader.InVariant([&] { data = reader.ByteArray(); });
-        });
-      } else if (name == "ServiceData") {
-        device.serviceData.clear();
-        change.heard = true;
-        reader.ForEachEntry("sv", [&] {
-          const auto uuid = ParseUuid(reader.Text());
-          reader.InVariant([&] {
-            Bytes data = reader.ByteArray();
-            if (uuid) device.serviceData[*uuid] = std::move(data);
-          });
-        });
-      } else if (name == "AdvertisingFlags") {
-        const Bytes flags = reader.ByteArray();
-        if (!flags.empty()) device.advertisingFlags = flags[0];
-      }
+      const auto known = std::ranges::find(kDeviceProperties, name, &DeviceProperty::name);
+      if (known == std::end(kDeviceProperties)) return;
+      known->take(device, reader);
+      change.heard |= known->change.heard;
+      change.name |= known->change.name;
     });
   });
   return change;

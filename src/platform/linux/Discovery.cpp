@@ -8,7 +8,7 @@
 namespace corvaneble::platform::linux_radio {
 namespace {
 
-constexpr const char* kAdapter = "org.bluez.Adapter1";
+constexpr const char* kAdapterInterface = "org.bluez.Adapter1";
 
 BluetoothError ToBluetoothError(const BusError& error) {
   constexpr struct {
@@ -86,10 +86,10 @@ void Discovery::Update() {
 
 void Discovery::Start() {
   changing_ = true;
-  bus_.Call(adapterPath_, kAdapter, "SetDiscoveryFilter", &AppendFilter,
+  bus_.Call(adapterPath_, kAdapterInterface, "SetDiscoveryFilter", &AppendFilter,
             [this](sd_bus_message*, const BusError* failed) {
               if (failed) return OnStarted(failed);
-              bus_.Call(adapterPath_, kAdapter, "StartDiscovery", {},
+              bus_.Call(adapterPath_, kAdapterInterface, "StartDiscovery", {},
                         [this](sd_bus_message*, const BusError* error) { OnStarted(error); });
             });
 }
@@ -108,11 +108,12 @@ void Discovery::OnStarted(const BusError* error) {
 
 void Discovery::Stop() {
   changing_ = true;
-  bus_.Call(adapterPath_, kAdapter, "StopDiscovery", {}, [this](sd_bus_message*, const BusError*) {
-    changing_ = on_ = false;  // an error says that it was off already
-    RunDone();
-    Update();
-  });
+  bus_.Call(adapterPath_, kAdapterInterface, "StopDiscovery", {},
+            [this](sd_bus_message*, const BusError*) {
+              changing_ = on_ = false;  // an error says that it was off already
+              RunDone();
+              Update();
+            });
 }
 
 void Discovery::OnAdaptersChanged() {

@@ -64,7 +64,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const auto place = queue_.emplace(std::pair(due, id), std::move(task)).first;
     dueTimes_.emplace(id, due);
     StartThread();
-    if (place == queue_.begin() && !OnThread()) Wake();
+    if (place == queue_.begin() && due < sleepsUntil_ && !OnThread()) Wake();
     return id;
   }
 
@@ -154,7 +154,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   static constexpr int kWakeFlags = EFD_CLOEXEC | EFD_NONBLOCK;
   static constexpr WatchId kWakeId = 0;
 
-  // The first four expect mutex_ to be held.
+  // Down to `TimeToSleep` all expect mutex_ to be held.
   bool OnThread() const { return threadId_ == std::this_thread::get_id(); }
   void StartThread() {
     if (threadId_ != std::thread::id()) return;
@@ -168,10 +168,15 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const std::uint64_t one = 1;
     (void)!::write(wake_.Get(), &one, sizeof one);
   }
-  milliseconds UntilFirstTask(milliseconds limit) const {
-    if (queue_.empty()) return limit;
-    const auto left = queue_.begin()->first.first - SteadyClock::now();
-    return std::clamp(std::chrono::ceil<milliseconds>(left), milliseconds{0}, limit);
+  /// How long the thread may sleep. A time it once meant to wake at stands, though the task for it
+  /// was cancelled: a wake-up for nothing now and then costs less than being woken for each new
+  /// task that, like most, bounds something and will be cancelled too.
+  milliseconds TimeToSleep(milliseconds limit) {
+    const auto now = SteadyClock::now();
+    if (sleepsUntil_ <= now) sleepsUntil_ = now + kLongestWait;
+    if (!queue_.empty()) sleepsUntil_ = std::min(sleepsUntil_, queue_.begin()->first.first);
+    const auto left = std::chrono::ceil<milliseconds>(sleepsUntil_ - now);
+    return std::clamp(left, milliseconds{0}, limit);
   }
 
   bool IsStopped() const {
@@ -197,7 +202,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     {
       const std::lock_guard lock(mutex_);
       if (stopped_) return;
-      limit = UntilFirstTask(limit);
+      limit = TimeToSleep(limit);
     }
     // One event at a time: a handler may wait here nested, and what it finds must be fresh.
     epoll_event event{};
@@ -222,6 +227,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   std::thread thread_;
   std::thread::id threadId_;  ///< stays when the thread was detached
   bool stopped_ = false;
+  SteadyClock::time_point sleepsUntil_{};  ///< when the thread wakes without being woken
   TaskId lastId_ = 0;
   Queue queue_;
   std::unordered_map<TaskId, SteadyClock::time_point> dueTimes_;  ///< of the queued tasks

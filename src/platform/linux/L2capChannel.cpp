@@ -16,8 +16,9 @@ namespace {
 /// Pairing may ask a person; the kernel's own limit for it (Bluetooth Core 5.4, Vol 3 Part H, 3.4).
 constexpr std::chrono::seconds kPairingLimit{30};
 
-/// How many PDUs are taken in one go before the loop looks at everything else.
-constexpr int kBatch = 32;
+/// How many PDUs are taken at most before the loop looks at everything else.
+constexpr int kLargestBatch = 32;
+constexpr int kSignsOfABurst = 4;
 
 }  // namespace
 
@@ -78,11 +79,17 @@ void L2capChannel::OnReady(std::uint32_t events) {
   End(ToChannelError(error));
 }
 
+// Answers come one by one, and asking for a second PDU would be a call to the kernel for nothing;
+// values come in bursts. So more than one is asked for only when one was there several times.
 void L2capChannel::Receive() {
-  for (int i = 0; i < kBatch && open_; ++i) {
+  const int batch = ++filled_ < kSignsOfABurst ? 1 : kLargestBatch;
+  for (int i = 0; i < batch && open_; ++i) {
     std::array<std::uint8_t, att::kMaxMtu> pdu;  // one each: a call may be nested in a call
     const ssize_t size = recv(socket_.Get(), pdu.data(), pdu.size(), MSG_DONTWAIT);
-    if (size < 0 && (errno == EAGAIN || errno == EINTR)) return;
+    if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
+      if (i < 2) filled_ = 0;
+      return;
+    }
     if (size <= 0) return End(size == 0 ? att::ChannelError::Unreachable : ToChannelError(errno));
     if (const auto listener = listener_.lock())
       listener->OnPdu(ByteView(pdu).first(static_cast<std::size_t>(size)));

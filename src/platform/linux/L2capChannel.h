@@ -51,6 +51,7 @@ class L2capChannel final : public att::AttChannel,
 
   // Below: the radio's thread alone.
   EventLoop::WatchId watch_ = 0;
+  int filled_ = 0;  ///< how often in a row there were as many PDUs as asked for
   std::weak_ptr<Listener> listener_;
   std::function<void(bool raised)> securityDone_;
   EventLoop::TaskId securityTimer_ = 0;

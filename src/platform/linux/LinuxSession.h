@@ -49,7 +49,6 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   const std::shared_ptr<EventLoop> loop_ = std::make_shared<EventLoop>();
   Radio::Notice notices_;
   std::string lastNotice_;
-  bool opened_ = false;
   SystemBus bus_;
   BluezObjects objects_{bus_};
   Discovery discovery_{bus_, objects_};
