@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 #include "platform/Radio.h"
@@ -35,15 +36,11 @@ class Conformance : public testing::TestWithParam<Backend> {
   template <class T>
   std::shared_ptr<T> Await(const AsyncOperationPtr<T>& operation) {
     const auto done = std::make_shared<platform::WakeSignal>();
-    std::shared_ptr<T> result;
-    operation->OnCompleted([done, &result](platform::AsyncOperation<T>& finished) {
-      result = finished.GetResults();
-      done->Set();
-    });
+    operation->OnCompleted([done](platform::AsyncOperation<T>&) { done->Set(); });
     for (int step = 0; step < 500 && !done->IsSet(); ++step)
       radio.pump->Step(20ms, done.get());
-    EXPECT_TRUE(done->IsSet());
-    return result;
+    if (!done->IsSet()) throw std::runtime_error("an operation did not end");
+    return operation->GetResults();
   }
 
   void Pass(std::chrono::milliseconds time) { radio.clock->Sleep(time); }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "platform/PlatformFailure.h"
@@ -50,15 +50,15 @@ class CompletableOperation final : public AsyncOperation<T> {
 
   std::shared_ptr<T> GetResults() override {
     const std::lock_guard lock(mutex_);
-    if (failure_) std::rethrow_exception(failure_);
+    if (failure_) throw PlatformFailure(*failure_);
     return result_;
   }
 
-  void Complete(std::shared_ptr<T> result) { Finish(std::move(result), nullptr); }
-  void Fail(const PlatformFailure& failure) { Finish(nullptr, std::make_exception_ptr(failure)); }
+  void Complete(std::shared_ptr<T> result) { Finish(std::move(result), {}); }
+  void Fail(const PlatformFailure& failure) { Finish(nullptr, failure); }
 
  private:
-  void Finish(std::shared_ptr<T> result, std::exception_ptr failure) {
+  void Finish(std::shared_ptr<T> result, std::optional<PlatformFailure> failure) {
     Completed handler;
     {
       const std::lock_guard lock(mutex_);
@@ -75,7 +75,7 @@ class CompletableOperation final : public AsyncOperation<T> {
   bool done_ = false;
   Completed handler_;
   std::shared_ptr<T> result_;
-  std::exception_ptr failure_;
+  std::optional<PlatformFailure> failure_;
 };
 
 /// An operation that has already finished with `result`.

@@ -4,9 +4,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
+#include <thread>
 
 #include "platform/linux/LinuxRadio.h"
 #include "support/Backend.h"
@@ -32,7 +36,25 @@ void Shell(const std::string& command) {
   if (std::system(command.c_str()) != 0) throw std::runtime_error(command + " failed");
 }
 
+namespace {
+
+/// The kernel ends a link two seconds after its last user left, and BlueZ's server does not answer
+/// one that is opened at that very moment.
+void WaitUntilNoLink() {
+  const auto isLink = [](const auto& entry) {
+    return entry.path().filename().string().find(':') != std::string::npos;
+  };
+  for (int i = 0; i < 100; ++i) {
+    const std::filesystem::directory_iterator entries("/sys/class/bluetooth");
+    if (std::none_of(begin(entries), end(entries), isLink)) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+}
+
+}  // namespace
+
 platform::OpenedRadio OpenLinux() {
+  WaitUntilNoLink();
   Tell("reset");
   return platform::linux_radio::OpenLinuxRadio("hci0", platform::linux_radio::Absence::Fails);
 }

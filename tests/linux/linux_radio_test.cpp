@@ -103,6 +103,17 @@ class LinuxRadio : public testing::Test {
     });
   }
 
+  /// Whether a scan hears the peripheral, which sends each packet but once. BlueZ may need a moment
+  /// before it can scan, and once more before it does.
+  bool HearsThePeripheral(std::chrono::seconds limit = 20s) {
+    return Within(limit, [&] {
+      if (host.Get(CORVANEBLE_PROPERTY_SCANNING) == 0)
+        host.Do(CORVANEBLE_METHOD_START_SCANNING, {""});
+      return Succeeds([] { Tell("advertise"); }) &&
+             Sees(CORVANEBLE_EVENT_ADVERTISEMENT, kPeripheralId, 1s);
+    });
+  }
+
   Host host{OpenLinux()};
 };
 
@@ -111,8 +122,7 @@ class LinuxRadioAsRoot : public LinuxRadio {};
 
 TEST_F(LinuxRadio, AScanTellsWhatADeviceAdvertises) {
   ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 1), 0);
-  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {""}), 0);
-  Tell("advertise");
+  ASSERT_TRUE(HearsThePeripheral());
   ASSERT_TRUE(Sees(CORVANEBLE_EVENT_ADVERTISEMENT, "Conformant"));
   ASSERT_TRUE(
       Sees(CORVANEBLE_EVENT_ADVERTISEMENT, "0000180F-0000-1000-8000-00805F9B34FB,0000180D"));
@@ -124,7 +134,7 @@ TEST_F(LinuxRadio, AScanTellsWhatADeviceAdvertises) {
     EXPECT_EQ(heard.Integer(9), 1);
   }
   EXPECT_EQ(host.Do(CORVANEBLE_METHOD_STOP_SCANNING), 0);
-  EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_STOP_SCAN).size(), 1U);
+  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_STOP_SCAN, ""));
 }
 
 TEST_F(LinuxRadio, ADeviceNeverHeardIsSearchedFor) {
@@ -254,14 +264,16 @@ TEST_F(LinuxRadio, ALostLinkIsReportedAndComesBack) {
 
 TEST_F(LinuxRadio, APeripheralThatGoesAwayDuringAReadEndsIt) {
   Connect();
-  const std::string level = Find("180F", "2A19");
+  // The name, for BlueZ answers it by itself: BlueZ 5.66 crashes some seconds after a link ends while
+  // it asks a program for a value.
+  const std::string name = Find("1800", "2A00");
   std::thread leaver([] {
     std::this_thread::sleep_for(100ms);
     Tell("power off");
   });
   std::string value;
   int code = 0;
-  EXPECT_TRUE(Within(10s, [&] { return (code = host.Read(level, "", value)) != 0; }));
+  EXPECT_TRUE(Within(10s, [&] { return (code = host.Read(name, "", value)) != 0; }));
   leaver.join();
   EXPECT_TRUE(code == CORVANEBLE_ERROR_UNREACHABLE || code == CORVANEBLE_ERROR_NOT_CONNECTED)
       << host.LastError();
@@ -291,9 +303,7 @@ TEST_F(LinuxRadio, AnAdapterThatIsSwitchedOffEndsAScan) {
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "switched off; switch it on"));
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_STOP_SCAN, "RadioNotAvailable"));
   Power(true);
-  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {""}), 0);
-  Tell("advertise");
-  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_ADVERTISEMENT, kPeripheralId));
+  EXPECT_TRUE(HearsThePeripheral());
 }
 
 TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
@@ -303,13 +313,9 @@ TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
   EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {kPeripheralId}), 614);
   EXPECT_NE(host.LastError().find("bluetoothd"), std::string::npos) << host.LastError();
   Shell("tests/vm/daemon start");
+  host.Forget();
   // The kernel lets go of the dead daemon's scan after some seconds; until then it is busy.
-  EXPECT_TRUE(Within(30s, [&] {
-    host.Forget();
-    host.Do(CORVANEBLE_METHOD_START_SCANNING, {""});
-    return Succeeds([] { Tell("advertise"); }) && !Sees(CORVANEBLE_EVENT_STOP_SCAN, "", 1s);
-  }));
-  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_ADVERTISEMENT, kPeripheralId));
+  EXPECT_TRUE(HearsThePeripheral(30s));
   Connect();
   EXPECT_EQ(host.Discover(), 0) << host.LastError();
 }
@@ -325,7 +331,7 @@ TEST_F(LinuxRadioAsRoot, ABlockedAdapterIsNamed) {
   EXPECT_TRUE(Within(10s, [&] { return Succeeds([] { Tell("power on"); }); }));
 }
 
-/// Last of all: Linux 6.1 is apt to fall over some seconds after two of its own controllers paired.
+/// Last of all: Linux 6.1 is apt to fall over some seconds after two of its own adapters paired.
 class LinuxRadioPairing : public LinuxRadio {};
 
 TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
