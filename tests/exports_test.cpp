@@ -104,6 +104,7 @@ TEST(Exports, TheCharacteristicListCanBeResizedToAnything) {
 
 TEST(Exports, ConvertToWide) {
   Host host(kEmptyScene);
+  host.Config("CodePage=65001");
   char16_t buffer[8] = {};
   std::intptr_t params[] = {reinterpret_cast<std::intptr_t>("abc"),
                             reinterpret_cast<std::intptr_t>(buffer), -1};
@@ -126,6 +127,7 @@ TEST(Exports, ConvertToWide) {
 
 TEST(Exports, EventStringConvertsOnceAndKeepsWhatItOwns) {
   CorvaneBLE_EventString record{};
+  record.codePage = 65001;
   CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_ATTACH, u"abc", CORVANEBLE_STRING_WIDE);
   const void* narrow = CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_NARROW);
   ASSERT_STREQ(static_cast<const char*>(narrow), "abc");

@@ -28,13 +28,15 @@ static void TestInstance(void) {
   CorvaneBLE_Handle client = CorvaneBLE_BLEClient_Create(CountEvent, &events, NULL, 0);
   intptr_t params[2] = {(intptr_t) "BuildInfo", 0};
   int32_t lengths[2] = {0, 0};
+  const char* version = NULL;
   EXPECT(client != NULL);
   EXPECT(CorvaneBLE_BLEClient_Get(client, CORVANEBLE_PROPERTY_TIMEOUT, 0, NULL, NULL) == 60);
   EXPECT(CorvaneBLE_BLEClient_Set(client, CORVANEBLE_PROPERTY_SERVICE_COUNT, 0, 5, 0) ==
          CORVANEBLE_ERROR_UNKNOWN);
   EXPECT(CorvaneBLE_BLEClient_Do(client, CORVANEBLE_METHOD_CONFIG, 2, params, lengths, NULL) ==
          CORVANEBLE_ERROR_NONE);
-  EXPECT(strcmp((const char*)params[1], "20.0.7928") == 0);
+  memcpy(&version, &params[1], sizeof version); /* GCC 12 takes a cast for the array itself */
+  EXPECT(strcmp(version, "20.0.7928") == 0);
   EXPECT(CorvaneBLE_BLEClient_CheckIndex(client, CORVANEBLE_PROPERTY_SERVICE_ID, 0) ==
          CORVANEBLE_ERROR_INDEX_OUT_OF_RANGE);
   EXPECT(CorvaneBLE_BLEClient_SetEventErrorAndCode(client, 7, "mine") == 7);

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 
+#include "support/Environment.h"
 #include "support/Host.h"
 
 namespace corvaneble::tests {
@@ -170,10 +170,10 @@ int32_t CORVANEBLE_CALL CountWideLogs(void* userData, int32_t eventId, int32_t p
 }
 
 TEST(Events, UnicodeEventsCarryUtf16) {
-  ASSERT_EQ(setenv("CORVANEBLE_RADIO", "simulated", 1), 0);
+  SetEnvironment("CORVANEBLE_RADIO", "simulated");
   int count = 0;
   auto* client = CorvaneBLE_BLEClient_Create(&CountWideLogs, &count, nullptr, 3);
-  unsetenv("CORVANEBLE_RADIO");
+  SetEnvironment("CORVANEBLE_RADIO", "");
   std::intptr_t params[] = {0};
   EXPECT_EQ(CorvaneBLE_BLEClient_Do(client, CORVANEBLE_METHOD_START_SCANNING, 1, params, nullptr,
                                     nullptr),

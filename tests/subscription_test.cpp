@@ -219,9 +219,11 @@ TEST_F(Subscription, UserDescriptionsAreWrittenWhereTheyMayBe) {
             "Characteristic with ID \"0100012C0000\" does not have a Characteristic User "
             "Description descriptor despite having the 'Writable Auxiliaries' flag set.");
   EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, 0), "Cell");
+  // What is written is written as it is; what is read is UTF-8, in the system's code page.
   EXPECT_EQ(host.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, "Pack \xC3\xA9", 0),
             0);
-  EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, 0), "Pack \xC3\xA9");
+  EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, 0),
+            Narrow(u"Pack \u00E9"));
 }
 
 TEST_F(Subscription, TheReportShowsWhatTheRecordsHold) {

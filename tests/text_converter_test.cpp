@@ -11,6 +11,7 @@
 namespace corvaneble::platform {
 namespace {
 
+constexpr std::uint32_t kUtf8 = 65001;
 constexpr ConversionError kNone = ConversionError::None;
 constexpr ConversionError kInvalidText = ConversionError::NoUnicodeTranslation;
 
@@ -59,18 +60,17 @@ TEST(TextConverter, RefusesWhatIsNotText) {
   for (const char* const bad :
        {"\x80", "\xC0\xAF", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF",
         "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2\x82", "\xE2\x82\x41", "12345678\xFF"}) {
-    EXPECT_EQ(Converter().ToWide(0, bad, wide), kInvalidText) << bad;
+    EXPECT_EQ(Converter().ToWide(kUtf8, bad, wide), kInvalidText) << bad;
     EXPECT_TRUE(wide.empty());
   }
   EXPECT_EQ(Converter().ToWide(932, "\x93", wide), kInvalidText);
-  EXPECT_EQ(Converter().ToWide(20127, "\xE9", wide), kInvalidText);
   std::string narrow;
   for (const std::u16string& bad : {std::u16string(1, 0xD800), std::u16string(1, 0xDC00),
                                     std::u16string{0xDC00, 0xD800}, std::u16string{0xD800, u'a'}}) {
-    EXPECT_EQ(Converter().ToNarrow(0, bad, narrow), kInvalidText);
+    EXPECT_EQ(Converter().ToNarrow(kUtf8, bad, narrow), kInvalidText);
     EXPECT_EQ(Converter().ToNarrow(1252, bad, narrow), kInvalidText);
   }
-  for (const std::uint32_t codePage : {1U, 1200U, 1201U, 28602U, 65000U, 0xFFFFFFFFU}) {
+  for (const std::uint32_t codePage : {5U, 1200U, 1201U, 0xFFFFFFFFU}) {
     EXPECT_EQ(Converter().ToWide(codePage, "a", wide), ConversionError::InvalidParameter);
     EXPECT_EQ(Converter().ToNarrow(codePage, u"a", narrow), ConversionError::InvalidParameter);
   }
@@ -78,12 +78,15 @@ TEST(TextConverter, RefusesWhatIsNotText) {
 
 TEST(TextConverter, WhatACodePageLacksBecomesAQuestionMark) {
   std::string narrow;
-  EXPECT_EQ(Converter().ToNarrow(1252, u"\u65E5a\U0001F600b\u672C", narrow), kNone);
-  EXPECT_EQ(narrow, "?a?b?");
+  EXPECT_EQ(Converter().ToNarrow(1252, u"\u65E5ab\u672C", narrow), kNone);
+  EXPECT_EQ(narrow, "?ab?");
+  EXPECT_EQ(Converter().ToNarrow(1252, u"\U0001F600", narrow), kNone);
+  EXPECT_TRUE(narrow == "?" || narrow == "??") << narrow;  // Windows counts units
 }
 
 TEST(TextConverter, ANameFromTheAirIsNeverRefused) {
-  const Settings settings;
+  Settings settings;
+  settings.SetInteger(Setting::CodePage, kUtf8);
   const TextCodec codec(settings, Converter());
   std::string narrow;
   codec.ToNarrowLossy(std::u16string{u'a', 0xD800, 0xD83D, 0xDE00, 0xDC00, u'b', 0xDBFF}, narrow);
@@ -99,7 +102,7 @@ TEST(TextConverter, LongTextsOnManyThreads) {
       const std::u16string text(1 << 18, i % 2 == 0 ? u'\u00E9' : u'\u65E5');
       std::string narrow;
       std::u16string wide;
-      for (const std::uint32_t codePage : {0U, i % 2 == 0 ? 1252U : 932U}) {
+      for (const std::uint32_t codePage : {kUtf8, i % 2 == 0 ? 1252U : 932U}) {
         EXPECT_EQ(Converter().ToNarrow(codePage, text, narrow), kNone);
         EXPECT_EQ(Converter().ToWide(codePage, narrow, wide), kNone);
         EXPECT_EQ(wide, text);

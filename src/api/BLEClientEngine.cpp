@@ -24,7 +24,9 @@ BLEClientEngine::BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
       properties_({errors_, codec_, slots_, wait_, scanner_, connection_, tree_, selection_,
                    fields_, reader_, subscriptions_, timeoutSeconds_}),
       methods_({errors_, codec_, slots_, wait_, config_, scanner_, connection_, selection_,
-                services_, attributes_, reader_, writer_, subscriptions_}) {}
+                services_, attributes_, reader_, writer_, subscriptions_}) {
+  radio_.pump->SetOwner(this);
+}
 
 void BLEClientEngine::Attach(std::weak_ptr<void> owner) {
   bridge_->Attach(std::move(owner));

@@ -2,11 +2,18 @@
 
 #include <atomic>
 
+#include "platform/SystemServices.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
 namespace corvaneble {
 namespace {
 
 std::atomic<void*> moduleHandle{nullptr};
 
+#ifndef _WIN32
 /// Lives from the loading of the library to its unloading.
 class LoadedLibrary {
  public:
@@ -17,18 +24,21 @@ class LoadedLibrary {
 };
 
 const LoadedLibrary kLoadedLibrary;
+#endif
 
 }  // namespace
 
-// Nothing here uses sockets or the system's security layer, and a message window class is needed
-// only where threads have message queues: remembering the module is all there is to do.
+// Nothing here uses sockets or the system's security layer: the module and what the system's own
+// services want is all there is to prepare.
 
 std::int32_t StaticInit(void* module) {
   moduleHandle = module;
+  platform::PrepareProcess();
   return 0;
 }
 
 std::int32_t StaticDestroy() {
+  platform::ReleaseProcess();
   moduleHandle = nullptr;
   return 0;
 }
@@ -38,3 +48,16 @@ void* ModuleHandle() {
 }
 
 }  // namespace corvaneble
+
+#ifdef _WIN32
+/// Runs under the system's loader lock.
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* /*reserved*/) {
+  if (reason == DLL_PROCESS_ATTACH) {
+    DisableThreadLibraryCalls(module);
+    corvaneble::StaticInit(module);
+  } else if (reason == DLL_PROCESS_DETACH) {
+    corvaneble::StaticDestroy();
+  }
+  return TRUE;
+}
+#endif

@@ -1,14 +1,12 @@
 #include "frame/TextCodec.h"
 
+#include "platform/Utf.h"
+
 namespace corvaneble {
 namespace {
 
-constexpr bool IsHighSurrogate(char16_t unit) {
-  return unit >= 0xD800 && unit <= 0xDBFF;
-}
-constexpr bool IsLowSurrogate(char16_t unit) {
-  return unit >= 0xDC00 && unit <= 0xDFFF;
-}
+using platform::IsHighSurrogate;
+using platform::IsLowSurrogate;
 
 std::u16string WithoutLoneSurrogates(std::u16string_view text) {
   std::u16string out(text);

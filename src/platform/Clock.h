@@ -3,7 +3,9 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
+#include <utility>
 
 namespace corvaneble::platform {
 
@@ -26,6 +28,7 @@ class WakeSignal {
     {
       const std::lock_guard lock(mutex_);
       set_ = true;
+      if (wakeElsewhere_) wakeElsewhere_();
     }
     wake_.notify_all();
   }
@@ -41,9 +44,33 @@ class WakeSignal {
     return wake_.wait_for(lock, limit, [this] { return set_; });
   }
 
+  /// While it lives, `wake` is called when the flag is set, or at once: for a thread that waits for
+  /// the flag and for something else besides. `wake` runs under the flag's lock.
+  class Waker {
+   public:
+    Waker(const WakeSignal& signal, std::function<void()> wake) : signal_(signal) {
+      const std::lock_guard lock(signal_.mutex_);
+      if (signal_.set_) {
+        wake();
+      } else {
+        signal_.wakeElsewhere_ = std::move(wake);
+      }
+    }
+    ~Waker() {
+      const std::lock_guard lock(signal_.mutex_);
+      signal_.wakeElsewhere_ = nullptr;
+    }
+    Waker(const Waker&) = delete;
+    Waker& operator=(const Waker&) = delete;
+
+   private:
+    const WakeSignal& signal_;
+  };
+
  private:
-  mutable std::mutex mutex_;
+  mutable std::mutex mutex_;  // guards all below
   mutable std::condition_variable wake_;
+  mutable std::function<void()> wakeElsewhere_;
   bool set_ = false;
 };
 
@@ -61,6 +88,9 @@ class MessagePump {
   /// sleeps until a message arrives, `signal` (if any) is set, or `wait` has passed. Returns
   /// whether the instance's message window still exists; always true where there are none.
   virtual bool Step(std::chrono::milliseconds wait, const WakeSignal* signal) = 0;
+
+  /// The instance that waits here; its window bears the address.
+  virtual void SetOwner(void* /*instance*/) {}
 };
 
 }  // namespace corvaneble::platform

@@ -12,4 +12,9 @@ namespace corvaneble::platform {
 /// The system's way of waiting, for one instance.
 [[nodiscard]] std::shared_ptr<MessagePump> SystemPump();
 
+/// What the system's services need once a process, before the first instance and after the last.
+/// Both are called while the library is loaded and unloaded, where little is allowed.
+void PrepareProcess();
+void ReleaseProcess();
+
 }  // namespace corvaneble::platform

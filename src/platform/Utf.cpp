@@ -50,9 +50,9 @@ Decoded DecodeUtf8(std::string_view text) {
 
 Decoded DecodeUtf16(std::u16string_view text) {
   const char16_t first = text[0];
-  if (first < 0xD800 || first > 0xDFFF) return {first, 1};
-  const bool paired = first < 0xDC00 && text.size() > 1 && text[1] >= 0xDC00 && text[1] <= 0xDFFF;
-  if (!paired) return {kReplacement, 1};
+  if (!IsHighSurrogate(first) && !IsLowSurrogate(first)) return {first, 1};
+  if (!IsHighSurrogate(first) || text.size() < 2 || !IsLowSurrogate(text[1]))
+    return {kReplacement, 1};
   return {0x10000 + ((first - 0xD800U) << 10 | (text[1] - 0xDC00U)), 2};
 }
 
@@ -69,6 +69,14 @@ void AppendUtf8(char32_t character, std::string& out) {
 }
 
 }  // namespace
+
+bool IsWellFormedUtf16(std::u16string_view text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (IsLowSurrogate(text[i])) return false;
+    if (IsHighSurrogate(text[i]) && (++i == text.size() || !IsLowSurrogate(text[i]))) return false;
+  }
+  return true;
+}
 
 void AppendUtf16(std::string_view utf8, std::u16string& out) {
   while (!utf8.empty()) {

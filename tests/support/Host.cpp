@@ -1,11 +1,14 @@
 #include "support/Host.h"
 
+#include <gtest/gtest.h>
+
 #include <array>
 #include <bit>
 #include <utility>
 
 #include "api/BLEClient.h"
 #include "frame/EventTable.h"
+#include "platform/TextConverter.h"
 #include "platform/simulated/ScenarioLoader.h"
 
 namespace corvaneble::tests {
@@ -29,6 +32,13 @@ std::string HostEvent::Line() const {
 
 Host::Host(platform::OpenedRadio radio)
     : handle_(BLEClient::Create(&Host::OnEvent, this, false, std::move(radio))) {}
+
+std::string Narrow(std::u16string_view text) {
+  std::string narrow;
+  EXPECT_EQ(platform::SystemTextConverter().ToNarrow(0, text, narrow),
+            platform::ConversionError::None);
+  return narrow;
+}
 
 void Host::Destroy() {
   CorvaneBLE_BLEClient_Destroy(std::exchange(handle_, nullptr));

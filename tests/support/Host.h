@@ -35,6 +35,9 @@ struct HostEvent {
   std::string Line() const;
 };
 
+/// A text in the system's own code page.
+std::string Narrow(std::u16string_view text);
+
 /// A host of one instance: calls the exported functions and keeps the events.
 class Host {
  public:

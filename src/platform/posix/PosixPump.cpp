@@ -21,4 +21,7 @@ std::shared_ptr<MessagePump> SystemPump() {
   return std::make_shared<posix::PosixPump>();
 }
 
+void PrepareProcess() {}
+void ReleaseProcess() {}
+
 }  // namespace corvaneble::platform

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 
+#include "platform/Utf.h"
 #include "platform/posix/CodePages.h"
 #include "platform/posix/StrictUtf8.h"
 

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/Utf.h"
+
 namespace corvaneble::platform::posix {
 namespace {
 
@@ -121,14 +123,6 @@ bool StrictUtf16ToUtf8(std::u16string_view utf16, std::string& out) {
     to = PutUtf8(character, to);
   }
   out.resize(static_cast<std::size_t>(to - out.data()));
-  return true;
-}
-
-bool IsWellFormedUtf16(std::u16string_view text) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (IsLowSurrogate(text[i])) return false;
-    if (IsHighSurrogate(text[i]) && (++i == text.size() || !IsLowSurrogate(text[i]))) return false;
-  }
   return true;
 }
 

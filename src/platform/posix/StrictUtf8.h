@@ -13,14 +13,4 @@ namespace corvaneble::platform::posix {
 /// its partner.
 [[nodiscard]] bool StrictUtf16ToUtf8(std::u16string_view utf16, std::string& out);
 
-/// Whether every surrogate of the text has its partner.
-[[nodiscard]] bool IsWellFormedUtf16(std::u16string_view text);
-
-constexpr bool IsHighSurrogate(char16_t unit) {
-  return (unit & 0xFC00) == 0xD800;
-}
-constexpr bool IsLowSurrogate(char16_t unit) {
-  return (unit & 0xFC00) == 0xDC00;
-}
-
 }  // namespace corvaneble::platform::posix

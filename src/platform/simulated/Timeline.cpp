@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/SystemServices.h"
+
 namespace corvaneble::platform::simulated {
 namespace {
 
@@ -55,6 +57,11 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
     if (due == dueTimes_.end()) return;
     forgotten = queue_.extract({due->second, id});
     dueTimes_.erase(due);
+  }
+
+  bool IsRadioThread() const {
+    const std::lock_guard lock(mutex_);
+    return thread_.get_id() == std::this_thread::get_id();
   }
 
   /// Waits until `signal` is set or `duration` has passed.
@@ -221,7 +228,8 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   std::vector<Waiter*> waiters_;                    ///< virtual mode; owned by the waiting threads
 };
 
-Timeline::Timeline(Mode mode) : core_(std::make_shared<Core>(mode)) {}
+Timeline::Timeline(Mode mode)
+    : mode_(mode), system_(SystemPump()), core_(std::make_shared<Core>(mode)) {}
 Timeline::~Timeline() {
   core_->Stop();
 }
@@ -255,7 +263,12 @@ void Timeline::Sleep(milliseconds duration) {
   core_->Wait(Bounded(duration), nullptr);
 }
 
+bool Timeline::HasMessageQueue() const {
+  return mode_ == Mode::Real && system_->HasMessageQueue();
+}
+
 bool Timeline::Step(milliseconds wait, const WakeSignal* signal) {
+  if (mode_ == Mode::Real && !core_->IsRadioThread()) return system_->Step(Bounded(wait), signal);
   core_->Wait(Bounded(wait), signal);
   return true;
 }

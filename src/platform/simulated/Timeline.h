@@ -18,8 +18,9 @@ namespace corvaneble::platform::simulated {
 /// same program thus meets the same events at the same times in every run, and a minute of waiting
 /// costs microseconds. Of several waiting threads the one that ends first sets the window.
 ///
-/// A wait on the radio's own thread runs due tasks itself, nested in the task that waits, in both
-/// modes. Tasks still pending when the timeline dies are dropped; it may die inside a task.
+/// In real time a wait is the system's, with its messages. A wait on the radio's own thread runs
+/// due tasks itself, nested in the task that waits, in both modes. Tasks still pending when the
+/// timeline dies are dropped; it may die inside a task.
 class Timeline final : public Executor, public Clock, public MessagePump {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
@@ -42,11 +43,14 @@ class Timeline final : public Executor, public Clock, public MessagePump {
   std::uint32_t TickCount() const override;
   void Sleep(std::chrono::milliseconds duration) override;
 
-  bool HasMessageQueue() const override { return false; }
+  bool HasMessageQueue() const override;
   bool Step(std::chrono::milliseconds wait, const WakeSignal* signal) override;
+  void SetOwner(void* instance) override { system_->SetOwner(instance); }
 
  private:
   class Core;
+  const Mode mode_;
+  const std::shared_ptr<MessagePump> system_;
   const std::shared_ptr<Core> core_;  // shared with the radio's thread, which may outlive this
 };
 

@@ -1,0 +1,72 @@
+#include "platform/windows/WindowsPump.h"
+
+#include "platform/SystemServices.h"
+
+namespace corvaneble::platform {
+namespace windows {
+namespace {
+
+/// Input that ends a sleep: every kind but raw input and touch.
+constexpr DWORD kAnyInput = 0x1CFF;
+
+/// An event of the thread's own, which a signal sets for it.
+class WakeEvent {
+ public:
+  WakeEvent() : event_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {}
+  ~WakeEvent() { CloseHandle(event_); }
+  WakeEvent(const WakeEvent&) = delete;
+  WakeEvent& operator=(const WakeEvent&) = delete;
+
+  HANDLE Get() const { return event_; }
+
+ private:
+  const HANDLE event_;
+};
+
+HANDLE WakeEventOfThisThread() {
+  thread_local const WakeEvent event;
+  return event.Get();
+}
+
+}  // namespace
+
+bool WindowsPump::Step(std::chrono::milliseconds wait, const WakeSignal* signal) {
+  MSG message;
+  if (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return Dispatch(message);
+  const auto limit = static_cast<DWORD>(wait.count());
+  if (signal != nullptr) {
+    HANDLE event = WakeEventOfThisThread();
+    ResetEvent(event);  // an earlier wait may have ended otherwise
+    const WakeSignal::Waker waker(*signal, [event] { SetEvent(event); });
+    MsgWaitForMultipleObjects(1, &event, FALSE, limit, kAnyInput);
+  } else if (limit != 0) {
+    MsgWaitForMultipleObjects(0, nullptr, FALSE, limit, kAnyInput);
+  }
+  return window_.Exists();
+}
+
+bool WindowsPump::Dispatch(const MSG& message) const {
+  if (message.message == WM_QUIT) {  // for the host's own loop, not for a method that waits
+    PostQuitMessage(static_cast<int>(message.wParam));
+    return false;
+  }
+  TranslateMessage(&message);
+  DispatchMessageA(&message);
+  return message.message != WM_CLOSE && window_.Exists();
+}
+
+}  // namespace windows
+
+std::shared_ptr<MessagePump> SystemPump() {
+  return std::make_shared<windows::WindowsPump>();
+}
+
+void PrepareProcess() {
+  windows::RegisterMessageWindowClass();
+}
+
+void ReleaseProcess() {
+  windows::UnregisterMessageWindowClass();
+}
+
+}  // namespace corvaneble::platform
