@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
-"""Prints "PASSED FAILED SKIPPED" of the last test run in a build folder, or, with --unit, of the
-report of one program.
+"""Prints "PASSED FAILED SKIPPED" of the last test run in a build folder, or of one program's report.
+
+    count_tests.py FOLDER
+    count_tests.py --unit REPORT passed|failed     and how the program ended
 
 Every ctest entry counts as one case, except for the unit tests, whose cases count one by one. A
 report that should be there and is not (the program crashed) counts as a failure.
@@ -39,35 +41,31 @@ def count_unit(report: pathlib.Path):
                 yield "skipped"
 
 
-def main() -> None:
-    totals = {"passed": 0, "failed": 0, "skipped": 0}
-    if sys.argv[1] == "--unit":
-        try:
-            outcomes = list(count_unit(pathlib.Path(sys.argv[2])))
-        except (OSError, ValueError):
-            outcomes = ["failed"]
-        for outcome in outcomes:
-            totals[outcome] += 1
-        print(*totals.values())
-        return
-    folder = pathlib.Path(sys.argv[1])
+def outcomes_of_unit(report: pathlib.Path, run: str):
+    """The outcomes of a program's cases, and one more when no case failed but the run did: it
+    crashed, leaked, or raced."""
+    try:
+        outcomes = list(count_unit(report))
+    except (OSError, ValueError):
+        outcomes, run = [], "failed"
+    return outcomes + ["failed"] * (run == "failed" and "failed" not in outcomes)
+
+
+def outcomes_of_folder(folder: pathlib.Path):
     try:
         entries = list(count_ctest(folder / "ctest.xml"))
     except (OSError, xml.ParseError):
         entries = [("ctest", "failed")]
     for name, outcome in entries:
-        if name != "unit":
-            totals[outcome] += 1
-            continue
-        try:
-            outcomes = list(count_unit(folder / "unit.json"))
-        except (OSError, ValueError):
-            outcomes = []
-        if outcome == "failed" and "failed" not in outcomes:
-            outcomes.append("failed")  # crashed, leaked, or raced: no case failed, the run did
-        for each in outcomes:
-            totals[each] += 1
-    print(totals["passed"], totals["failed"], totals["skipped"])
+        yield from outcomes_of_unit(folder / "unit.json", outcome) if name == "unit" else [outcome]
+
+
+def main() -> None:
+    if sys.argv[1] == "--unit":
+        outcomes = outcomes_of_unit(pathlib.Path(sys.argv[2]), sys.argv[3])
+    else:
+        outcomes = list(outcomes_of_folder(pathlib.Path(sys.argv[1])))
+    print(*(outcomes.count(each) for each in ("passed", "failed", "skipped")))
 
 
 if __name__ == "__main__":

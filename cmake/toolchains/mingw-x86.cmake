@@ -5,5 +5,5 @@ set(prefix i686-w64-mingw32)
 include("${CMAKE_CURRENT_LIST_DIR}/mingw.cmake")
 
 # Hosts call with stacks aligned to 4 bytes, and expect floating point as on every other system.
-string(APPEND CMAKE_C_FLAGS_INIT " -msse2 -mfpmath=sse -mstackrealign")
-string(APPEND CMAKE_CXX_FLAGS_INIT " -msse2 -mfpmath=sse -mstackrealign")
+set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
+set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT}")

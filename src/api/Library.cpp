@@ -1,7 +1,5 @@
 #include "api/Library.h"
 
-#include <atomic>
-
 #include "platform/SystemServices.h"
 
 #ifdef _WIN32
@@ -10,8 +8,6 @@
 
 namespace corvaneble {
 namespace {
-
-std::atomic<void*> moduleHandle{nullptr};
 
 #ifndef _WIN32
 /// Lives from the loading of the library to its unloading.
@@ -28,23 +24,17 @@ const LoadedLibrary kLoadedLibrary;
 
 }  // namespace
 
-// Nothing here uses sockets or the system's security layer: the module and what the system's own
-// services want is all there is to prepare.
+// Nothing here uses sockets or the system's security layer: what the system's own services want is
+// all there is to prepare.
 
-std::int32_t StaticInit(void* module) {
-  moduleHandle = module;
+std::int32_t StaticInit(void* /*module*/) {
   platform::PrepareProcess();
   return 0;
 }
 
 std::int32_t StaticDestroy() {
   platform::ReleaseProcess();
-  moduleHandle = nullptr;
   return 0;
-}
-
-void* ModuleHandle() {
-  return moduleHandle;
 }
 
 }  // namespace corvaneble

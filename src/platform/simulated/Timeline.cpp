@@ -71,11 +71,7 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
     if (virtual_) return WaitVirtual(lock, duration, signal, nested);
     if (nested) return WaitNested(lock, duration, signal);
     lock.unlock();
-    if (signal) {
-      (void)signal->WaitFor(duration);
-    } else {
-      std::this_thread::sleep_for(duration);
-    }
+    std::this_thread::sleep_for(duration);  // for a signal, the system's pump waits
   }
 
   void Stop() {

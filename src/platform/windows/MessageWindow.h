@@ -20,7 +20,6 @@ class MessageWindow {
 
   void SetOwner(void* owner);
 
-  HWND Get() const { return window_; }
   /// False when somebody has destroyed it, or it could not be created.
   bool Exists() const { return IsWindow(window_) != FALSE; }
 
