@@ -169,22 +169,10 @@ void AttBearer::OnClosed(ChannelError error) {
 void AttBearer::OnPdu(ByteView pdu) {
   if (pdu.empty() || pdu.size() > kMaxMtu) return Drop();
   const Opcode opcode = OpcodeOf(pdu);
+  if (IsResponse(opcode)) return OnResponse(pdu);
   switch (opcode) {
     case Opcode::ErrorResponse:
       return OnErrorResponse(pdu);
-    case Opcode::ExchangeMtuResponse:
-    case Opcode::FindInformationResponse:
-    case Opcode::FindByTypeValueResponse:
-    case Opcode::ReadByTypeResponse:
-    case Opcode::ReadResponse:
-    case Opcode::ReadBlobResponse:
-    case Opcode::ReadMultipleResponse:
-    case Opcode::ReadByGroupTypeResponse:
-    case Opcode::WriteResponse:
-    case Opcode::PrepareWriteResponse:
-    case Opcode::ExecuteWriteResponse:
-    case Opcode::ReadMultipleVariableResponse:
-      return OnResponse(pdu);
     case Opcode::HandleValueNotification:
     case Opcode::HandleValueIndication:
       return OnHandleValue(pdu);

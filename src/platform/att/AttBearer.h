@@ -37,8 +37,9 @@ struct AttReply {
 /// server sends by itself, and the rules that end the channel. Whatever a server may send, each
 /// request ends exactly once.
 ///
-/// All operations may be called from any thread. Replies and events run on the channel's thread;
-/// a request that cannot be sent ends on the thread that found out. No lock is held meanwhile.
+/// All operations may be called from any thread. Events run on the channel's thread, replies there
+/// or on a thread that waits for one; a request that cannot be sent ends on the thread that found
+/// out. No lock is held meanwhile.
 class AttBearer final : public AttChannel::Listener,
                         public std::enable_shared_from_this<AttBearer> {
  public:

@@ -18,8 +18,10 @@ enum class ChannelError {
 /// One open ATT channel to a peer: whole PDUs in order, in both directions, reliable until closed.
 class AttChannel {
  public:
-  /// Called by the channel, one call at a time, on a thread of the backend. `OnClosed` is the last
-  /// call and comes exactly once, also after `Close`, never from inside it.
+  /// Called by the channel, one call at a time, on a thread of the backend; the response to any
+  /// request but the first may also come on a thread that waits for it, beside such a call.
+  /// `OnClosed` is the last call of the backend's and comes exactly once, also after `Close`, never
+  /// from inside it.
   class Listener {
    public:
     virtual void OnPdu(ByteView pdu) = 0;  ///< the bytes are valid only during the call

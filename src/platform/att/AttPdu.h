@@ -105,6 +105,27 @@ constexpr bool IsCommand(Opcode opcode) {
   return (static_cast<std::uint8_t>(opcode) & 0x40) != 0;
 }
 
+/// Whether a PDU of this opcode answers a request with what it asked for.
+constexpr bool IsResponse(Opcode opcode) {
+  switch (opcode) {
+    case Opcode::ExchangeMtuResponse:
+    case Opcode::FindInformationResponse:
+    case Opcode::FindByTypeValueResponse:
+    case Opcode::ReadByTypeResponse:
+    case Opcode::ReadResponse:
+    case Opcode::ReadBlobResponse:
+    case Opcode::ReadMultipleResponse:
+    case Opcode::ReadByGroupTypeResponse:
+    case Opcode::WriteResponse:
+    case Opcode::PrepareWriteResponse:
+    case Opcode::ExecuteWriteResponse:
+    case Opcode::ReadMultipleVariableResponse:
+      return true;
+    default:
+      return false;
+  }
+}
+
 /// Little-endian number at the front of `bytes`, which must hold two.
 constexpr std::uint16_t LoadU16(ByteView bytes) {
   return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);

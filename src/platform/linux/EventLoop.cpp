@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "platform/PlatformFailure.h"
+#include "platform/linux/FileDescriptor.h"
 
 namespace corvaneble::platform::linux_radio {
 namespace {
@@ -34,27 +35,13 @@ FileDescriptor Require(int fd) {
 
 }  // namespace
 
-FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
-    : fd_(std::exchange(other.fd_, -1)) {}
-
-FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
-  if (this != &other) {
-    Reset();
-    fd_ = std::exchange(other.fd_, -1);
-  }
-  return *this;
-}
-
-void FileDescriptor::Reset() {
-  if (const int fd = std::exchange(fd_, -1); fd >= 0) ::close(fd);
-}
-
 class EventLoop::Core : public std::enable_shared_from_this<Core> {
  public:
-  Core() : epoll_(Require(epoll_create1(EPOLL_CLOEXEC))), wake_(Require(eventfd(0, kWakeFlags))) {
-    epoll_event event{EPOLLIN, {}};
-    event.data.u64 = kWakeId;
-    epoll_ctl(epoll_.Get(), EPOLL_CTL_ADD, wake_.Get(), &event);
+  Core()
+      : epoll_(Require(epoll_create1(EPOLL_CLOEXEC))),
+        wake_(Require(eventfd(0, kWakeFlags))),
+        wakeBorrower_(Require(eventfd(0, kWakeFlags))) {
+    Control(EPOLL_CTL_ADD, wake_.Get(), kWakeId, EPOLLIN);
   }
 
   TaskId Submit(SteadyClock::time_point due, Task task) {
@@ -81,10 +68,8 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const std::lock_guard lock(mutex_);
     const WatchId id = ++lastId_;
     if (stopped_) return id;
-    watches_.emplace(id, Watched{fd, std::make_shared<ReadyHandler>(std::move(handler))});
-    epoll_event event{events, {}};
-    event.data.u64 = id;
-    epoll_ctl(epoll_.Get(), EPOLL_CTL_ADD, fd, &event);
+    watches_.emplace(id, Watched{fd, events, std::make_shared<ReadyHandler>(std::move(handler))});
+    Control(EPOLL_CTL_ADD, fd, id, events);
     StartThread();
     return id;
   }
@@ -93,9 +78,13 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const std::lock_guard lock(mutex_);
     const auto watched = watches_.find(id);
     if (watched == watches_.end()) return;
-    epoll_event event{events, {}};
-    event.data.u64 = id;
-    epoll_ctl(epoll_.Get(), EPOLL_CTL_MOD, watched->second.fd, &event);
+    watched->second.events = events;
+    Arm(*watched);
+  }
+
+  void Lend(WatchId id, std::weak_ptr<LendableInput> input) {
+    const std::lock_guard lock(mutex_);
+    lent_ = {id, std::move(input)};
   }
 
   void Unwatch(WatchId id) {
@@ -123,6 +112,15 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     }
   }
 
+  /// On any other thread: waits as long, and meanwhile takes the lent input if nobody else does.
+  void WaitOutside(milliseconds duration, const WakeSignal& signal) {
+    if (const Loan loan(*this); loan.input) {
+      if (TakeWhileWaiting(*loan.input, wakeBorrower_.Get(), signal, duration)) return;
+      duration = std::min(duration, kSignalCheck);  // its end will set the signal
+    }
+    signal.WaitFor(duration);
+  }
+
   void Stop() {
     Queue tasks;
     Watches watches;
@@ -147,14 +145,58 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
  private:
   struct Watched {
     int fd;
+    std::uint32_t events;
     std::shared_ptr<ReadyHandler> handler;
+  };
+  struct Lent {
+    WatchId id = 0;
+    std::weak_ptr<LendableInput> input;
+  };
+  /// The lent input while a thread of the host has it; null when there is none to be had.
+  struct Loan {
+    explicit Loan(Core& lender) : core(lender), input(core.Borrow()) {}
+    ~Loan() {
+      if (input) core.Return();
+    }
+    Loan(const Loan&) = delete;
+    Loan& operator=(const Loan&) = delete;
+
+    Core& core;
+    const std::shared_ptr<LendableInput> input;
   };
   using Queue = std::map<std::pair<SteadyClock::time_point, TaskId>, Task>;
   using Watches = std::unordered_map<WatchId, Watched>;
   static constexpr int kWakeFlags = EFD_CLOEXEC | EFD_NONBLOCK;
   static constexpr WatchId kWakeId = 0;
 
+  std::shared_ptr<LendableInput> Borrow() {
+    const std::lock_guard lock(mutex_);
+    const auto watched = watches_.find(lent_.id);
+    if (borrowed_ != 0 || watched == watches_.end()) return nullptr;
+    auto input = lent_.input.lock();
+    if (input) {
+      borrowed_ = lent_.id;
+      Arm(*watched);
+    }
+    return input;
+  }
+  void Return() {
+    const std::lock_guard lock(mutex_);
+    const auto watched = watches_.find(std::exchange(borrowed_, 0));
+    if (watched != watches_.end()) Arm(*watched);
+  }
+
   // Down to `TimeToSleep` all expect mutex_ to be held.
+  void Arm(const Watches::value_type& watched) {
+    const auto& [id, watch] = watched;
+    const std::uint32_t mine = id == borrowed_ ? ~std::uint32_t{EPOLLIN} : ~std::uint32_t{0};
+    Control(EPOLL_CTL_MOD, watch.fd, id, watch.events & mine);
+  }
+  void Control(int operation, int fd, WatchId id, std::uint32_t events) {
+    epoll_event event{events, {}};
+    event.data.u64 = id;
+    epoll_ctl(epoll_.Get(), operation, fd, &event);
+  }
   bool OnThread() const { return threadId_ == std::this_thread::get_id(); }
   void StartThread() {
     if (threadId_ != std::thread::id()) return;
@@ -223,6 +265,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
 
   const FileDescriptor epoll_;
   const FileDescriptor wake_;
+  const FileDescriptor wakeBorrower_;
   mutable std::mutex mutex_;  // guards every field below; never held by a task or handler
   std::thread thread_;
   std::thread::id threadId_;  ///< stays when the thread was detached
@@ -232,6 +275,8 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   Queue queue_;
   std::unordered_map<TaskId, SteadyClock::time_point> dueTimes_;  ///< of the queued tasks
   Watches watches_;
+  Lent lent_;
+  WatchId borrowed_ = 0;  ///< whose input a thread of the host takes; 0: none
 };
 
 EventLoop::EventLoop() : core_(std::make_shared<Core>()) {}
@@ -262,6 +307,9 @@ void EventLoop::SetEvents(WatchId id, std::uint32_t events) {
 void EventLoop::Unwatch(WatchId id) {
   core_->Unwatch(id);
 }
+void EventLoop::Lend(WatchId id, std::weak_ptr<LendableInput> input) {
+  core_->Lend(id, std::move(input));
+}
 
 bool EventLoop::IsLoopThread() const {
   return core_->IsLoopThread();
@@ -272,7 +320,8 @@ bool EventLoop::Step(milliseconds wait, const WakeSignal* signal) {
     const auto core = core_;  // what runs nested may end the radio
     core->WaitNested(wait, signal);
   } else if (signal) {
-    (void)signal->WaitFor(wait);
+    const auto core = core_;
+    core->WaitOutside(wait, *signal);
   } else {
     std::this_thread::sleep_for(wait);
   }

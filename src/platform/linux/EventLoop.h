@@ -8,27 +8,9 @@
 
 #include "platform/Clock.h"
 #include "platform/Executor.h"
+#include "platform/linux/LendableInput.h"
 
 namespace corvaneble::platform::linux_radio {
-
-/// A file descriptor that closes itself.
-class FileDescriptor {
- public:
-  FileDescriptor() = default;
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  FileDescriptor(FileDescriptor&& other) noexcept;
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  ~FileDescriptor() { Reset(); }
-
-  int Get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-  void Reset();
-
- private:
-  int fd_ = -1;
-};
 
 /// The thread of the Linux radio ("the radio's thread"), started with the first work: runs tasks
 /// when they are due and handlers when their file descriptors are ready.
@@ -59,6 +41,10 @@ class EventLoop final : public Executor, public MessagePump {
   [[nodiscard]] WatchId Watch(int fd, std::uint32_t events, ReadyHandler handler);
   void SetEvents(WatchId id, std::uint32_t events);
   void Unwatch(WatchId id);
+
+  /// Lets threads of the host that wait in `Step` take the input of a watched descriptor in place
+  /// of the radio's thread: one of them at a time, and of the input that was lent last. Any thread.
+  void Lend(WatchId id, std::weak_ptr<LendableInput> input);
 
   bool IsLoopThread() const;
 

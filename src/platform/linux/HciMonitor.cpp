@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/linux/BluetoothSockets.h"
+#include "platform/linux/FileDescriptor.h"
 
 namespace corvaneble::platform::linux_radio {
 namespace {

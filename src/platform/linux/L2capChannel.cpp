@@ -3,11 +3,10 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
-#include "platform/att/AttPdu.h"
 #include "platform/linux/BluetoothSockets.h"
 
 namespace corvaneble::platform::linux_radio {
@@ -47,6 +46,7 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   watch_ = loop_->Watch(socket_.Get(), EPOLLIN, [weak = weak_from_this()](std::uint32_t events) {
     if (const auto self = weak.lock()) self->OnReady(events);
   });
+  loop_->Lend(watch_, weak_from_this());
 }
 
 bool L2capChannel::Send(ByteView pdu) {
@@ -65,7 +65,7 @@ bool L2capChannel::Send(ByteView pdu) {
 }
 
 void L2capChannel::OnReady(std::uint32_t events) {
-  if ((events & EPOLLIN) != 0) Receive();
+  if ((events & ~EPOLLOUT) != 0) Receive();
   if (!open_) return;
   const bool ended = (events & (EPOLLERR | EPOLLHUP)) != 0;
   if ((events & EPOLLOUT) != 0) {
@@ -84,16 +84,53 @@ void L2capChannel::OnReady(std::uint32_t events) {
 void L2capChannel::Receive() {
   const int batch = ++filled_ < kSignsOfABurst ? 1 : kLargestBatch;
   for (int i = 0; i < batch && open_; ++i) {
-    std::array<std::uint8_t, att::kMaxMtu> pdu;  // one each: a call may be nested in a call
-    const ssize_t size = recv(socket_.Get(), pdu.data(), pdu.size(), MSG_DONTWAIT);
-    if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
-      if (i < 2) filled_ = 0;
-      return;
-    }
-    if (size <= 0) return End(size == 0 ? att::ChannelError::Unreachable : ToChannelError(errno));
-    if (const auto listener = listener_.lock())
-      listener->OnPdu(ByteView(pdu).first(static_cast<std::size_t>(size)));
+    if (ReceiveOne()) continue;
+    if (i < 2) filled_ = 0;
+    return;
   }
+}
+
+bool L2capChannel::ReceiveOne() {
+  PduBuffer pdu;  // one each: a call may be nested in a call
+  const ssize_t size = Next(pdu);
+  if (size < 0 && (errno == EAGAIN || errno == EINTR)) return false;
+  if (size > 0)
+    Deliver(ByteView(pdu).first(static_cast<std::size_t>(size)));
+  else
+    End(size == 0 ? att::ChannelError::Unreachable : ToChannelError(errno));
+  return size > 0;
+}
+
+// What another thread has kept comes first: values must not overtake each other.
+ssize_t L2capChannel::Next(PduBuffer& pdu) {
+  const std::lock_guard lock(inputMutex_);
+  if (kept_.empty()) return recv(socket_.Get(), pdu.data(), pdu.size(), MSG_DONTWAIT);
+  const Bytes next = std::move(kept_.front());
+  kept_.pop_front();
+  std::ranges::copy(next, pdu.begin());
+  return static_cast<ssize_t>(next.size());
+}
+
+// Only what raises no event may be handled here. The answer to the ATT_MTU does: the link is there.
+void L2capChannel::TakeOne() {
+  PduBuffer buffer;
+  std::unique_lock lock(inputMutex_);
+  const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+  if (size <= 0) return;  // if that is the end, the radio's thread sees it too
+  const ByteView pdu = ByteView(buffer).first(static_cast<std::size_t>(size));
+  const att::Opcode opcode = att::OpcodeOf(pdu);
+  if (att::IsResponse(opcode) && opcode != att::Opcode::ExchangeMtuResponse) {
+    lock.unlock();
+    return Deliver(pdu);
+  }
+  kept_.emplace_back(pdu.begin(), pdu.end());
+  loop_->Post([weak = weak_from_this()] {
+    if (const auto self = weak.lock(); self && self->open_) self->ReceiveOne();
+  });
+}
+
+void L2capChannel::Deliver(ByteView pdu) {
+  if (const auto listener = listener_.lock()) listener->OnPdu(pdu);
 }
 
 void L2capChannel::SendWaiting() {

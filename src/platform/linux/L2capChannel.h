@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/types.h>
+
+#include <array>
 #include <atomic>
 #include <deque>
 #include <functional>
@@ -7,7 +10,10 @@
 #include <mutex>
 
 #include "platform/att/AttChannel.h"
+#include "platform/att/AttPdu.h"
 #include "platform/linux/EventLoop.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/LendableInput.h"
 
 namespace corvaneble::platform::linux_radio {
 
@@ -16,7 +22,9 @@ namespace corvaneble::platform::linux_radio {
 
 /// The kernel's ATT channel to one device: a connected L2CAP socket, one PDU a packet. The listener
 /// is called on the radio's thread; a wait inside one of its calls runs the next call nested.
+/// Responses may come on a thread of the host instead, one that waits in the loop.
 class L2capChannel final : public att::AttChannel,
+                           public LendableInput,
                            public std::enable_shared_from_this<L2capChannel> {
  public:
   /// `keepAlive` lives as long as the channel: whatever the loop belongs to.
@@ -30,10 +38,18 @@ class L2capChannel final : public att::AttChannel,
   /// Has the kernel encrypt the link, and pair when there is no key yet.
   void RaiseSecurity(std::function<void(bool raised)> done) override;
 
+  int Descriptor() const override { return socket_.Get(); }
+  void TakeOne() override;
+
  private:
+  using PduBuffer = std::array<std::uint8_t, att::kMaxMtu>;
+
   void Listen(std::weak_ptr<Listener> listener);
   void OnReady(std::uint32_t events);
   void Receive();
+  bool ReceiveOne();
+  ssize_t Next(PduBuffer& pdu);
+  void Deliver(ByteView pdu);
   void SendWaiting();
   void Secure(std::function<void(bool raised)> done);
   bool IsSecured() const;
@@ -49,10 +65,14 @@ class L2capChannel final : public att::AttChannel,
   std::mutex mutex_;           // guards what waits to be sent
   std::deque<Bytes> waiting_;  ///< PDUs that the kernel had no room for
 
+  std::mutex inputMutex_;  // held while a PDU is received; guards what was received and not handled
+  std::deque<Bytes> kept_;  ///< PDUs for the radio's thread that another has taken
+
+  std::weak_ptr<Listener> listener_;  // set before the first PDU is asked for
+
   // Below: the radio's thread alone.
   EventLoop::WatchId watch_ = 0;
   int filled_ = 0;  ///< how often in a row there were as many PDUs as asked for
-  std::weak_ptr<Listener> listener_;
   std::function<void(bool raised)> securityDone_;
   EventLoop::TaskId securityTimer_ = 0;
 };

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/linux/BluetoothSockets.h"
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/L2capChannel.h"
 
 namespace corvaneble::platform::linux_radio {
