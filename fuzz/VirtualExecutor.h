@@ -14,6 +14,7 @@ namespace corvaneble::fuzz {
 /// the same every time, and a timeout costs nothing.
 class VirtualExecutor final : public platform::Executor {
  public:
+  TimePoint Now() const override { return TimePoint(now_); }
   TaskId Post(Task task) override { return PostAfter({}, std::move(task)); }
   TaskId PostAfter(std::chrono::milliseconds delay, Task task) override {
     const Due due{now_ + delay, ++lastId_};

@@ -40,6 +40,7 @@ std::string Repeat(const std::string& word, std::size_t count) {
 // Runs everything on the test's own thread, when told to; time passes in Advance alone.
 class ManualExecutor final : public Executor {
  public:
+  TimePoint Now() const override { return TimePoint(now_); }
   TaskId Post(Task task) override { return PostAfter(milliseconds(0), std::move(task)); }
   TaskId PostAfter(milliseconds delay, Task task) override {
     tasks_.emplace(std::pair(now_ + delay, ++lastId_), std::move(task));
@@ -435,6 +436,7 @@ TEST_F(AttTest, RequestsOfThePeerAreAnswered) {
 
 TEST_F(AttTest, SilenceFor30SecondsEndsTheBearerAndTheNextOperationOpensAnother) {
   const auto characteristic = OpenCharacteristic();
+  executor->Advance(milliseconds(10'000));  // answered requests end nothing
   peer->On("0A 12 00");
   const auto silent = characteristic->ReadValueAsync(kUncached);
   const auto queued = characteristic->ReadValueAsync(kUncached);
@@ -449,6 +451,7 @@ TEST_F(AttTest, SilenceFor30SecondsEndsTheBearerAndTheNextOperationOpensAnother)
   executor->Advance(milliseconds(1));
   ExpectStatus(Finish(silent), GattCommunicationStatus::Unreachable);
   ExpectStatus(Finish(retry), GattCommunicationStatus::Success);
+  executor->Advance(kTransactionTimeout);
   EXPECT_EQ(linkChanges, "open closed open ");
   EXPECT_EQ(executor->Pending(), 0U);  // no timer is left behind
 }

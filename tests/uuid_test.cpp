@@ -112,12 +112,12 @@ TEST(AdvertisementUuids, SectionsGoByWidthAndMalformedOnesFail) {
 
 TEST(Identifiers, RoundTrip) {
   EXPECT_STREQ(GattId(0x000C, 0x000E, 0).c_str(), "000C000E0000");
-  const auto id = GattId::Parse("000c000e00FF");
-  ASSERT_TRUE(id);
-  EXPECT_EQ(id->ServiceIdOf().View(), "000C00000000");
-  EXPECT_EQ(id->CharacteristicIdOf().View(), "000C000E0000");
+  const GattId id(0x000C, 0x000E, 0x00FF);
+  EXPECT_EQ(GattId::ParseKey("000c000e00FF"), id.ToKey());
+  EXPECT_EQ(id.ServiceIdOf().View(), "000C00000000");
+  EXPECT_EQ(id.CharacteristicIdOf().View(), "000C000E0000");
   for (const char* bad : {"", "000C", "000C000E00000", "000C000E000G"}) {
-    EXPECT_FALSE(GattId::Parse(bad)) << bad;
+    EXPECT_FALSE(GattId::ParseKey(bad)) << bad;
   }
   EXPECT_STREQ(ServerId(0x00A050C4E2F1).c_str(), "00A050C4E2F1");
   EXPECT_EQ(ParseServerId("00a050c4e2f1zz"), 0x00A050C4E2F1U);

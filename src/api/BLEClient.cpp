@@ -2,6 +2,7 @@
 
 #include <array>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "frame/Text.h"
@@ -71,10 +72,12 @@ std::int32_t BLEClient::Fire(EventId event, std::span<const EventValue> values) 
 }
 
 std::int32_t BLEClient::Invoke(const EventInfo& info, std::span<const EventValue> values) {
-  std::array<std::intptr_t, kMaxEventParameters> params{};
-  std::array<std::int32_t, kMaxEventParameters> lengths{};
-  WideTexts wide;
+  std::array<std::intptr_t, kMaxEventParameters> params;
+  std::array<std::int32_t, kMaxEventParameters> lengths;
+  std::optional<WideTexts> wide;  // costs something even when nothing is in it
+  if (unicodeEvents_) wide.emplace();
   for (std::size_t i = 0; i < values.size(); ++i) {
+    lengths[i] = 0;
     switch (info.parameters[i]) {
       case 'i':
         params[i] = values[i].integer;
@@ -84,8 +87,8 @@ std::int32_t BLEClient::Invoke(const EventInfo& info, std::span<const EventValue
         lengths[i] = static_cast<std::int32_t>(values[i].bytes.size());
         break;
       default:
-        params[i] = unicodeEvents_ ? WideText(engine_.Codec(), values[i].text, wide[i])
-                                   : Pointer(values[i].text);
+        params[i] =
+            wide ? WideText(engine_.Codec(), values[i].text, (*wide)[i]) : Pointer(values[i].text);
     }
   }
   return callback_(userData_, static_cast<std::int32_t>(info.id),

@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,21 @@ void AppendPart(std::string& out, T value) {
   out.append(digits, result.ptr);
 }
 
+// How much room a part needs at most.
+constexpr std::size_t RoomFor(std::string_view part) {
+  return part.size();
+}
+constexpr std::size_t RoomFor(Quoted part) {
+  return part.text.size() + 2;
+}
+constexpr std::size_t RoomFor(Hex /*part*/) {
+  return 8;
+}
+template <std::integral T>
+constexpr std::size_t RoomFor(T /*value*/) {
+  return std::numeric_limits<T>::digits10 + 2;
+}
+
 inline constexpr char kUpperCaseDigits[] = "0123456789ABCDEF";
 
 inline constexpr char ToUpperAscii(char c) {
@@ -54,6 +70,7 @@ inline void AppendPart(std::string& out, Hex part) {
 template <class... Parts>
 std::string Concat(const Parts&... parts) {
   std::string out;
+  out.reserve((RoomFor(parts) + ... + 0));
   (AppendPart(out, parts), ...);
   return out;
 }

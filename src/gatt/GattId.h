@@ -20,8 +20,8 @@ class GattId {
   constexpr GattId(std::uint16_t service, std::uint16_t characteristic, std::uint16_t descriptor)
       : GattId(Key{service} << 32 | Key{characteristic} << 16 | descriptor) {}
 
-  /// The id a host wrote, of either letter case; none unless it has exactly 12 digits.
-  static constexpr std::optional<GattId> Parse(std::string_view text) {
+  /// The key of an id a host wrote, of either letter case; none unless it has exactly 12 digits.
+  static constexpr std::optional<Key> ParseKey(std::string_view text) {
     if (text.size() != kLength) return std::nullopt;
     Key key = 0;
     for (const char c : text) {
@@ -29,35 +29,33 @@ class GattId {
       if (digit < 0) return std::nullopt;
       key = key << 4 | static_cast<Key>(digit);
     }
-    return GattId(key);
+    return key;
   }
 
   constexpr bool IsEmpty() const { return text_[0] == '\0'; }
   constexpr const char* c_str() const { return text_.data(); }
   constexpr std::string_view View() const { return {text_.data(), IsEmpty() ? 0 : kLength}; }
 
-  constexpr Key ToKey() const {
-    Key key = 0;
-    for (const char c : View())
-      key = key << 4 | static_cast<Key>(HexDigitValue(c));
-    return key;
-  }
+  constexpr Key ToKey() const { return key_; }
 
   /// The id of the owning service, or of the owning characteristic.
-  constexpr GattId ServiceIdOf() const { return GattId(ToKey() & 0xFFFF'0000'0000); }
-  constexpr GattId CharacteristicIdOf() const { return GattId(ToKey() & 0xFFFF'FFFF'0000); }
+  constexpr GattId ServiceIdOf() const { return GattId(ServiceOf(key_)); }
+  constexpr GattId CharacteristicIdOf() const { return GattId(CharacteristicOf(key_)); }
+  static constexpr Key ServiceOf(Key key) { return key & 0xFFFF'0000'0000; }
+  static constexpr Key CharacteristicOf(Key key) { return key & 0xFFFF'FFFF'0000; }
 
   friend constexpr bool operator==(const GattId&, const GattId&) = default;
 
  private:
   static constexpr std::size_t kLength = 12;
 
-  explicit constexpr GattId(Key key) {
+  explicit constexpr GattId(Key key) : key_(key) {
     for (std::size_t i = kLength; i-- > 0; key >>= 4)
       text_[i] = kUpperCaseDigits[key & 0x0F];
   }
 
-  std::array<char, kLength + 1> text_{};
+  Key key_ = 0;
+  std::array<char, kLength + 1> text_{};  ///< the same as a text; empty for an empty id
 };
 
 }  // namespace corvaneble

@@ -9,9 +9,9 @@ namespace {
 
 template <class Entry>
 std::shared_ptr<Entry> Find(const std::unordered_map<GattId::Key, std::shared_ptr<Entry>>& index,
-                            const std::optional<GattId>& id) {
-  if (!id) return nullptr;
-  const auto found = index.find(id->ToKey());
+                            std::optional<GattId::Key> key) {
+  if (!key) return nullptr;
+  const auto found = index.find(*key);
   return found != index.end() ? found->second : nullptr;
 }
 
@@ -59,12 +59,12 @@ std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
     const GattId& id) {
   {
     const std::lock_guard lock(mutex_);
-    if (auto known = Find(lists_.characteristicIndex, id)) return {std::move(known), false};
+    if (auto known = Find(lists_.characteristicIndex, id.ToKey())) return {std::move(known), false};
   }
   auto entry = std::make_shared<CharacteristicEntry>(std::move(object), id);
   entry->valueChanged = entry->platform->OnValueChanged(valueChanged_);
   const std::lock_guard lock(mutex_);
-  if (Find(lists_.serviceIndex, service->id) != service) return {std::move(entry), true};
+  if (Find(lists_.serviceIndex, service->id.ToKey()) != service) return {std::move(entry), true};
   const auto [position, isNew] = lists_.characteristicIndex.try_emplace(id.ToKey(), entry);
   if (isNew) {
     service->characteristics.push_back(entry);
@@ -78,7 +78,7 @@ std::pair<DescriptorPtr, bool> GattObjectTree::AddDescriptor(
     const GattId& id) {
   auto entry = std::make_shared<DescriptorEntry>(std::move(object), id);
   const std::lock_guard lock(mutex_);
-  if (Find(lists_.characteristicIndex, characteristic->id) != characteristic) {
+  if (Find(lists_.characteristicIndex, characteristic->id.ToKey()) != characteristic) {
     return {std::move(entry), true};
   }
   const auto [position, isNew] = lists_.descriptorIndex.try_emplace(id.ToKey(), entry);
@@ -95,7 +95,7 @@ void GattObjectTree::Link(const ServicePtr& child, const ServicePtr& parent) {
 ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
   {
     const std::lock_guard lock(mutex_);
-    if (auto found = Find(lists_.serviceIndex, GattId::Parse(serviceId))) return found;
+    if (auto found = Find(lists_.serviceIndex, GattId::ParseKey(serviceId))) return found;
   }
   errors_.SetLastText(
       Concat("No service with the ID ", Quoted{serviceId}, " has been discovered."));
@@ -104,9 +104,9 @@ ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
 
 CharacteristicPtr GattObjectTree::FindCharacteristic(std::string_view serviceId,
                                                      std::string_view characteristicId) const {
-  const auto service = GattId::Parse(serviceId);
-  const auto id = GattId::Parse(characteristicId);
-  if (service && id && id->ServiceIdOf() == *service) {
+  const auto service = GattId::ParseKey(serviceId);
+  const auto id = GattId::ParseKey(characteristicId);
+  if (service && id && GattId::ServiceOf(*id) == *service) {
     const std::lock_guard lock(mutex_);
     if (auto found = Find(lists_.characteristicIndex, id)) return found;
   }
@@ -116,9 +116,9 @@ CharacteristicPtr GattObjectTree::FindCharacteristic(std::string_view serviceId,
 
 DescriptorPtr GattObjectTree::FindDescriptor(std::string_view characteristicId,
                                              std::string_view descriptorId) const {
-  const auto characteristic = GattId::Parse(characteristicId);
-  const auto id = GattId::Parse(descriptorId);
-  if (characteristic && id && id->CharacteristicIdOf() == *characteristic) {
+  const auto characteristic = GattId::ParseKey(characteristicId);
+  const auto id = GattId::ParseKey(descriptorId);
+  if (characteristic && id && GattId::CharacteristicOf(*id) == *characteristic) {
     const std::lock_guard lock(mutex_);
     if (auto found = Find(lists_.descriptorIndex, id)) return found;
   }
@@ -132,7 +132,8 @@ ErrorCode GattObjectTree::RequireCharacteristic(std::string_view serviceId,
                                                 std::string_view characteristicId) const {
   {
     const std::lock_guard lock(mutex_);
-    if (Find(lists_.characteristicIndex, GattId::Parse(characteristicId))) return error::kSuccess;
+    if (Find(lists_.characteristicIndex, GattId::ParseKey(characteristicId)))
+      return error::kSuccess;
   }
   SetNoCharacteristicText(serviceId, characteristicId);
   return error::kNotDiscovered;
@@ -150,7 +151,7 @@ CharacteristicPtr GattObjectTree::FindCharacteristicByObject(
   const std::lock_guard lock(mutex_);
   const auto found = lists_.objectIndex.find(&object);
   if (found == lists_.objectIndex.end()) return nullptr;
-  return Find(lists_.characteristicIndex, found->second->id);
+  return Find(lists_.characteristicIndex, found->second->id.ToKey());
 }
 
 std::vector<ServicePtr> GattObjectTree::Services() const {

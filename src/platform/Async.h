@@ -1,11 +1,11 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <utility>
 
+#include "platform/Callback.h"
 #include "platform/PlatformFailure.h"
 
 namespace corvaneble::platform {
@@ -14,7 +14,7 @@ namespace corvaneble::platform {
 template <class T>
 class AsyncOperation {
  public:
-  using Completed = std::function<void(AsyncOperation<T>&)>;
+  using Completed = Callback<void(AsyncOperation<T>&)>;
 
   virtual ~AsyncOperation() = default;
 

@@ -13,6 +13,10 @@ class BorrowedExecutor final : public Executor {
  public:
   explicit BorrowedExecutor(std::weak_ptr<Executor> executor) : executor_(std::move(executor)) {}
 
+  TimePoint Now() const override {
+    const auto executor = executor_.lock();
+    return executor ? executor->Now() : TimePoint();
+  }
   TaskId Post(Task task) override {
     return PostAfter(std::chrono::milliseconds{0}, std::move(task));
   }

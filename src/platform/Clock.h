@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -33,15 +34,12 @@ class WakeSignal {
     wake_.notify_all();
   }
 
-  bool IsSet() const {
-    const std::lock_guard lock(mutex_);
-    return set_;
-  }
+  bool IsSet() const { return set_; }
 
   /// Waits in real time until the flag is set or `limit` has passed; returns the flag.
   bool WaitFor(std::chrono::milliseconds limit) const {
     std::unique_lock lock(mutex_);
-    return wake_.wait_for(lock, limit, [this] { return set_; });
+    return wake_.wait_for(lock, limit, [this] { return IsSet(); });
   }
 
   /// While it lives, `wake` is called when the flag is set, or at once: for a thread that waits for
@@ -71,7 +69,7 @@ class WakeSignal {
   mutable std::mutex mutex_;  // guards all below
   mutable std::condition_variable wake_;
   mutable std::function<void()> wakeElsewhere_;
-  bool set_ = false;
+  std::atomic<bool> set_{false};  // set under the lock
 };
 
 /// Keeps the calling thread alive to its surroundings while a method waits: window messages on

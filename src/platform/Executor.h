@@ -13,8 +13,12 @@ class Executor {
   using Task = std::function<void()>;
   /// Names a delayed task; never 0, never reused.
   using TaskId = std::uint64_t;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
   virtual ~Executor() = default;
+
+  /// The time that delays are counted in: the machine's, or a simulated radio's.
+  virtual TimePoint Now() const = 0;
 
   virtual TaskId Post(Task task) = 0;
   virtual TaskId PostAfter(std::chrono::milliseconds delay, Task task) = 0;

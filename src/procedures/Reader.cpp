@@ -1,5 +1,7 @@
 #include "procedures/Reader.h"
 
+#include <utility>
+
 #include "procedures/ValueTarget.h"
 
 namespace corvaneble {
@@ -53,7 +55,7 @@ ErrorCode Reader::Read(const Entry& entry, const char* noun, BluetoothCacheMode 
     parts_.log.Write(LogLevel::Information, log_type::kRead, "Successfully read value for ", kind,
                      " ID ", id, ".");
   }
-  value = read.result->value;
+  value = std::move(read.result->value);
   return error::kSuccess;
 }
 

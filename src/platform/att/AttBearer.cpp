@@ -6,6 +6,8 @@
 
 namespace corvaneble::platform::att {
 
+using std::chrono::milliseconds;
+
 namespace {
 
 AttReply Answered(ByteView pdu) {
@@ -99,14 +101,16 @@ bool AttBearer::IsUsable() const {
 }
 
 void AttBearer::Begin(Exchange exchange) {
-  exchange.serial = ++lastSerial_;
   exchange.sentSecured = security_ == Security::Raised;
-  exchange.timer = executor_->PostAfter(kTransactionTimeout,
-                                        [weak = weak_from_this(), serial = exchange.serial] {
-                                          if (const auto self = weak.lock())
-                                            self->OnTimeout(serial);
-                                        });
+  exchange.deadline = executor_->Now() + kTransactionTimeout;
   outstanding_ = std::move(exchange);
+  if (timer_ == 0) SetTimer(kTransactionTimeout);
+}
+
+void AttBearer::SetTimer(milliseconds delay) {
+  timer_ = executor_->PostAfter(delay, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->OnTimer();
+  });
 }
 
 std::optional<Pdu> AttBearer::BeginNext() {
@@ -119,7 +123,6 @@ std::optional<Pdu> AttBearer::BeginNext() {
 
 std::optional<AttBearer::Exchange> AttBearer::TakeOutstanding(Opcode request) {
   if (!outstanding_ || OpcodeOf(outstanding_->request) != request) return std::nullopt;
-  executor_->Cancel(outstanding_->timer);
   return std::exchange(outstanding_, std::nullopt);
 }
 
@@ -135,8 +138,8 @@ void AttBearer::Shutdown(ChannelError reason) {
     if (dead_) return;
     dead_ = true;
     reason_ = reason;
+    executor_->Cancel(timer_);
     if (outstanding_) {
-      executor_->Cancel(outstanding_->timer);
       lost.push_back(std::move(*outstanding_));
       outstanding_.reset();
     }
@@ -152,10 +155,15 @@ void AttBearer::Shutdown(ChannelError reason) {
     exchange.reply(Lost(reason));
 }
 
-void AttBearer::OnTimeout(std::uint64_t serial) {
+// A request that is answered in time leaves the timer as it is: setting and cancelling one each
+// would cost more than to find now and then that there is time left.
+void AttBearer::OnTimer() {
   {
     const std::lock_guard lock(mutex_);
-    if (!outstanding_ || outstanding_->serial != serial) return;
+    timer_ = 0;
+    if (!outstanding_) return;
+    const auto left = std::chrono::ceil<milliseconds>(outstanding_->deadline - executor_->Now());
+    if (left > milliseconds{0}) return SetTimer(left);
   }
   Shutdown(ChannelError::Unreachable);
 }

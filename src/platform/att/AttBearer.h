@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/Callback.h"
 #include "platform/Executor.h"
 #include "platform/att/AttChannel.h"
 #include "platform/att/AttPdu.h"
@@ -43,7 +44,7 @@ struct AttReply {
 class AttBearer final : public AttChannel::Listener,
                         public std::enable_shared_from_this<AttBearer> {
  public:
-  using Reply = std::function<void(const AttReply&)>;
+  using Reply = Callback<void(const AttReply&)>;
 
   class Listener {
    public:
@@ -90,20 +91,20 @@ class AttBearer final : public AttChannel::Listener,
   struct Exchange {
     Pdu request;
     Reply reply;
-    std::uint64_t serial = 0;
-    Executor::TaskId timer = 0;
+    Executor::TimePoint deadline{};
     bool sentSecured = false;  ///< the link had been secured when the request went out
     ErrorCode refusal{};       ///< why it waits for security
   };
 
-  // All three expect mutex_ to be held.
+  // All four expect mutex_ to be held.
   void Begin(Exchange exchange);
+  void SetTimer(std::chrono::milliseconds delay);
   std::optional<Pdu> BeginNext();
   std::optional<Exchange> TakeOutstanding(Opcode request);
 
   void Transmit(ByteView pdu);
   void Shutdown(ChannelError reason);
-  void OnTimeout(std::uint64_t serial);
+  void OnTimer();
   void OnSecurityRaised(bool raised);
 
   void OnResponse(ByteView pdu);
@@ -124,7 +125,7 @@ class AttBearer final : public AttChannel::Listener,
   std::optional<Exchange> outstanding_;
   std::deque<Exchange> queue_;
   std::vector<Exchange> awaitingSecurity_;
-  std::uint64_t lastSerial_ = 0;
+  Executor::TaskId timer_ = 0;  ///< for the first deadline of some that came one by one; 0: none
   Security security_ = Security::Untried;
   bool dead_ = false;
   ChannelError reason_ = ChannelError::None;

@@ -17,7 +17,7 @@ namespace corvaneble::platform::att {
 class AttLink final : public AttBearer::Listener, public std::enable_shared_from_this<AttLink> {
  public:
   /// Called with a bearer that is ready for use, or with null and the reason why there is none.
-  using Use = std::function<void(const std::shared_ptr<AttBearer>& bearer, ChannelError error)>;
+  using Use = Callback<void(const std::shared_ptr<AttBearer>& bearer, ChannelError error)>;
 
   /// Told about the link on the channel's thread, without any lock held.
   class Observer {

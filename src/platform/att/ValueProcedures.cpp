@@ -146,13 +146,12 @@ void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
         HandleValue{Opcode::WriteRequest, handle, value}.Build(),
         [done = std::move(done)](const AttReply& reply) { done(StatusOf(reply)); });
   longWrites->Run([=, value = std::move(value),
-                   done = std::move(done)](std::function<void()> finished) {
-    std::make_shared<LongWrite>(bearer, handle, value,
-                                [done, finished = std::move(finished)](const GattResult& status) {
-                                  finished();
-                                  done(status);
-                                })
-        ->PrepareNext();
+                   done = std::move(done)](Callback<void()> finished) mutable {
+    auto both = [done = std::move(done), finished = std::move(finished)](const GattResult& status) {
+      finished();
+      done(status);
+    };
+    std::make_shared<LongWrite>(bearer, handle, std::move(value), std::move(both))->PrepareNext();
   });
 }
 

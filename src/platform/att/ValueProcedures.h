@@ -13,8 +13,8 @@
 /// however many requests that takes.
 namespace corvaneble::platform::att {
 
-using ReadDone = std::function<void(const GattResult& status, Bytes value)>;
-using WriteDone = std::function<void(const GattResult& status)>;
+using ReadDone = Callback<void(const GattResult& status, Bytes value)>;
+using WriteDone = Callback<void(const GattResult& status)>;
 
 /// Reads a value: Read, and Read Blob for as long as the answers are full. A server that calls the
 /// attribute not long, or the offset invalid, only says that there is no more. A value of more
@@ -26,7 +26,7 @@ void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t hand
 class LongWriteQueue : public std::enable_shared_from_this<LongWriteQueue> {
  public:
   /// A write; it calls `finished` once, when the next one may begin.
-  using Job = std::function<void(std::function<void()> finished)>;
+  using Job = Callback<void(Callback<void()> finished)>;
 
   void Run(Job job);
 

@@ -31,6 +31,7 @@ class EventLoop final : public Executor, public MessagePump {
   EventLoop(const EventLoop&) = delete;
   EventLoop& operator=(const EventLoop&) = delete;
 
+  TimePoint Now() const override { return std::chrono::steady_clock::now(); }
   TaskId Post(Task task) override;
   TaskId PostAfter(std::chrono::milliseconds delay, Task task) override;
   void Cancel(TaskId id) override;

@@ -23,7 +23,6 @@ namespace corvaneble::platform::simulated {
 /// timeline dies are dropped; it may die inside a task.
 class Timeline final : public Executor, public Clock, public MessagePump {
  public:
-  using TimePoint = std::chrono::steady_clock::time_point;
   enum class Mode { Real, Virtual };
 
   explicit Timeline(Mode mode);
@@ -32,7 +31,7 @@ class Timeline final : public Executor, public Clock, public MessagePump {
   Timeline& operator=(const Timeline&) = delete;
 
   /// The present time; in virtual mode it begins at the clock's epoch.
-  TimePoint Now() const;
+  TimePoint Now() const override;
 
   TaskId Post(Task task) override;
   TaskId PostAfter(std::chrono::milliseconds delay, Task task) override;
