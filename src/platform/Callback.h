@@ -22,7 +22,7 @@ class Callback<Result(Args...)> {
   template <class Callable>
   requires(!std::same_as<std::remove_cvref_t<Callable>, Callback> &&
            std::is_invocable_r_v<Result, std::remove_cvref_t<Callable>&, Args...>)
-      Callback(Callable&& callable) {  // NOLINT(google-explicit-constructor): as std::function's
+      Callback(Callable&& callable) {  // NOLINT: converts from anything callable, as std::function
     using Kept = std::remove_cvref_t<Callable>;
     if constexpr (FitsInside<Kept>()) {
       ::new (static_cast<void*>(inside_)) Kept(std::forward<Callable>(callable));
@@ -63,7 +63,7 @@ class Callback<Result(Args...)> {
 
   template <class Kept>
   static constexpr bool FitsInside() {
-    return sizeof(Kept) <= kInside && alignof(Kept) <= alignof(void*) &&
+    return sizeof(Kept) <= kInside && alignof(void*) % alignof(Kept) == 0 &&
            std::is_nothrow_move_constructible_v<Kept>;
   }
 

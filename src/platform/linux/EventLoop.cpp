@@ -1,20 +1,11 @@
 #include "platform/linux/EventLoop.h"
 
-#include <sys/epoll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <map>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <unordered_map>
 #include <utility>
-
-#include "platform/PlatformFailure.h"
-#include "platform/linux/FileDescriptor.h"
 
 namespace corvaneble::platform::linux_radio {
 namespace {
@@ -27,23 +18,10 @@ using SteadyClock = std::chrono::steady_clock;
 constexpr milliseconds kSignalCheck{5};
 constexpr milliseconds kLongestWait = std::chrono::hours(1);
 
-FileDescriptor Require(int fd) {
-  if (fd >= 0) return FileDescriptor(fd);
-  throw PlatformFailure(
-      errno, "The Bluetooth radio cannot be opened: " + std::string(std::strerror(errno)) + ".");
-}
-
 }  // namespace
 
 class EventLoop::Core : public std::enable_shared_from_this<Core> {
  public:
-  Core()
-      : epoll_(Require(epoll_create1(EPOLL_CLOEXEC))),
-        wake_(Require(eventfd(0, kWakeFlags))),
-        wakeBorrower_(Require(eventfd(0, kWakeFlags))) {
-    Control(EPOLL_CTL_ADD, wake_.Get(), kWakeId, EPOLLIN);
-  }
-
   TaskId Submit(SteadyClock::time_point due, Task task) {
     const std::lock_guard lock(mutex_);
     const TaskId id = ++lastId_;
@@ -51,7 +29,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const auto place = queue_.emplace(std::pair(due, id), std::move(task)).first;
     dueTimes_.emplace(id, due);
     StartThread();
-    if (place == queue_.begin() && due < sleepsUntil_ && !OnThread()) Wake();
+    if (place == queue_.begin() && due < sleepsUntil_ && !OnThread()) descriptors_.Wake();
     return id;
   }
 
@@ -65,37 +43,12 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
 
   WatchId Watch(int fd, std::uint32_t events, ReadyHandler handler) {
+    const WatchId id = descriptors_.Add(fd, events, std::move(handler));
     const std::lock_guard lock(mutex_);
-    const WatchId id = ++lastId_;
-    if (stopped_) return id;
-    watches_.emplace(id, Watched{fd, events, std::make_shared<ReadyHandler>(std::move(handler))});
-    Control(EPOLL_CTL_ADD, fd, id, events);
-    StartThread();
+    if (!stopped_) StartThread();
     return id;
   }
-
-  void SetEvents(WatchId id, std::uint32_t events) {
-    const std::lock_guard lock(mutex_);
-    const auto watched = watches_.find(id);
-    if (watched == watches_.end()) return;
-    watched->second.events = events;
-    Arm(*watched);
-  }
-
-  void Lend(WatchId id, std::weak_ptr<LendableInput> input) {
-    const std::lock_guard lock(mutex_);
-    lent_ = {id, std::move(input)};
-  }
-
-  void Unwatch(WatchId id) {
-    std::shared_ptr<ReadyHandler> forgotten;  // dies after the lock
-    const std::lock_guard lock(mutex_);
-    const auto watched = watches_.find(id);
-    if (watched == watches_.end()) return;
-    epoll_ctl(epoll_.Get(), EPOLL_CTL_DEL, watched->second.fd, nullptr);
-    forgotten = std::move(watched->second.handler);
-    watches_.erase(watched);
-  }
+  DescriptorWatch& Descriptors() { return descriptors_; }
 
   bool IsLoopThread() const {
     const std::lock_guard lock(mutex_);
@@ -114,26 +67,21 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
 
   /// On any other thread: waits as long, and meanwhile takes the lent input if nobody else does.
   void WaitOutside(milliseconds duration, const WakeSignal& signal) {
-    if (const Loan loan(*this); loan.input) {
-      if (TakeWhileWaiting(*loan.input, wakeBorrower_.Get(), signal, duration)) return;
-      duration = std::min(duration, kSignalCheck);  // its end will set the signal
-    }
-    signal.WaitFor(duration);
+    if (!descriptors_.WaitBorrowing(signal, duration)) signal.WaitFor(duration);
   }
 
   void Stop() {
     Queue tasks;
-    Watches watches;
     std::thread thread;
     {
       const std::lock_guard lock(mutex_);
       stopped_ = true;
       tasks.swap(queue_);
-      watches.swap(watches_);
       dueTimes_.clear();
       thread = std::move(thread_);
-      Wake();
     }
+    descriptors_.Close();
+    descriptors_.Wake();
     if (!thread.joinable()) return;
     if (thread.get_id() == std::this_thread::get_id()) {
       thread.detach();
@@ -143,60 +91,9 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
 
  private:
-  struct Watched {
-    int fd;
-    std::uint32_t events;
-    std::shared_ptr<ReadyHandler> handler;
-  };
-  struct Lent {
-    WatchId id = 0;
-    std::weak_ptr<LendableInput> input;
-  };
-  /// The lent input while a thread of the host has it; null when there is none to be had.
-  struct Loan {
-    explicit Loan(Core& lender) : core(lender), input(core.Borrow()) {}
-    ~Loan() {
-      if (input) core.Return();
-    }
-    Loan(const Loan&) = delete;
-    Loan& operator=(const Loan&) = delete;
-
-    Core& core;
-    const std::shared_ptr<LendableInput> input;
-  };
   using Queue = std::map<std::pair<SteadyClock::time_point, TaskId>, Task>;
-  using Watches = std::unordered_map<WatchId, Watched>;
-  static constexpr int kWakeFlags = EFD_CLOEXEC | EFD_NONBLOCK;
-  static constexpr WatchId kWakeId = 0;
-
-  std::shared_ptr<LendableInput> Borrow() {
-    const std::lock_guard lock(mutex_);
-    const auto watched = watches_.find(lent_.id);
-    if (borrowed_ != 0 || watched == watches_.end()) return nullptr;
-    auto input = lent_.input.lock();
-    if (input) {
-      borrowed_ = lent_.id;
-      Arm(*watched);
-    }
-    return input;
-  }
-  void Return() {
-    const std::lock_guard lock(mutex_);
-    const auto watched = watches_.find(std::exchange(borrowed_, 0));
-    if (watched != watches_.end()) Arm(*watched);
-  }
 
   // Down to `TimeToSleep` all expect mutex_ to be held.
-  void Arm(const Watches::value_type& watched) {
-    const auto& [id, watch] = watched;
-    const std::uint32_t mine = id == borrowed_ ? ~std::uint32_t{EPOLLIN} : ~std::uint32_t{0};
-    Control(EPOLL_CTL_MOD, watch.fd, id, watch.events & mine);
-  }
-  void Control(int operation, int fd, WatchId id, std::uint32_t events) {
-    epoll_event event{events, {}};
-    event.data.u64 = id;
-    epoll_ctl(epoll_.Get(), operation, fd, &event);
-  }
   bool OnThread() const { return threadId_ == std::this_thread::get_id(); }
   void StartThread() {
     if (threadId_ != std::thread::id()) return;
@@ -205,10 +102,6 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
         self->RunOnce(kLongestWait);
     });
     threadId_ = thread_.get_id();
-  }
-  void Wake() {
-    const std::uint64_t one = 1;
-    (void)!::write(wake_.Get(), &one, sizeof one);
   }
   /// How long the thread may sleep. A time it once meant to wake at stands, though the task for it
   /// was cancelled: a wake-up for nothing now and then costs less than being woken for each new
@@ -246,26 +139,10 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
       if (stopped_) return;
       limit = TimeToSleep(limit);
     }
-    // One event at a time: a handler may wait here nested, and what it finds must be fresh.
-    epoll_event event{};
-    if (epoll_wait(epoll_.Get(), &event, 1, static_cast<int>(limit.count())) <= 0) return;
-    if (event.data.u64 == kWakeId) {
-      std::uint64_t count = 0;
-      (void)!::read(wake_.Get(), &count, sizeof count);
-      return;
-    }
-    std::shared_ptr<ReadyHandler> handler;
-    {
-      const std::lock_guard lock(mutex_);
-      const auto watched = watches_.find(event.data.u64);
-      if (watched != watches_.end()) handler = watched->second.handler;
-    }
-    if (handler) (*handler)(event.events);
+    descriptors_.Wait(limit);
   }
 
-  const FileDescriptor epoll_;
-  const FileDescriptor wake_;
-  const FileDescriptor wakeBorrower_;
+  DescriptorWatch descriptors_;
   mutable std::mutex mutex_;  // guards every field below; never held by a task or handler
   std::thread thread_;
   std::thread::id threadId_;  ///< stays when the thread was detached
@@ -274,9 +151,6 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   TaskId lastId_ = 0;
   Queue queue_;
   std::unordered_map<TaskId, SteadyClock::time_point> dueTimes_;  ///< of the queued tasks
-  Watches watches_;
-  Lent lent_;
-  WatchId borrowed_ = 0;  ///< whose input a thread of the host takes; 0: none
 };
 
 EventLoop::EventLoop() : core_(std::make_shared<Core>()) {}
@@ -302,13 +176,13 @@ EventLoop::WatchId EventLoop::Watch(int fd, std::uint32_t events, ReadyHandler h
   return core_->Watch(fd, events, std::move(handler));
 }
 void EventLoop::SetEvents(WatchId id, std::uint32_t events) {
-  core_->SetEvents(id, events);
+  core_->Descriptors().SetEvents(id, events);
 }
 void EventLoop::Unwatch(WatchId id) {
-  core_->Unwatch(id);
+  core_->Descriptors().Remove(id);
 }
 void EventLoop::Lend(WatchId id, std::weak_ptr<LendableInput> input) {
-  core_->Lend(id, std::move(input));
+  core_->Descriptors().Lend(id, std::move(input));
 }
 
 bool EventLoop::IsLoopThread() const {

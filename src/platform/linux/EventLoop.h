@@ -2,13 +2,11 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
 
 #include "platform/Clock.h"
 #include "platform/Executor.h"
-#include "platform/linux/LendableInput.h"
+#include "platform/linux/DescriptorWatch.h"
 
 namespace corvaneble::platform::linux_radio {
 
@@ -20,10 +18,8 @@ namespace corvaneble::platform::linux_radio {
 /// own thread.
 class EventLoop final : public Executor, public MessagePump {
  public:
-  /// Told which of the watched `EPOLL…` events are there.
-  using ReadyHandler = std::function<void(std::uint32_t events)>;
-  /// Names a watched descriptor; never 0, never reused.
-  using WatchId = std::uint64_t;
+  using ReadyHandler = DescriptorWatch::ReadyHandler;
+  using WatchId = DescriptorWatch::Id;
 
   /// Throws `PlatformFailure` when the system gives no descriptors.
   EventLoop();

@@ -1,0 +1,150 @@
+#include "platform/linux/DescriptorWatch.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "platform/PlatformFailure.h"
+
+namespace corvaneble::platform::linux_radio {
+namespace {
+
+constexpr int kWakeFlags = EFD_CLOEXEC | EFD_NONBLOCK;
+constexpr DescriptorWatch::Id kWakeId = 0;
+
+FileDescriptor Require(int fd) {
+  if (fd >= 0) return FileDescriptor(fd);
+  throw PlatformFailure(
+      errno, "The Bluetooth radio cannot be opened: " + std::string(std::strerror(errno)) + ".");
+}
+
+}  // namespace
+
+/// The lent input for as long as a thread has it; null when there is none to be had.
+class DescriptorWatch::Loan {
+ public:
+  explicit Loan(DescriptorWatch& lender) : lender_(lender), input_(lender.Borrow()) {}
+  ~Loan() {
+    if (input_) lender_.Return();
+  }
+  Loan(const Loan&) = delete;
+  Loan& operator=(const Loan&) = delete;
+
+  LendableInput* Input() const { return input_.get(); }
+
+ private:
+  DescriptorWatch& lender_;
+  const std::shared_ptr<LendableInput> input_;
+};
+
+DescriptorWatch::DescriptorWatch()
+    : epoll_(Require(epoll_create1(EPOLL_CLOEXEC))),
+      wake_(Require(eventfd(0, kWakeFlags))),
+      wakeBorrower_(Require(eventfd(0, kWakeFlags))) {
+  Control(EPOLL_CTL_ADD, wake_.Get(), kWakeId, EPOLLIN);
+}
+
+DescriptorWatch::Id DescriptorWatch::Add(int fd, std::uint32_t events, ReadyHandler handler) {
+  const std::lock_guard lock(mutex_);
+  const Id id = ++lastId_;
+  if (closed_) return id;
+  watches_.emplace(id, Watched{fd, events, std::make_shared<ReadyHandler>(std::move(handler))});
+  Control(EPOLL_CTL_ADD, fd, id, events);
+  return id;
+}
+
+void DescriptorWatch::SetEvents(Id id, std::uint32_t events) {
+  const std::lock_guard lock(mutex_);
+  const auto watched = watches_.find(id);
+  if (watched == watches_.end()) return;
+  watched->second.events = events;
+  Arm(*watched);
+}
+
+void DescriptorWatch::Remove(Id id) {
+  std::shared_ptr<ReadyHandler> forgotten;
+  const std::lock_guard lock(mutex_);
+  const auto watched = watches_.find(id);
+  if (watched == watches_.end()) return;
+  epoll_ctl(epoll_.Get(), EPOLL_CTL_DEL, watched->second.fd, nullptr);
+  forgotten = std::move(watched->second.handler);
+  watches_.erase(watched);
+}
+
+void DescriptorWatch::Close() {
+  Watches forgotten;
+  const std::lock_guard lock(mutex_);
+  closed_ = true;
+  forgotten.swap(watches_);
+}
+
+void DescriptorWatch::Lend(Id id, std::weak_ptr<LendableInput> input) {
+  const std::lock_guard lock(mutex_);
+  lent_ = id;
+  lentInput_ = std::move(input);
+}
+
+bool DescriptorWatch::WaitBorrowing(const WakeSignal& signal, std::chrono::milliseconds limit) {
+  const Loan loan(*this);
+  return loan.Input() != nullptr &&
+         TakeWhileWaiting(*loan.Input(), wakeBorrower_.Get(), signal, limit);
+}
+
+void DescriptorWatch::Wait(std::chrono::milliseconds limit) {
+  epoll_event event{};
+  if (epoll_wait(epoll_.Get(), &event, 1, static_cast<int>(limit.count())) <= 0) return;
+  if (event.data.u64 == kWakeId) {
+    std::uint64_t count = 0;
+    (void)!::read(wake_.Get(), &count, sizeof count);
+  } else if (const auto handler = HandlerOf(event.data.u64)) {
+    (*handler)(event.events);
+  }
+}
+
+void DescriptorWatch::Wake() {
+  const std::uint64_t one = 1;
+  (void)!::write(wake_.Get(), &one, sizeof one);
+}
+
+std::shared_ptr<DescriptorWatch::ReadyHandler> DescriptorWatch::HandlerOf(Id id) {
+  const std::lock_guard lock(mutex_);
+  const auto watched = watches_.find(id);
+  return watched != watches_.end() ? watched->second.handler : nullptr;
+}
+
+std::shared_ptr<LendableInput> DescriptorWatch::Borrow() {
+  const std::lock_guard lock(mutex_);
+  const auto watched = watches_.find(lent_);
+  if (borrowed_ != 0 || watched == watches_.end()) return nullptr;
+  auto input = lentInput_.lock();
+  if (input) {
+    borrowed_ = lent_;
+    Arm(*watched);
+  }
+  return input;
+}
+
+void DescriptorWatch::Return() {
+  const std::lock_guard lock(mutex_);
+  const auto watched = watches_.find(std::exchange(borrowed_, 0));
+  if (watched != watches_.end()) Arm(*watched);
+}
+
+void DescriptorWatch::Arm(const Watches::value_type& watched) {
+  const auto& [id, watch] = watched;
+  const std::uint32_t mine = id == borrowed_ ? ~std::uint32_t{EPOLLIN} : ~std::uint32_t{0};
+  Control(EPOLL_CTL_MOD, watch.fd, id, watch.events & mine);
+}
+
+void DescriptorWatch::Control(int operation, int fd, Id id, std::uint32_t events) {
+  epoll_event event{events, {}};
+  event.data.u64 = id;
+  epoll_ctl(epoll_.Get(), operation, fd, &event);
+}
+
+}  // namespace corvaneble::platform::linux_radio
