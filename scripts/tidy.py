@@ -3,8 +3,10 @@
 
 usage: tidy.py BUILD_DIR [FILE...]
 
-A source that passed is skipped until it, a header of the repository that it includes, its compile
-command or .clang-tidy changes. The memory lives in BUILD_DIR/tidy-passed.json.
+BUILD_DIR is configured for a unity build: each of its lumps includes some of the sources and is
+looked at as one, so that what they all include is read once. A lump that passed is skipped until
+something of the repository that it includes, its compile command or .clang-tidy changes. The
+memory lives in BUILD_DIR/tidy-passed.json.
 """
 
 import concurrent.futures
@@ -12,16 +14,23 @@ import hashlib
 import json
 import os
 import pathlib
+import re
 import shlex
 import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-TIDY = "clang-tidy-14"
+# Lumps include sources: that is what they are for.
+TIDY = ["clang-tidy-14", "--quiet", "--checks=-bugprone-suspicious-include"]
 
 
-def headers_of(command: dict) -> list[pathlib.Path]:
-    """The files of the repository that a source includes, itself first."""
+def sources_of(lump: str) -> set[str]:
+    """The sources in a lump; a source that is compiled alone is its own."""
+    return set(re.findall(r'#include "(.*\.cpp)"', pathlib.Path(lump).read_text())) or {lump}
+
+
+def included_by(command: dict) -> list[pathlib.Path]:
+    """The files of the repository that a lump includes, itself first."""
     args = shlex.split(command["command"])
     if pathlib.Path(args[0]).name == "ccache":
         args = args[1:]
@@ -38,49 +47,46 @@ def key_of(command: dict) -> str:
     """What a verdict depends on."""
     digest = hashlib.sha256((ROOT / ".clang-tidy").read_bytes())
     digest.update(command["command"].encode())
-    for path in headers_of(command):
+    for path in included_by(command):
         digest.update(path.read_bytes())
     return digest.hexdigest()
 
 
 def examine(command: dict, folder: pathlib.Path, passed: dict) -> tuple[str, str | None, str]:
-    """Returns (source, key if it passed, output)."""
-    source = command["file"]
+    """Returns (lump, key if it passed, output)."""
+    lump = command["file"]
     key = key_of(command)
-    if passed.get(source) == key:
-        return source, key, ""
+    if passed.get(lump) == key:
+        return lump, key, ""
     run = subprocess.run(
-        [TIDY, "--quiet", "-p", str(folder), source], capture_output=True, text=True, check=False
+        [*TIDY, "-p", str(folder), lump], capture_output=True, text=True, check=False
     )
-    return source, key if run.returncode == 0 else None, run.stdout + run.stderr
+    return lump, key if run.returncode == 0 else None, run.stdout + run.stderr
 
 
 def main() -> int:
     folder = pathlib.Path(sys.argv[1]).resolve()
     wanted = {str(pathlib.Path(name).resolve()) for name in sys.argv[2:]}
-    commands = {
-        command["file"]: command
-        for command in json.loads((folder / "compile_commands.json").read_text())
-        if pathlib.Path(command["file"]).is_relative_to(ROOT / "src")
-        or pathlib.Path(command["file"]).is_relative_to(ROOT / "tools")
-    }
+    commands = json.loads((folder / "compile_commands.json").read_text())
+    lumps = {command["file"]: command for command in commands}
     if wanted:
-        commands = {source: each for source, each in commands.items() if source in wanted}
+        lumps = {lump: each for lump, each in lumps.items() if wanted & sources_of(lump)}
+    sources = set().union(*map(sources_of, lumps))
     memory = folder / "tidy-passed.json"
     before = json.loads(memory.read_text()) if memory.exists() else {}
     now, faulty = {}, 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        jobs = [pool.submit(examine, each, folder, before) for each in commands.values()]
+        jobs = [pool.submit(examine, each, folder, before) for each in lumps.values()]
         for job in concurrent.futures.as_completed(jobs):
-            source, key, output = job.result()
+            lump, key, output = job.result()
             if key:
-                now[source] = key
+                now[lump] = key
             else:
                 faulty += 1
                 print(output, flush=True)
     memory.write_text(json.dumps({**before, **now} if wanted else now))
-    print(f"{len(commands)} sources looked at, {faulty} with faults")
-    return 1 if faulty or not commands else 0
+    print(f"{len(sources)} sources in {len(lumps)} lumps looked at, {faulty} with faults")
+    return 1 if faulty or not lumps else 0
 
 
 if __name__ == "__main__":

@@ -20,14 +20,9 @@ std::string HandleText(std::uint32_t handle) {
   return text.data();
 }
 
-void Append16(Bytes& bytes, std::uint16_t number) {
-  bytes.push_back(static_cast<std::uint8_t>(number));
-  bytes.push_back(static_cast<std::uint8_t>(number >> 8));
-}
-
 /// A UUID as it stands in attribute values: 2 bytes where it has an assigned number, else 16.
 void AppendUuid(Bytes& bytes, const Guid& uuid) {
-  if (const auto number = uuid.AssignedNumber16()) return Append16(bytes, *number);
+  if (const auto number = uuid.AssignedNumber16()) return AppendU16(bytes, *number);
   const auto text = uuid.BigEndian();
   bytes.insert(bytes.end(), text.rbegin(), text.rend());
 }
@@ -121,8 +116,8 @@ class DatabaseBuilder {
       if (target == services_.end()) return Fail("no service has the id \"" + id + "\"");
       const Attribute& included = Attributes()[target->second];
       Bytes& value = Attributes()[index].value;
-      Append16(value, included.handle);
-      Append16(value, included.groupEnd);
+      AppendU16(value, included.handle);
+      AppendU16(value, included.groupEnd);
       if (included.value.size() == 2)
         value.insert(value.end(), included.value.begin(), included.value.end());
     }
@@ -166,7 +161,7 @@ class DatabaseBuilder {
     declaration.value.push_back(static_cast<std::uint8_t>(
         scenario.properties | (extended ? property::kExtendedProperties : 0U)));
     const auto valueHandle = static_cast<std::uint16_t>(declaration.handle + 1);
-    Append16(declaration.value, valueHandle);
+    AppendU16(declaration.value, valueHandle);
     AppendUuid(declaration.value, scenario.uuid);
 
     Attribute value = FromScenario(scenario);
@@ -186,7 +181,7 @@ class DatabaseBuilder {
     }
     if (extended && !HasDescriptor(scenario, gatt_uuid::kExtendedProperties)) {
       Attribute descriptor = Declaration(gatt_uuid::kExtendedProperties);
-      Append16(descriptor.value, static_cast<std::uint16_t>(extended >> 8));
+      AppendU16(descriptor.value, static_cast<std::uint16_t>(extended >> 8));
       if (!Add(std::move(descriptor), std::nullopt)) return false;
     }
     database_.characteristics_.push_back(std::move(hosted));

@@ -6,7 +6,6 @@
 namespace corvaneble::platform::simulated {
 namespace {
 
-constexpr milliseconds kShortestInterval{1};
 /// Sets advertisers of one interval apart from each other.
 constexpr milliseconds kPhaseStep{3};
 /// A capture that plays as fast as possible: packets between two looks at everything else.

@@ -27,6 +27,9 @@ struct AdapterScenario {
   std::optional<BluetoothError> startError;  ///< Start ends in Aborted with this reason
 };
 
+/// Whatever interval a scenario asks for, none is shorter: nothing may fill one point in time.
+inline constexpr std::chrono::milliseconds kShortestInterval{1};
+
 /// Access rules of one attribute. Errors are ATT error bytes, sent instead of an answer.
 struct AttributeScenario {
   std::optional<std::uint16_t> handle;  ///< assigned in order when absent

@@ -31,11 +31,6 @@ std::uint16_t ReadUnit(const JsonNode& node) {
   return 0;
 }
 
-void Append16(Bytes& bytes, std::uint16_t value) {
-  bytes.push_back(static_cast<std::uint8_t>(value & 0xFF));
-  bytes.push_back(static_cast<std::uint8_t>(value >> 8));
-}
-
 /// Bluetooth Core 5.4, Vol 3 Part G, 3.3.3.5.
 Bytes ReadPresentationFormat(const JsonNode& node) {
   const JsonObject object(node, {"format", "exponent", "unit", "namespace", "description"});
@@ -49,9 +44,9 @@ Bytes ReadPresentationFormat(const JsonNode& node) {
   object.Read("description", format.description,
               [](const JsonNode& value) { return ReadUnsigned<std::uint16_t>(value); });
   Bytes bytes{format.formatType, static_cast<std::uint8_t>(format.exponent)};
-  Append16(bytes, format.unit);
+  AppendU16(bytes, format.unit);
   bytes.push_back(format.nameSpace);
-  Append16(bytes, format.description);
+  AppendU16(bytes, format.description);
   return bytes;
 }
 
@@ -59,7 +54,7 @@ Bytes ReadPresentationFormat(const JsonNode& node) {
 Bytes ReadAggregateFormat(const JsonNode& node) {
   Bytes bytes;
   for (const JsonNode& handle : node.Elements())
-    Append16(bytes, ReadUnsigned<std::uint16_t>(handle, 1));
+    AppendU16(bytes, ReadUnsigned<std::uint16_t>(handle, 1));
   if (bytes.empty() || bytes.size() > 512) node.Fail("must list 1 to 256 handles");
   return bytes;
 }

@@ -6,9 +6,6 @@
 namespace corvaneble::platform::simulated {
 namespace {
 
-/// Keeps a stream from filling one point in time.
-constexpr std::chrono::milliseconds kShortestInterval{1};
-
 /// Requests have even opcodes; commands and the confirmation do not count as requests.
 bool IsRequest(ByteView pdu) {
   const att::Opcode opcode = att::OpcodeOf(pdu);
