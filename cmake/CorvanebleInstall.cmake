@@ -31,3 +31,21 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/corvaneble.pc.in"
                "${PROJECT_BINARY_DIR}/corvaneble.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/corvaneble.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# `scripts/build PRESET package`: all of it in one archive, to be unpacked anywhere.
+if(WIN32)
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/windows.md" "${PROJECT_SOURCE_DIR}/docs/host-guide.md"
+          DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/c" "${PROJECT_SOURCE_DIR}/examples/cpp"
+                    "${PROJECT_SOURCE_DIR}/examples/scenes"
+          DESTINATION "${CMAKE_INSTALL_DATADIR}/corvaneble/examples")
+endif()
+if(PROJECT_IS_TOP_LEVEL)
+  string(TOLOWER "${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}" system)
+  set(CPACK_PACKAGE_FILE_NAME "corvaneble-${PROJECT_VERSION}-${system}")
+  set(CPACK_GENERATOR TGZ)
+  if(WIN32)
+    set(CPACK_GENERATOR ZIP)
+  endif()
+  include(CPack)
+endif()

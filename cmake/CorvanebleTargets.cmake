@@ -29,10 +29,6 @@ function(corvaneble_target target)
     target_link_options(${target} PRIVATE -fsanitize=${CORVANEBLE_SANITIZE})
     # Also programs in C: the library in them brings what the C++ run time has to answer.
     set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
-    if(NOT target STREQUAL "corvaneble_objects" AND NOT target MATCHES "^fuzz_")
-      # The tool and the tests themselves need not be fast, and build in half the time.
-      target_compile_options(${target} PRIVATE -O0)
-    endif()
   endif()
   if(MINGW)
     # Programs and library stand alone: they import nothing but the system's own libraries.

@@ -100,17 +100,30 @@ TEST(Config, UnknownNamesFail) {
 
 TEST(Config, CodePageDecidesHowTextsAreConverted) {
   Host host("{}");
-  EXPECT_EQ(host.Config("CodePage=1252"), "");
-  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CODE_PAGE), 1252);
-  std::intptr_t params[] = {reinterpret_cast<std::intptr_t>(u"LogDebugFile=\u00E9\u20AC\u4E2D"), 0};
-  ASSERT_EQ(CorvaneBLE_BLEClient_Do(host.Handle(), CORVANEBLE_WIDE + CORVANEBLE_METHOD_CONFIG, 1,
-                                    params, nullptr, nullptr),
-            0);
-  EXPECT_EQ(host.Config("LogDebugFile"), "\xE9\x80?");
-  params[0] = reinterpret_cast<std::intptr_t>(u"LogDebugFile");
-  CorvaneBLE_BLEClient_Do(host.Handle(), CORVANEBLE_WIDE + CORVANEBLE_METHOD_CONFIG, 1, params,
-                          nullptr, nullptr);
-  EXPECT_EQ(std::u16string(reinterpret_cast<const char16_t*>(params[1])), u"\u00E9\u20AC?");
+  const auto config = [&](const char16_t* text) {
+    std::intptr_t params[] = {std::bit_cast<std::intptr_t>(text), 0};
+    EXPECT_EQ(CorvaneBLE_BLEClient_Do(host.Handle(), CORVANEBLE_WIDE + CORVANEBLE_METHOD_CONFIG, 1,
+                                      params, nullptr, nullptr),
+              0);
+    return std::u16string(std::bit_cast<const char16_t*>(params[1]));
+  };
+  struct Case {
+    int codePage;
+    std::u16string sent;
+    const char* narrow;
+    const char16_t* wide;  // what comes back: without what the code page lacks
+  };
+  for (const Case& each :
+       {Case{1252, u"\u00E9\u20AC\u4E2D", "\xE9\x80?", u"\u00E9\u20AC?"},
+        Case{932, u"\u20AC\u4E2D\uFF71", "?\x92\x86\xB1", u"?\u4E2D\uFF71"},
+        Case{65001, u"\u00E9\u4E2D\U0001F30D", "\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x8C\x8D",
+             u"\u00E9\u4E2D\U0001F30D"}}) {
+    EXPECT_EQ(host.Config("CodePage=" + std::to_string(each.codePage)), "");
+    EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CODE_PAGE), each.codePage);
+    config((u"LogDebugFile=" + each.sent).c_str());
+    EXPECT_EQ(host.Config("LogDebugFile"), each.narrow);
+    EXPECT_EQ(config(u"LogDebugFile"), each.wide);
+  }
 }
 
 TEST(Config, ZeroMemoryBelongsToTheProcess) {

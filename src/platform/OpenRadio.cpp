@@ -1,4 +1,3 @@
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -77,8 +76,8 @@ OpenedRadio OpenRadio(std::string_view name) {
 }
 
 std::string RadioNameFromEnvironment() {
-  const char* const name = std::getenv("CORVANEBLE_RADIO");
-  return name == nullptr || *name == '\0' ? "auto" : name;
+  std::string name = EnvironmentVariable("CORVANEBLE_RADIO");
+  return name.empty() ? "auto" : name;
 }
 
 }  // namespace corvaneble::platform

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "platform/Clock.h"
 
@@ -11,6 +12,9 @@ namespace corvaneble::platform {
 
 /// The system's way of waiting, for one instance.
 [[nodiscard]] std::shared_ptr<MessagePump> SystemPump();
+
+/// A variable of the process's environment, as it is now; empty when it is not set.
+[[nodiscard]] std::string EnvironmentVariable(const char* name);
 
 /// What the system's services need once a process, before the first instance and after the last.
 /// Both are called while the library is loaded and unloaded, where little is allowed.

@@ -9,34 +9,34 @@ namespace {
 /// Input that ends a sleep: every kind but raw input and touch.
 constexpr DWORD kAnyInput = 0x1CFF;
 
-/// An event of the thread's own, which a signal sets for it.
-class WakeEvent {
- public:
-  WakeEvent() : event_(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {}
-  ~WakeEvent() { CloseHandle(event_); }
-  WakeEvent(const WakeEvent&) = delete;
-  WakeEvent& operator=(const WakeEvent&) = delete;
+}  // namespace
 
-  HANDLE Get() const { return event_; }
-
- private:
-  const HANDLE event_;
-};
-
-HANDLE WakeEventOfThisThread() {
-  thread_local const WakeEvent event;
-  return event.Get();
+WakeEvents::~WakeEvents() {
+  for (HANDLE event : free_)
+    CloseHandle(event);
 }
 
-}  // namespace
+HANDLE WakeEvents::Take() {
+  const std::lock_guard lock(mutex_);
+  if (free_.empty()) return CreateEventA(nullptr, FALSE, FALSE, nullptr);
+  HANDLE event = free_.back();
+  free_.pop_back();
+  return event;
+}
+
+void WakeEvents::Return(HANDLE event) {
+  ResetEvent(event);  // the wait may have ended otherwise
+  const std::lock_guard lock(mutex_);
+  free_.push_back(event);
+}
 
 bool WindowsPump::Step(std::chrono::milliseconds wait, const WakeSignal* signal) {
   MSG message;
   if (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE)) return Dispatch(message);
   const auto limit = static_cast<DWORD>(wait.count());
   if (signal != nullptr) {
-    HANDLE event = WakeEventOfThisThread();
-    ResetEvent(event);  // an earlier wait may have ended otherwise
+    const WakeEvents::Loan loan(events_);
+    const HANDLE event = loan.Get();
     const WakeSignal::Waker waker(*signal, [event] { SetEvent(event); });
     MsgWaitForMultipleObjects(1, &event, FALSE, limit, kAnyInput);
   } else if (limit != 0) {

@@ -1,9 +1,43 @@
 #pragma once
 
+#include <mutex>
+#include <vector>
+
 #include "platform/Clock.h"
 #include "platform/windows/MessageWindow.h"
 
 namespace corvaneble::platform::windows {
+
+/// Events that wake waiting threads, one for each wait. They belong to the pump and not to the
+/// threads: what belongs to a thread would keep the library loaded for as long as that lives.
+class WakeEvents {
+ public:
+  class Loan {
+   public:
+    explicit Loan(WakeEvents& events) : events_(events), event_(events.Take()) {}
+    ~Loan() { events_.Return(event_); }
+    Loan(const Loan&) = delete;
+    Loan& operator=(const Loan&) = delete;
+
+    HANDLE Get() const { return event_; }
+
+   private:
+    WakeEvents& events_;
+    const HANDLE event_;
+  };
+
+  WakeEvents() = default;
+  ~WakeEvents();
+  WakeEvents(const WakeEvents&) = delete;
+  WakeEvents& operator=(const WakeEvents&) = delete;
+
+ private:
+  HANDLE Take();
+  void Return(HANDLE event);
+
+  std::mutex mutex_;  // guards the events that nobody has
+  std::vector<HANDLE> free_;
+};
 
 /// Keeps the windows of a waiting thread alive. Any thread may take steps, each with a message
 /// queue of its own.
@@ -17,6 +51,7 @@ class WindowsPump final : public MessagePump {
   bool Dispatch(const MSG& message) const;
 
   MessageWindow window_;
+  WakeEvents events_;
 };
 
 }  // namespace corvaneble::platform::windows

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Makes the zip of a Windows build, unpacks it, and uses what is in it: the tool, and the C example
+# built against the header and the import library.
+#
+#   scripts/check_package.sh [PRESET]   windows-x86 if nothing else is said
+set -euo pipefail
+. "$(dirname "$0")/lib.sh"
+
+preset=${1:-windows-x86}
+dir=$(build_dir "$preset")
+rm -rf "$dir/unpacked" "$dir"/corvaneble-*.zip
+scripts/build "$preset" package >/dev/null
+python3 -m zipfile -e "$dir"/corvaneble-*.zip "$dir/unpacked"
+package=$(echo "$dir"/unpacked/corvaneble-*)
+
+# The library as it came from the linker, not another one.
+cmp "$dir/corvaneble.dll" "$package/bin/corvaneble.dll"
+compiler=i686-w64-mingw32-gcc-posix
+[[ $preset == windows-x64 ]] && compiler=x86_64-w64-mingw32-gcc-posix
+"$compiler" -std=c99 -I "$package/include" "$package/share/corvaneble/examples/c/scan.c" \
+  -o "$package/bin/scan.exe" "$package/lib/libcorvaneble.dll.a"
+if [[ $preset == windows-x86 ]] && scripts/wine --check >/dev/null 2>&1; then
+  tree=$(scripts/wine "$package/bin/corvaneble.exe" --radio simulated tree C0FFEE000001)
+  [[ $tree == *180D* ]]
+  scene=$package/share/corvaneble/examples/scenes/doorstep.json
+  heard=$(CORVANEBLE_RADIO=simulated:$scene scripts/wine "$package/bin/scan.exe")
+  [[ $heard == *Doorbell* ]]
+fi
+echo "$(basename "$dir"/corvaneble-*.zip): packed, unpacked and used"

@@ -1,0 +1,175 @@
+// Who takes what from an ATT channel: the thread that waits, or the radio's. The channel is one end
+// of a pair of local sockets, which keep packets apart as the kernel's ATT sockets do.
+
+#include "platform/linux/L2capChannel.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <condition_variable>
+#include <cstring>
+#include <future>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace corvaneble::platform::linux_radio {
+namespace {
+
+using namespace std::chrono_literals;
+using att::Opcode;
+
+constexpr auto kLimit = 30s;
+
+/// Notes what arrives and where.
+class Recorder final : public att::AttChannel::Listener {
+ public:
+  struct Arrival {
+    std::uint32_t number;
+    std::thread::id thread;
+  };
+
+  void OnPdu(ByteView pdu) override {
+    const std::lock_guard lock(mutex_);
+    std::uint32_t number = 0;
+    std::memcpy(&number, pdu.data() + 1, sizeof number);
+    const bool isResponse = att::IsResponse(att::OpcodeOf(pdu));
+    (isResponse ? responses : values).push_back({number, std::this_thread::get_id()});
+    if (isResponse && answered != nullptr) answered->Set();
+    arrived.notify_all();
+  }
+  void OnClosed(att::ChannelError error) override {
+    reason = error;
+    closed.Set();
+  }
+  bool WaitForValues(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    return arrived.wait_for(lock, kLimit, [&] { return values.size() >= count; });
+  }
+  void SetAnswered(WakeSignal* signal) {
+    const std::lock_guard lock(mutex_);
+    answered = signal;
+  }
+
+  std::vector<Arrival> responses;
+  std::vector<Arrival> values;
+  att::ChannelError reason{};  // once closed
+  WakeSignal closed;
+
+ private:
+  std::mutex mutex_;  // guards all but the signal
+  std::condition_variable arrived;
+  WakeSignal* answered = nullptr;
+};
+
+class L2capChannelTest : public testing::Test {
+ protected:
+  L2capChannelTest() {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    channel = std::make_shared<L2capChannel>(loop, FileDescriptor(ends[0]), nullptr);
+    peer = FileDescriptor(ends[1]);
+    channel->Start(recorder);
+    std::promise<std::thread::id> started;
+    loop->Post([&] { started.set_value(std::this_thread::get_id()); });
+    radioThread = started.get_future().get();
+  }
+  ~L2capChannelTest() override { loop->Stop(); }
+
+  void Say(Opcode opcode, std::uint32_t number) const {
+    std::uint8_t pdu[5] = {static_cast<std::uint8_t>(opcode)};
+    std::memcpy(pdu + 1, &number, sizeof number);
+    EXPECT_EQ(::send(peer.Get(), pdu, sizeof pdu, 0), 5);
+  }
+  /// Ends only when the signal is set, or far too late.
+  void WaitFor(const WakeSignal& signal) const {
+    const auto begin = std::chrono::steady_clock::now();
+    loop->Step(kLimit, &signal);
+    EXPECT_TRUE(signal.IsSet());
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kLimit);
+  }
+  /// Every value, in the order it was sent, on the radio's thread.
+  void ExpectValues(std::uint32_t count) const {
+    ASSERT_TRUE(recorder->WaitForValues(count));
+    for (std::uint32_t i = 0; i < count; ++i) {
+      EXPECT_EQ(recorder->values[i].number, i);
+      EXPECT_EQ(recorder->values[i].thread, radioThread);
+    }
+  }
+
+  std::shared_ptr<EventLoop> loop = std::make_shared<EventLoop>();
+  std::shared_ptr<Recorder> recorder = std::make_shared<Recorder>();
+  std::shared_ptr<L2capChannel> channel;
+  FileDescriptor peer;
+  std::thread::id radioThread;
+};
+
+TEST_F(L2capChannelTest, AWaitingThreadTakesItsResponseAndLeavesEventsToTheRadiosThread) {
+  std::promise<void> release;
+  loop->Post([held = release.get_future().share()] { held.wait(); });
+  WakeSignal answered;
+  recorder->SetAnswered(&answered);
+  Say(Opcode::HandleValueNotification, 0);
+  Say(Opcode::ReadResponse, 7);
+  Say(Opcode::HandleValueIndication, 1);
+  WaitFor(answered);
+  ASSERT_EQ(recorder->responses.size(), 1U);
+  EXPECT_EQ(recorder->responses[0].thread, std::this_thread::get_id());
+  EXPECT_TRUE(recorder->values.empty());
+
+  Say(Opcode::HandleValueNotification, 2);
+  release.set_value();
+  ExpectValues(3);
+}
+
+TEST_F(L2capChannelTest, TheAnswerToTheAttMtuIsTheRadiosThreads) {
+  WakeSignal answered;
+  recorder->SetAnswered(&answered);
+  const std::jthread later([&] { Say(Opcode::ExchangeMtuResponse, 0); });
+  WaitFor(answered);
+  recorder->SetAnswered(nullptr);
+  EXPECT_EQ(recorder->responses.at(0).thread, radioThread);
+}
+
+TEST_F(L2capChannelTest, AWaitEndsForWhateverSetsItsSignal) {
+  WakeSignal elsewhere;
+  const std::jthread other([&] { elsewhere.Set(); });
+  WaitFor(elsewhere);
+  WakeSignal onTheLoop;
+  loop->PostAfter(5ms, [&] { onTheLoop.Set(); });
+  WaitFor(onTheLoop);
+  const std::jthread gone([this] { peer.Reset(); });
+  WaitFor(recorder->closed);
+  EXPECT_EQ(recorder->reason, att::ChannelError::Unreachable);
+  EXPECT_FALSE(channel->Send(std::array<std::uint8_t, 1>{0x0A}));
+}
+
+TEST_F(L2capChannelTest, NothingIsLostOrOvertakenBetweenTheThreads) {
+  constexpr std::uint32_t kRounds = 300;
+  constexpr std::uint32_t kValues = 3;  // a round, around its response
+  const std::jthread server([this] {
+    std::uint8_t request[8];
+    for (std::uint32_t next = 0; ::recv(peer.Get(), request, sizeof request, 0) > 0;) {
+      Say(Opcode::HandleValueNotification, next++);
+      Say(Opcode::HandleValueNotification, next++);
+      Say(Opcode::ReadResponse, next);
+      Say(Opcode::HandleValueNotification, next++);
+    }
+  });
+  for (std::uint32_t round = 0; round < kRounds; ++round) {
+    WakeSignal answered;
+    recorder->SetAnswered(&answered);
+    ASSERT_TRUE(channel->Send(std::array<std::uint8_t, 3>{0x0A, 0x01, 0x00}));
+    WaitFor(answered);
+    recorder->SetAnswered(nullptr);
+  }
+  EXPECT_EQ(recorder->responses.size(), kRounds);
+  ExpectValues(kRounds * kValues);
+  channel->Close();
+  WaitFor(recorder->closed);
+}
+
+}  // namespace
+}  // namespace corvaneble::platform::linux_radio
