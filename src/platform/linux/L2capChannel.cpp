@@ -19,6 +19,10 @@ constexpr std::chrono::seconds kPairingLimit{30};
 constexpr int kLargestBatch = 32;
 constexpr int kSignsOfABurst = 4;
 
+bool IsTemporary(int error) {
+  return error == EAGAIN || error == EINTR;
+}
+
 }  // namespace
 
 att::ChannelError ToChannelError(int error) {
@@ -55,7 +59,7 @@ bool L2capChannel::Send(ByteView pdu) {
   if (waiting_.empty()) {
     const ssize_t sent = ::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0) return true;
-    if (errno != EAGAIN && errno != EINTR) return false;
+    if (!IsTemporary(errno)) return false;
   }
   waiting_.emplace_back(pdu.begin(), pdu.end());
   loop_->Post([weak = weak_from_this()] {
@@ -93,7 +97,7 @@ void L2capChannel::Receive() {
 bool L2capChannel::ReceiveOne() {
   PduBuffer pdu;  // one each: a call may be nested in a call
   const ssize_t size = Next(pdu);
-  if (size < 0 && (errno == EAGAIN || errno == EINTR)) return false;
+  if (size < 0 && IsTemporary(errno)) return false;
   if (size > 0)
     Deliver(ByteView(pdu).first(static_cast<std::size_t>(size)));
   else
@@ -112,21 +116,23 @@ ssize_t L2capChannel::Next(PduBuffer& pdu) {
 }
 
 // Only what raises no event may be handled here. The answer to the ATT_MTU does: the link is there.
-void L2capChannel::TakeOne() {
+bool L2capChannel::TakeOne() {
   PduBuffer buffer;
   std::unique_lock lock(inputMutex_);
   const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-  if (size <= 0) return;  // if that is the end, the radio's thread sees it too
+  if (size <= 0) return size < 0 && IsTemporary(errno);  // an end is for the radio's thread to see
   const ByteView pdu = ByteView(buffer).first(static_cast<std::size_t>(size));
   const att::Opcode opcode = att::OpcodeOf(pdu);
   if (att::IsResponse(opcode) && opcode != att::Opcode::ExchangeMtuResponse) {
     lock.unlock();
-    return Deliver(pdu);
+    Deliver(pdu);
+    return true;
   }
   kept_.emplace_back(pdu.begin(), pdu.end());
   loop_->Post([weak = weak_from_this()] {
     if (const auto self = weak.lock(); self && self->open_) self->ReceiveOne();
   });
+  return true;
 }
 
 void L2capChannel::Deliver(ByteView pdu) {

@@ -39,7 +39,7 @@ class L2capChannel final : public att::AttChannel,
   void RaiseSecurity(std::function<void(bool raised)> done) override;
 
   int Descriptor() const override { return socket_.Get(); }
-  void TakeOne() override;
+  bool TakeOne() override;
 
  private:
   using PduBuffer = std::array<std::uint8_t, att::kMaxMtu>;

@@ -23,7 +23,7 @@ bool TakeWhileWaiting(LendableInput& input, int wakeDescriptor, const WakeSignal
       (void)!::read(wakeDescriptor, &count, sizeof count);
     }
     if ((ready[0].revents & ~POLLIN) != 0) return false;
-    if (ready[0].revents != 0) input.TakeOne();
+    if (ready[0].revents != 0 && !input.TakeOne()) return false;
     limit = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
   }
   return true;

@@ -13,8 +13,8 @@ class LendableInput {
   virtual int Descriptor() const = 0;
 
   /// Takes what has arrived, one piece at most, on the calling thread; keeps for the radio's thread
-  /// what only that may handle.
-  virtual void TakeOne() = 0;
+  /// what only that may handle. False when nothing more will come.
+  virtual bool TakeOne() = 0;
 
  protected:
   ~LendableInput() = default;
