@@ -127,6 +127,11 @@ std::vector<HostEvent> Host::Events(std::int32_t id) const {
   return events;
 }
 
+std::size_t Host::Count(std::int32_t id) const {
+  const std::lock_guard lock(mutex_);
+  return static_cast<std::size_t>(std::ranges::count(events_, id, &HostEvent::id));
+}
+
 std::vector<std::string> Host::Lines(std::int32_t id) const {
   std::vector<std::string> lines;
   for (const HostEvent& event : Events(id))
@@ -140,9 +145,9 @@ void Host::Forget() {
 }
 
 bool Host::PumpUntil(std::int32_t id, std::size_t count) {
-  for (int step = 0; step < 3000 && Events(id).size() < count; ++step)
+  for (int step = 0; step < 3000 && Count(id) < count; ++step)
     Pump(20);
-  return Events(id).size() >= count;
+  return Count(id) >= count;
 }
 
 void Host::Pump(std::int32_t milliseconds) {

@@ -69,6 +69,8 @@ class Host {
 
   /// The events so far, and forgetting them.
   std::vector<HostEvent> Events(std::int32_t id = 0) const;
+  /// How many of them: without a copy, which would keep what arrives waiting.
+  std::size_t Count(std::int32_t id) const;
   std::vector<std::string> Lines(std::int32_t id = 0) const;
   void Forget();
 
