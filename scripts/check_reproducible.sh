@@ -11,7 +11,7 @@ dir=$(build_dir "$preset")
 scripts/build "$preset" corvaneble
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-repo_files | cpio -pdm --quiet "$work"
+repo_files | tar -cf - -T - | tar -xf - -C "$work"
 "$work/scripts/build" "$preset" corvaneble
 cmp "$dir/corvaneble.dll" "$work/$dir/corvaneble.dll"
 sha256sum "$dir/corvaneble.dll"
