@@ -190,11 +190,10 @@ bool EventLoop::IsLoopThread() const {
 }
 
 bool EventLoop::Step(milliseconds wait, const WakeSignal* signal) {
-  if (IsLoopThread()) {
-    const auto core = core_;  // what runs nested may end the radio
+  const auto core = core_;  // what runs meanwhile may end the radio
+  if (core->IsLoopThread()) {
     core->WaitNested(wait, signal);
   } else if (signal) {
-    const auto core = core_;
     core->WaitOutside(wait, *signal);
   } else {
     std::this_thread::sleep_for(wait);

@@ -69,7 +69,7 @@ bool L2capChannel::Send(ByteView pdu) {
 }
 
 void L2capChannel::OnReady(std::uint32_t events) {
-  if ((events & ~EPOLLOUT) != 0) Receive();
+  if ((events & ~EPOLLOUT) != 0) Receive();  // an end too may have PDUs before it
   if (!open_) return;
   const bool ended = (events & (EPOLLERR | EPOLLHUP)) != 0;
   if ((events & EPOLLOUT) != 0) {
