@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 #include <vector>
 
 #include "frame/ErrorState.h"
+#include "frame/Text.h"
 #include "gatt/AssignedNumbers.h"
 #include "gatt/CharacteristicFlags.h"
 #include "gatt/GattId.h"
@@ -213,6 +215,19 @@ TEST(ResultMapping, CodesAndTexts) {
   EXPECT_STREQ(EnumText(static_cast<platform::BluetoothError>(12)),
                "Windows.Devices.Bluetooth.BluetoothError");
   EXPECT_STREQ(EnumText(platform::BluetoothError::TransportNotSupported), "TransportNotSupported");
+}
+
+TEST(Text, PartsBecomeOneTextOfAnyLength) {
+  EXPECT_EQ(Concat("", Quoted{"a"}, Hex{0xBEEF}, Hex{0xBEEF, true}, std::uint8_t{255},
+                   std::numeric_limits<std::int64_t>::min()),
+            "\"a\"beefBEEF255-9223372036854775808");
+  for (const std::size_t length : {0, 190, 191, 192, 1000}) {
+    const std::string text(length, 'x');
+    const TextPart parts[]{TextPart(text), TextPart(Quoted{text})};
+    EXPECT_EQ(PassingText(parts).CStr(), text + '"' + text + '"');
+    const TextPart alone[]{TextPart(text)};
+    EXPECT_EQ(PassingText(alone).CStr(), text);
+  }
 }
 
 }  // namespace

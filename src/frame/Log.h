@@ -28,12 +28,13 @@ class Log {
  public:
   Log(const Settings& settings, Events& events) : settings_(settings), events_(events) {}
 
-  /// Fires one line built from `parts` (see `Concat`) if the `LogLevel` setting lets its level
+  /// Fires one line built from `parts` (as by `Concat`) if the `LogLevel` setting lets its level
   /// through; otherwise nothing is built.
   template <class... Parts>
   void Write(LogLevel level, const char* type, const Parts&... parts) {
     if (settings_.Integer(Setting::LogLevel) < static_cast<std::int32_t>(level)) return;
-    events_.FireLog(static_cast<std::int32_t>(level), Concat(parts...).c_str(), type);
+    const TextPart list[]{TextPart(parts)...};
+    events_.FireLog(static_cast<std::int32_t>(level), PassingText(list).CStr(), type);
   }
 
  private:

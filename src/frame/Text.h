@@ -4,7 +4,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -21,59 +21,56 @@ struct Hex {
   bool upperCase = false;
 };
 
-inline void AppendPart(std::string& out, std::string_view part) {
-  out += part;
-}
-inline void AppendPart(std::string& out, Quoted part) {
-  out += '"';
-  out += part.text;
-  out += '"';
-}
-
-template <std::integral T>
-void AppendPart(std::string& out, T value) {
-  char digits[24];
-  const auto result = std::to_chars(digits, digits + sizeof digits, value);
-  out.append(digits, result.ptr);
-}
-
-// How much room a part needs at most.
-constexpr std::size_t RoomFor(std::string_view part) {
-  return part.size();
-}
-constexpr std::size_t RoomFor(Quoted part) {
-  return part.text.size() + 2;
-}
-constexpr std::size_t RoomFor(Hex /*part*/) {
-  return 8;
-}
-template <std::integral T>
-constexpr std::size_t RoomFor(T /*value*/) {
-  return std::numeric_limits<T>::digits10 + 2;
-}
-
 inline constexpr char kUpperCaseDigits[] = "0123456789ABCDEF";
 
 inline constexpr char ToUpperAscii(char c) {
   return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }
 
-inline void AppendPart(std::string& out, Hex part) {
-  char digits[8];
-  const auto result = std::to_chars(digits, digits + sizeof digits, part.value, 16);
-  for (const char* digit = digits; digit != result.ptr; ++digit) {
-    out += part.upperCase ? ToUpperAscii(*digit) : *digit;
+/// One part of a text being put together: a text, a decimal integer, `Quoted` or `Hex`. Refers to
+/// texts it is made from; numbers it holds as digits.
+class TextPart {
+ public:
+  TextPart(std::string_view text) : text_(text) {}            // NOLINT: a part is what it is made
+  TextPart(const char* text) : text_(text) {}                 // NOLINT: from, in the code that
+  TextPart(Quoted part) : quoted_(true), text_(part.text) {}  // NOLINT: lists the parts
+  TextPart(Hex part);                                         // NOLINT
+  template <std::integral T>
+  TextPart(T value) {  // NOLINT
+    text_ = {digits_, std::to_chars(digits_, digits_ + sizeof digits_, value).ptr};
   }
-}
+  TextPart(const TextPart&) = delete;
+  TextPart& operator=(const TextPart&) = delete;
 
-/// The parts one after another: texts, decimal integers, `Quoted`, `Hex`.
+  std::size_t Size() const { return text_.size() + (quoted_ ? 2 : 0); }
+  /// Writes `Size` characters; returns the end of them.
+  char* Put(char* out) const;
+
+ private:
+  char digits_[20];  // of a 64-bit integer, with its sign
+  bool quoted_ = false;
+  std::string_view text_;
+};
+
+/// The parts one after another.
+std::string Join(std::span<const TextPart> parts);
 template <class... Parts>
 std::string Concat(const Parts&... parts) {
-  std::string out;
-  out.reserve((RoomFor(parts) + ... + 0));
-  (AppendPart(out, parts), ...);
-  return out;
+  const TextPart list[]{TextPart(parts)...};
+  return Join(list);
 }
+
+/// The same for a text that is passed on and forgotten: one of usual length allocates nothing.
+class PassingText {
+ public:
+  explicit PassingText(std::span<const TextPart> parts);
+
+  const char* CStr() const { return outside_.empty() ? inside_ : outside_.data(); }
+
+ private:
+  char inside_[192];
+  std::string outside_;
+};
 
 /// Comparison without regard to ASCII letter case; other characters must be equal.
 inline constexpr bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
