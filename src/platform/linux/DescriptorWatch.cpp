@@ -14,7 +14,6 @@
 namespace corvaneble::platform::linux_radio {
 namespace {
 
-constexpr int kWakeFlags = EFD_CLOEXEC | EFD_NONBLOCK;
 constexpr DescriptorWatch::Id kWakeId = 0;
 
 FileDescriptor Require(int fd) {
@@ -25,27 +24,9 @@ FileDescriptor Require(int fd) {
 
 }  // namespace
 
-/// The lent input for as long as a thread has it; null when there is none to be had.
-class DescriptorWatch::Loan {
- public:
-  explicit Loan(DescriptorWatch& lender) : lender_(lender), input_(lender.Borrow()) {}
-  ~Loan() {
-    if (input_) lender_.Return();
-  }
-  Loan(const Loan&) = delete;
-  Loan& operator=(const Loan&) = delete;
-
-  LendableInput* Input() const { return input_.get(); }
-
- private:
-  DescriptorWatch& lender_;
-  const std::shared_ptr<LendableInput> input_;
-};
-
 DescriptorWatch::DescriptorWatch()
     : epoll_(Require(epoll_create1(EPOLL_CLOEXEC))),
-      wake_(Require(eventfd(0, kWakeFlags))),
-      wakeBorrower_(Require(eventfd(0, kWakeFlags))) {
+      wake_(Require(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
   Control(EPOLL_CTL_ADD, wake_.Get(), kWakeId, EPOLLIN);
 }
 
@@ -62,8 +43,11 @@ void DescriptorWatch::SetEvents(Id id, std::uint32_t events) {
   const std::lock_guard lock(mutex_);
   const auto watched = watches_.find(id);
   if (watched == watches_.end()) return;
-  watched->second.events = events;
-  Arm(*watched);
+  const int fd = watched->second.fd;
+  if ((std::exchange(watched->second.events, events) & EPOLLEXCLUSIVE) == 0)
+    return Control(EPOLL_CTL_MOD, fd, id, events);
+  epoll_ctl(epoll_.Get(), EPOLL_CTL_DEL, fd, nullptr);  // such a watch cannot be changed
+  Control(EPOLL_CTL_ADD, fd, id, events);
 }
 
 void DescriptorWatch::Remove(Id id) {
@@ -81,18 +65,6 @@ void DescriptorWatch::Close() {
   const std::lock_guard lock(mutex_);
   closed_ = true;
   forgotten.swap(watches_);
-}
-
-void DescriptorWatch::Lend(Id id, std::weak_ptr<LendableInput> input) {
-  const std::lock_guard lock(mutex_);
-  lent_ = id;
-  lentInput_ = std::move(input);
-}
-
-bool DescriptorWatch::WaitBorrowing(const WakeSignal& signal, std::chrono::milliseconds limit) {
-  const Loan loan(*this);
-  return loan.Input() != nullptr &&
-         TakeWhileWaiting(*loan.Input(), wakeBorrower_.Get(), signal, limit);
 }
 
 void DescriptorWatch::Wait(std::chrono::milliseconds limit) {
@@ -115,30 +87,6 @@ std::shared_ptr<DescriptorWatch::ReadyHandler> DescriptorWatch::HandlerOf(Id id)
   const std::lock_guard lock(mutex_);
   const auto watched = watches_.find(id);
   return watched != watches_.end() ? watched->second.handler : nullptr;
-}
-
-std::shared_ptr<LendableInput> DescriptorWatch::Borrow() {
-  const std::lock_guard lock(mutex_);
-  const auto watched = watches_.find(lent_);
-  if (borrowed_ != 0 || watched == watches_.end()) return nullptr;
-  auto input = lentInput_.lock();
-  if (input) {
-    borrowed_ = lent_;
-    Arm(*watched);
-  }
-  return input;
-}
-
-void DescriptorWatch::Return() {
-  const std::lock_guard lock(mutex_);
-  const auto watched = watches_.find(std::exchange(borrowed_, 0));
-  if (watched != watches_.end()) Arm(*watched);
-}
-
-void DescriptorWatch::Arm(const Watches::value_type& watched) {
-  const auto& [id, watch] = watched;
-  const std::uint32_t mine = id == borrowed_ ? ~std::uint32_t{EPOLLIN} : ~std::uint32_t{0};
-  Control(EPOLL_CTL_MOD, watch.fd, id, watch.events & mine);
 }
 
 void DescriptorWatch::Control(int operation, int fd, Id id, std::uint32_t events) {

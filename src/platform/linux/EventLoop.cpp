@@ -1,6 +1,7 @@
 #include "platform/linux/EventLoop.h"
 
 #include <algorithm>
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -29,7 +30,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const auto place = queue_.emplace(std::pair(due, id), std::move(task)).first;
     dueTimes_.emplace(id, due);
     StartThread();
-    if (place == queue_.begin() && due < sleepsUntil_ && !OnThread()) descriptors_.Wake();
+    if (place == queue_.begin() && due < sleepsUntil_ && !IsLoopThread()) descriptors_.Wake();
     return id;
   }
 
@@ -50,10 +51,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
   DescriptorWatch& Descriptors() { return descriptors_; }
 
-  bool IsLoopThread() const {
-    const std::lock_guard lock(mutex_);
-    return OnThread();
-  }
+  bool IsLoopThread() const { return threadId_ == std::this_thread::get_id(); }
 
   /// On the radio's thread: runs what is due, until `signal` is set or `duration` has passed.
   void WaitNested(milliseconds duration, const WakeSignal* signal) {
@@ -67,7 +65,13 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
 
   /// On any other thread: waits as long, and meanwhile takes the lent input if nobody else does.
   void WaitOutside(milliseconds duration, const WakeSignal& signal) {
-    if (!descriptors_.WaitBorrowing(signal, duration)) signal.WaitFor(duration);
+    const auto input = LentInput();
+    if (!input || !input->TakeUntil(signal, duration)) signal.WaitFor(duration);
+  }
+
+  void Lend(std::weak_ptr<LendableInput> input) {
+    const std::lock_guard lock(mutex_);
+    lent_ = std::move(input);
   }
 
   void Stop() {
@@ -94,9 +98,8 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   using Queue = std::map<std::pair<SteadyClock::time_point, TaskId>, Task>;
 
   // Down to `TimeToSleep` all expect mutex_ to be held.
-  bool OnThread() const { return threadId_ == std::this_thread::get_id(); }
   void StartThread() {
-    if (threadId_ != std::thread::id()) return;
+    if (threadId_.load() != std::thread::id()) return;
     thread_ = std::thread([self = shared_from_this()] {
       while (!self->IsStopped())
         self->RunOnce(kLongestWait);
@@ -112,6 +115,11 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     if (!queue_.empty()) sleepsUntil_ = std::min(sleepsUntil_, queue_.begin()->first.first);
     const auto left = std::chrono::ceil<milliseconds>(sleepsUntil_ - now);
     return std::clamp(left, milliseconds{0}, limit);
+  }
+
+  std::shared_ptr<LendableInput> LentInput() const {
+    const std::lock_guard lock(mutex_);
+    return lent_.lock();
   }
 
   bool IsStopped() const {
@@ -143,10 +151,11 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
 
   DescriptorWatch descriptors_;
+  std::atomic<std::thread::id> threadId_;  ///< set under the lock; stays when it was detached
   mutable std::mutex mutex_;  // guards every field below; never held by a task or handler
   std::thread thread_;
-  std::thread::id threadId_;  ///< stays when the thread was detached
   bool stopped_ = false;
+  std::weak_ptr<LendableInput> lent_;
   SteadyClock::time_point sleepsUntil_{};  ///< when the thread wakes without being woken
   TaskId lastId_ = 0;
   Queue queue_;
@@ -181,8 +190,8 @@ void EventLoop::SetEvents(WatchId id, std::uint32_t events) {
 void EventLoop::Unwatch(WatchId id) {
   core_->Descriptors().Remove(id);
 }
-void EventLoop::Lend(WatchId id, std::weak_ptr<LendableInput> input) {
-  core_->Descriptors().Lend(id, std::move(input));
+void EventLoop::Lend(std::weak_ptr<LendableInput> input) {
+  core_->Lend(std::move(input));
 }
 
 bool EventLoop::IsLoopThread() const {

@@ -7,6 +7,7 @@
 #include "platform/Clock.h"
 #include "platform/Executor.h"
 #include "platform/linux/DescriptorWatch.h"
+#include "platform/linux/LendableInput.h"
 
 namespace corvaneble::platform::linux_radio {
 
@@ -39,9 +40,9 @@ class EventLoop final : public Executor, public MessagePump {
   void SetEvents(WatchId id, std::uint32_t events);
   void Unwatch(WatchId id);
 
-  /// Lets threads of the host that wait in `Step` take the input of a watched descriptor in place
-  /// of the radio's thread: one of them at a time, and of the input that was lent last. Any thread.
-  void Lend(WatchId id, std::weak_ptr<LendableInput> input);
+  /// Lets threads of the host that wait in `Step` take this input in place of the radio's thread,
+  /// one of them at a time. The input lent last counts. Any thread.
+  void Lend(std::weak_ptr<LendableInput> input);
 
   bool IsLoopThread() const;
 

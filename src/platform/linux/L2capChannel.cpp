@@ -19,6 +19,9 @@ constexpr std::chrono::seconds kPairingLimit{30};
 constexpr int kLargestBatch = 32;
 constexpr int kSignsOfABurst = 4;
 
+/// What the radio's thread watches for always; a thread that waits is woken in its place.
+constexpr std::uint32_t kInput = EPOLLIN | EPOLLEXCLUSIVE;
+
 bool IsTemporary(int error) {
   return error == EAGAIN || error == EINTR;
 }
@@ -32,7 +35,10 @@ att::ChannelError ToChannelError(int error) {
 
 L2capChannel::L2capChannel(std::shared_ptr<EventLoop> loop, FileDescriptor socket,
                            std::shared_ptr<void> keepAlive)
-    : keepAlive_(std::move(keepAlive)), loop_(std::move(loop)), socket_(std::move(socket)) {}
+    : LendableInput(socket.Get()),
+      keepAlive_(std::move(keepAlive)),
+      loop_(std::move(loop)),
+      socket_(std::move(socket)) {}
 
 L2capChannel::~L2capChannel() {
   loop_->Unwatch(watch_);
@@ -47,10 +53,10 @@ void L2capChannel::Start(std::weak_ptr<Listener> listener) {
 void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   listener_ = std::move(listener);
   if (!open_) return;
-  watch_ = loop_->Watch(socket_.Get(), EPOLLIN, [weak = weak_from_this()](std::uint32_t events) {
+  watch_ = loop_->Watch(socket_.Get(), kInput, [weak = weak_from_this()](std::uint32_t events) {
     if (const auto self = weak.lock()) self->OnReady(events);
   });
-  loop_->Lend(watch_, weak_from_this());
+  loop_->Lend(weak_from_this());
 }
 
 bool L2capChannel::Send(ByteView pdu) {
@@ -63,7 +69,7 @@ bool L2capChannel::Send(ByteView pdu) {
   }
   waiting_.emplace_back(pdu.begin(), pdu.end());
   loop_->Post([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->WatchFor(EPOLLIN | EPOLLOUT);
+    if (const auto self = weak.lock()) self->WatchFor(kInput | EPOLLOUT);
   });
   return true;
 }
@@ -116,23 +122,29 @@ ssize_t L2capChannel::Next(PduBuffer& pdu) {
 }
 
 // Only what raises no event may be handled here. The answer to the ATT_MTU does: the link is there.
-bool L2capChannel::TakeOne() {
+LendableInput::Taken L2capChannel::TakeOne() {
   PduBuffer buffer;
   std::unique_lock lock(inputMutex_);
   const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-  if (size <= 0) return size < 0 && IsTemporary(errno);  // an end is for the radio's thread to see
+  if (size <= 0) return size < 0 && IsTemporary(errno) ? Taken::Nothing : Taken::End;
   const ByteView pdu = ByteView(buffer).first(static_cast<std::size_t>(size));
   const att::Opcode opcode = att::OpcodeOf(pdu);
   if (att::IsResponse(opcode) && opcode != att::Opcode::ExchangeMtuResponse) {
     lock.unlock();
     Deliver(pdu);
-    return true;
+    return Taken::One;
   }
   kept_.emplace_back(pdu.begin(), pdu.end());
   loop_->Post([weak = weak_from_this()] {
     if (const auto self = weak.lock(); self && self->open_) self->ReceiveOne();
   });
-  return true;
+  return Taken::One;
+}
+
+void L2capChannel::LeaveEnd() {
+  loop_->Post([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->OnReady(EPOLLHUP);
+  });
 }
 
 void L2capChannel::Deliver(ByteView pdu) {
@@ -146,7 +158,7 @@ void L2capChannel::SendWaiting() {
     if (::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) return;
     waiting_.pop_front();
   }
-  WatchFor(EPOLLIN);
+  WatchFor(kInput);
 }
 
 void L2capChannel::WatchFor(std::uint32_t events) {
@@ -167,7 +179,7 @@ void L2capChannel::Secure(std::function<void(bool raised)> done) {
     if (const auto self = weak.lock()) self->SecurityDone(false);
   });
   // The kernel lets nothing be sent until the link is secured; when that fails, it ends the link.
-  WatchFor(EPOLLIN | EPOLLOUT);
+  WatchFor(kInput | EPOLLOUT);
 }
 
 bool L2capChannel::IsSecured() const {

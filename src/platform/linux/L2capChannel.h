@@ -38,11 +38,11 @@ class L2capChannel final : public att::AttChannel,
   /// Has the kernel encrypt the link, and pair when there is no key yet.
   void RaiseSecurity(std::function<void(bool raised)> done) override;
 
-  int Descriptor() const override { return socket_.Get(); }
-  bool TakeOne() override;
-
  private:
   using PduBuffer = std::array<std::uint8_t, att::kMaxMtu>;
+
+  Taken TakeOne() override;
+  void LeaveEnd() override;
 
   void Listen(std::weak_ptr<Listener> listener);
   void OnReady(std::uint32_t events);

@@ -1,32 +1,78 @@
 #include "platform/linux/LendableInput.h"
 
-#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cstdint>
 #include <thread>
+#include <utility>
 
 namespace corvaneble::platform::linux_radio {
+namespace {
 
-bool TakeWhileWaiting(LendableInput& input, int wakeDescriptor, const WakeSignal& signal,
-                      std::chrono::milliseconds limit) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  const WakeSignal::Waker waker(signal, [wakeDescriptor, waiter = std::this_thread::get_id()] {
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+enum class Source : std::uint32_t { Input, Wake };
+
+bool Add(const FileDescriptor& epoll, int fd, std::uint32_t events, Source source) {
+  epoll_event event{events, {}};
+  event.data.u32 = static_cast<std::uint32_t>(source);
+  return epoll_ctl(epoll.Get(), EPOLL_CTL_ADD, fd, &event) == 0;
+}
+
+FileDescriptor Watch(int input, const FileDescriptor& wake) {
+  FileDescriptor epoll(epoll_create1(EPOLL_CLOEXEC));
+  const bool watched = Add(epoll, input, EPOLLIN | EPOLLEXCLUSIVE, Source::Input) &&
+                       Add(epoll, wake.Get(), EPOLLIN, Source::Wake);
+  if (!watched) epoll.Reset();
+  return epoll;
+}
+
+}  // namespace
+
+LendableInput::LendableInput(int descriptor)
+    : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), epoll_(Watch(descriptor, wake_)) {}
+
+bool LendableInput::TakeUntil(const WakeSignal& signal, milliseconds limit) {
+  if (!epoll_ || taken_.exchange(true)) return false;
+  const bool served = Take(signal, limit);
+  taken_ = false;
+  return served;
+}
+
+bool LendableInput::Take(const WakeSignal& signal, milliseconds limit) {
+  const auto end = steady_clock::now() + limit;
+  const WakeSignal::Waker waker(signal, [this, waiter = std::this_thread::get_id()] {
     const std::uint64_t one = 1;
-    if (std::this_thread::get_id() != waiter) (void)!::write(wakeDescriptor, &one, sizeof one);
+    if (std::this_thread::get_id() != waiter) (void)!::write(wake_.Get(), &one, sizeof one);
   });
-  while (!signal.IsSet()) {
-    pollfd ready[] = {{input.Descriptor(), POLLIN, 0}, {wakeDescriptor, POLLIN, 0}};
-    if (limit.count() <= 0 || ::poll(ready, 2, static_cast<int>(limit.count())) == 0) return true;
-    if (ready[1].revents != 0) {
-      std::uint64_t count = 0;
-      (void)!::read(wakeDescriptor, &count, sizeof count);
-    }
-    if ((ready[0].revents & ~POLLIN) != 0) return false;
-    if (ready[0].revents != 0 && !input.TakeOne()) return false;
-    limit = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+  auto taken = Taken::Nothing;
+  for (auto left = limit; !signal.IsSet() && taken != Taken::End && left.count() > 0;) {
+    taken = TakeNext(left);
+    if (!signal.IsSet()) left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
   }
-  return true;
+  // What came after the kernel woke this thread may have woken nobody.
+  while (taken == Taken::One)
+    taken = TakeOne();
+  if (taken == Taken::End) LeaveEnd();
+  return taken != Taken::End;
+}
+
+LendableInput::Taken LendableInput::TakeNext(milliseconds limit) {
+  epoll_event ready[2];
+  const int count = epoll_wait(epoll_.Get(), ready, 2, static_cast<int>(limit.count()));
+  auto taken = Taken::Nothing;
+  for (int i = 0; i < count; ++i) {
+    if (ready[i].data.u32 == static_cast<std::uint32_t>(Source::Wake)) {
+      std::uint64_t times = 0;
+      (void)!::read(wake_.Get(), &times, sizeof times);
+    } else {
+      taken = (ready[i].events & ~EPOLLIN) == 0 ? TakeOne() : Taken::End;
+    }
+  }
+  return taken;
 }
 
 }  // namespace corvaneble::platform::linux_radio

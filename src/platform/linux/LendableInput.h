@@ -1,29 +1,49 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 
 #include "platform/Clock.h"
+#include "platform/linux/FileDescriptor.h"
 
 namespace corvaneble::platform::linux_radio {
 
 /// Input of the radio that a thread waiting for it may take by itself: to be woken by the radio's
 /// thread would cost more than to do what that thread would have done.
+///
+/// Nothing is arranged between the two for one wait. Both watch the descriptor `EPOLLEXCLUSIVE`,
+/// and of those that do the kernel wakes the first that has a thread waiting: hence the radio's
+/// thread is left asleep while another waits here, provided that it began to watch later than this
+/// was made. What arrives may still wake both, so `TakeOne` must be safe on both at once.
 class LendableInput {
  public:
-  virtual int Descriptor() const = 0;
-
-  /// Takes what has arrived, one piece at most, on the calling thread; keeps for the radio's thread
-  /// what only that may handle. False when nothing more will come.
-  virtual bool TakeOne() = 0;
+  /// Takes input until `signal` is set or `limit` has passed; not on the radio's thread. False at
+  /// once when another thread does so already, and as soon as the input can give no more.
+  bool TakeUntil(const WakeSignal& signal, std::chrono::milliseconds limit);
 
  protected:
-  ~LendableInput() = default;
-};
+  enum class Taken { One, Nothing, End };
 
-/// Takes from `input` until `signal` is set or `limit` has passed. False as soon as the input can
-/// give no more; its end is for the radio's thread to see. `wakeDescriptor` is an eventfd that
-/// nobody else uses meanwhile.
-bool TakeWhileWaiting(LendableInput& input, int wakeDescriptor, const WakeSignal& signal,
-                      std::chrono::milliseconds limit);
+  /// The descriptor must live as long as this.
+  explicit LendableInput(int descriptor);
+  ~LendableInput() = default;
+  LendableInput(const LendableInput&) = delete;
+  LendableInput& operator=(const LendableInput&) = delete;
+
+  /// Takes what has arrived, one piece at most, on the calling thread; keeps for the radio's thread
+  /// what only that may handle.
+  virtual Taken TakeOne() = 0;
+
+  /// Has the radio's thread see to the end of the input, after what was kept for it.
+  virtual void LeaveEnd() = 0;
+
+ private:
+  bool Take(const WakeSignal& signal, std::chrono::milliseconds limit);
+  Taken TakeNext(std::chrono::milliseconds limit);
+
+  const FileDescriptor wake_;   // an eventfd; both are without a descriptor if there was none left
+  const FileDescriptor epoll_;  // of the input and wake_
+  std::atomic<bool> taken_{false};
+};
 
 }  // namespace corvaneble::platform::linux_radio
