@@ -48,8 +48,8 @@ class CompletableOperation final : public AsyncOperation<T> {
     handler(*this);
   }
 
+  // No lock: once done, nothing changes any more.
   std::shared_ptr<T> GetResults() override {
-    const std::lock_guard lock(mutex_);
     if (failure_) throw PlatformFailure(*failure_);
     return result_;
   }
@@ -71,7 +71,7 @@ class CompletableOperation final : public AsyncOperation<T> {
     if (handler) handler(*this);
   }
 
-  std::mutex mutex_;  // guards every field; never held while the handler runs
+  std::mutex mutex_;  // guards every field until it is done; never held while the handler runs
   bool done_ = false;
   Completed handler_;
   std::shared_ptr<T> result_;

@@ -49,15 +49,14 @@ class CompletionState {
 
   const platform::WakeSignal& Done() const { return done_; }
 
-  /// The result, once done; throws the failure that took its place.
+  /// The result, once done, when nothing changes any more; throws the failure that took its place.
   std::shared_ptr<T> Take() {
-    const std::lock_guard lock(mutex_);
     if (failure_) throw platform::PlatformFailure(*failure_);
     return std::move(result_);
   }
 
  private:
-  std::mutex mutex_;  // guards all but the signal
+  std::mutex mutex_;  // guards all but the signal, until it is set
   bool abandoned_ = false;
   std::shared_ptr<T> result_;
   std::optional<platform::PlatformFailure> failure_;
