@@ -4,10 +4,12 @@ peripheral, which BlueZ knows already: the median of five."""
 
 import asyncio
 import statistics
+import sys
 import time
 
 from bleak import BleakClient
 from bleak.backends.device import BLEDevice
+from bleak.exc import BleakError
 
 ADDRESS = "00:AA:01:01:00:01"
 PATH = "/org/bluez/hci0/dev_" + ADDRESS.replace(":", "_")
@@ -31,4 +33,9 @@ async def main():
     print(f"{'the same with bleak':28} {statistics.median(times) * 1e3:8.0f} ms")
 
 
-asyncio.run(main())
+try:
+    asyncio.run(main())
+except (BleakError, TimeoutError) as error:
+    # With both ends in one daemon BlueZ may see the ATT channel before the link; then it announces no
+    # connection ("already connected" in bluetoothd.log), and bleak waits for one.
+    sys.exit(f"{'the same with bleak':28} not measured, bleak gave up: {error}")

@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -62,27 +63,26 @@ Cost Measure(int count, Work work) {
 class Library {
  public:
   Library() : client_(CorvaneBLE_BLEClient_Create(&OnEvent, this, nullptr, 0)) {
-    Do(CORVANEBLE_METHOD_CONNECT, {tests::kPeripheralId});
+    Do(CORVANEBLE_METHOD_CONNECT, tests::kPeripheralId);
   }
   ~Library() { CorvaneBLE_BLEClient_Destroy(client_); }
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  void Do(std::int32_t method, std::vector<const char*> texts) {
-    texts.resize(4, "");
-    std::vector<std::intptr_t> params(5);
-    std::memcpy(params.data(), texts.data(), 4 * sizeof(std::intptr_t));
-    if (method == CORVANEBLE_METHOD_DISCOVER) params[2] = 0;
+  void Do(std::int32_t method, const char* first, const char* second = "") {
+    std::intptr_t params[5] = {};
     std::int32_t lengths[5] = {};
-    if (CorvaneBLE_BLEClient_Do(client_, method, 4, params.data(), lengths, nullptr) != 0)
+    std::memcpy(&params[0], &first, sizeof first);
+    std::memcpy(&params[1], &second, sizeof second);
+    if (CorvaneBLE_BLEClient_Do(client_, method, 4, params, lengths, nullptr) != 0)
       throw std::runtime_error(CorvaneBLE_BLEClient_GetLastError(client_));
   }
 
   void Discover(const char* service, const char* characteristic) {
-    Do(CORVANEBLE_METHOD_DISCOVER, {service, characteristic});
+    Do(CORVANEBLE_METHOD_DISCOVER, service, characteristic);
   }
-  void Read() { Do(CORVANEBLE_METHOD_READ_VALUE, {service_.c_str(), characteristic_.c_str()}); }
-  void Subscribe() { Do(CORVANEBLE_METHOD_SUBSCRIBE, {service_.c_str(), characteristic_.c_str()}); }
+  void Read() { Do(CORVANEBLE_METHOD_READ_VALUE, service_.c_str(), characteristic_.c_str()); }
+  void Subscribe() { Do(CORVANEBLE_METHOD_SUBSCRIBE, service_.c_str(), characteristic_.c_str()); }
   std::uint16_t ValueHandle() const {
     return static_cast<std::uint16_t>(std::stoi(characteristic_.substr(4, 4), nullptr, 16) + 1);
   }
@@ -143,8 +143,8 @@ class Bare {
   Bare(const Bare&) = delete;
   Bare& operator=(const Bare&) = delete;
 
-  void Exchange(const std::vector<std::uint8_t>& request) {
-    if (send(socket_, request.data(), request.size(), 0) < 0 || Receive() <= 0)
+  void Exchange(std::initializer_list<std::uint8_t> request) {
+    if (send(socket_, request.begin(), request.size(), 0) < 0 || Receive() <= 0)
       throw std::runtime_error("bare socket: lost");
   }
   void Read(std::uint16_t handle) {
@@ -256,13 +256,18 @@ void TimeFirstValue() {
 }  // namespace
 }  // namespace corvaneble::bench
 
-int main() {
+/// All comparisons, or the one that is named: connect, reads, notifications.
+int main(int argc, char** argv) {
+  const std::string only = argc > 1 ? argv[1] : "";
+  const auto compare = [&](const char* name, void (*comparison)()) {
+    if (only.empty() || only == name) comparison();
+  };
   try {
     setenv("CORVANEBLE_RADIO", "linux:hci0", 1);
     corvaneble::tests::Tell("advertise");
-    corvaneble::bench::TimeFirstValue();
-    corvaneble::bench::CompareReads();
-    corvaneble::bench::CompareNotifications();
+    compare("connect", corvaneble::bench::TimeFirstValue);
+    compare("reads", corvaneble::bench::CompareReads);
+    compare("notifications", corvaneble::bench::CompareNotifications);
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;
