@@ -23,10 +23,6 @@ std::string Bar(double rssi) {
   return std::string(filled, '#') + std::string(kBarWidth - filled, '.');
 }
 
-std::string Right(const std::string& text, std::size_t width) {
-  return text.size() >= width ? text : std::string(width - text.size(), ' ') + text;
-}
-
 }  // namespace
 
 void DeviceTable::Update(const Advertisement& a, Time now) {
@@ -47,8 +43,8 @@ std::string DeviceTable::Row(const std::string& id, const Device& device, Time n
   std::vector<std::string> services;
   for (const std::string& uuid : device.services)
     services.push_back(ServiceName(uuid));
-  return id + "  " + Bar(device.rssi) + Right(std::to_string(std::lround(device.rssi)), 5) +
-         Right(std::to_string(age), 5) + "s  " + Fit(Sanitize(device.name), 22) + "  " +
+  return id + "  " + Bar(device.rssi) + RightAligned(std::to_string(std::lround(device.rssi)), 5) +
+         RightAligned(std::to_string(age), 5) + "s  " + Fit(Sanitize(device.name), 22) + "  " +
          Fit(device.companyId ? Hex16(*device.companyId) : "", 7) + "  " + JoinList(services, ", ");
 }
 

@@ -13,10 +13,6 @@ constexpr std::size_t kValueWidth = 20;
 constexpr std::size_t kCountWidth = 8;
 constexpr char kTitles[] = "CHARACTERISTIC              VALUE                  COUNT  ";
 
-std::string RightAligned(const std::string& text, std::size_t width) {
-  return text.size() >= width ? text : std::string(width - text.size(), ' ') + text;
-}
-
 }  // namespace
 
 void LiveWatchView::Begin(const std::vector<WatchedCharacteristic>& watched) {

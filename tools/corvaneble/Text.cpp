@@ -175,4 +175,8 @@ std::string Fit(std::string_view text, std::size_t width) {
   return out.append(width - used, ' ');
 }
 
+std::string RightAligned(const std::string& text, std::size_t width) {
+  return text.size() >= width ? text : std::string(width - text.size(), ' ') + text;
+}
+
 }  // namespace corvaneble::tool

@@ -40,4 +40,7 @@ std::size_t DisplayWidth(std::string_view text);
 /// `text` cut or padded with blanks to exactly `width` columns.
 std::string Fit(std::string_view text, std::size_t width);
 
+/// ASCII text behind as many blanks as fill `width` columns.
+std::string RightAligned(const std::string& text, std::size_t width);
+
 }  // namespace corvaneble::tool
