@@ -231,7 +231,7 @@ void CompareNotifications() {
       bare.Subscribe(handle);
       timed(bareRates, [&] {
         for (std::uint32_t i = 0; i < kNotifications; ++i)
-          bare.Receive();
+          if (bare.Receive() <= 0) throw std::runtime_error("bare socket: lost");
       });
     }
     Rest();
@@ -259,8 +259,11 @@ void TimeFirstValue() {
 /// All comparisons, or the one that is named: connect, reads, notifications.
 int main(int argc, char** argv) {
   const std::string only = argc > 1 ? argv[1] : "";
+  bool compared = false;
   const auto compare = [&](const char* name, void (*comparison)()) {
-    if (only.empty() || only == name) comparison();
+    if (!only.empty() && only != name) return;
+    comparison();
+    compared = true;
   };
   try {
     setenv("CORVANEBLE_RADIO", "linux:hci0", 1);
@@ -268,6 +271,7 @@ int main(int argc, char** argv) {
     compare("connect", corvaneble::bench::TimeFirstValue);
     compare("reads", corvaneble::bench::CompareReads);
     compare("notifications", corvaneble::bench::CompareNotifications);
+    if (!compared) throw std::runtime_error("no comparison \"" + only + "\"");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 1;
