@@ -25,6 +25,7 @@ HANDLE WakeEvents::Take() {
 }
 
 void WakeEvents::Return(HANDLE event) {
+  if (event == nullptr) return;
   ResetEvent(event);  // the wait may have ended otherwise
   const std::lock_guard lock(mutex_);
   free_.push_back(event);
@@ -38,7 +39,8 @@ bool WindowsPump::Step(std::chrono::milliseconds wait, const WakeSignal* signal)
     const WakeEvents::Loan loan(events_);
     const HANDLE event = loan.Get();
     const WakeSignal::Waker waker(*signal, [event] { SetEvent(event); });
-    MsgWaitForMultipleObjects(1, &event, FALSE, limit, kAnyInput);
+    // Where there was no event left, the step just lasts.
+    MsgWaitForMultipleObjects(event != nullptr ? 1 : 0, &event, FALSE, limit, kAnyInput);
   } else if (limit != 0) {
     MsgWaitForMultipleObjects(0, nullptr, FALSE, limit, kAnyInput);
   }
