@@ -37,8 +37,8 @@ class Recorder final : public att::AttChannel::Listener {
     std::memcpy(&number, pdu.data() + 1, sizeof number);
     const bool isResponse = att::IsResponse(att::OpcodeOf(pdu));
     (isResponse ? responses : values).push_back({number, std::this_thread::get_id()});
-    if (isResponse && answered != nullptr) answered->Set();
-    arrived.notify_all();
+    if (isResponse && answered_ != nullptr) answered_->Set();
+    arrived_.notify_all();
   }
   void OnClosed(att::ChannelError error) override {
     reason = error;
@@ -46,22 +46,22 @@ class Recorder final : public att::AttChannel::Listener {
   }
   bool WaitForValues(std::size_t count) {
     std::unique_lock lock(mutex_);
-    return arrived.wait_for(lock, kLimit, [&] { return values.size() >= count; });
+    return arrived_.wait_for(lock, kLimit, [&] { return values.size() >= count; });
   }
   void SetAnswered(WakeSignal* signal) {
     const std::lock_guard lock(mutex_);
-    answered = signal;
+    answered_ = signal;
   }
 
   std::vector<Arrival> responses;
   std::vector<Arrival> values;
-  att::ChannelError reason{};  // once closed
+  att::ChannelError reason{};  // set before closed is
   WakeSignal closed;
 
  private:
-  std::mutex mutex_;  // guards all but the signal
-  std::condition_variable arrived;
-  WakeSignal* answered = nullptr;
+  std::mutex mutex_;  // guards what has arrived
+  std::condition_variable arrived_;
+  WakeSignal* answered_ = nullptr;
 };
 
 class L2capChannelTest : public testing::Test {
@@ -82,6 +82,10 @@ class L2capChannelTest : public testing::Test {
     std::uint8_t pdu[5] = {static_cast<std::uint8_t>(opcode)};
     std::memcpy(pdu + 1, &number, sizeof number);
     EXPECT_EQ(::send(peer.Get(), pdu, sizeof pdu, 0), 5);
+  }
+  /// Until `release` is given its value.
+  void HoldRadiosThread() {
+    loop->Post([held = release.get_future().share()] { held.wait(); });
   }
   /// Ends only when the signal is set, or far too late.
   void WaitFor(const WakeSignal& signal) const {
@@ -104,11 +108,11 @@ class L2capChannelTest : public testing::Test {
   std::shared_ptr<L2capChannel> channel;
   FileDescriptor peer;
   std::thread::id radioThread;
+  std::promise<void> release;
 };
 
 TEST_F(L2capChannelTest, AWaitingThreadTakesItsResponseAndLeavesEventsToTheRadiosThread) {
-  std::promise<void> release;
-  loop->Post([held = release.get_future().share()] { held.wait(); });
+  HoldRadiosThread();
   WakeSignal answered;
   recorder->SetAnswered(&answered);
   Say(Opcode::HandleValueNotification, 0);
@@ -144,6 +148,45 @@ TEST_F(L2capChannelTest, AWaitEndsForWhateverSetsItsSignal) {
   WaitFor(recorder->closed);
   EXPECT_EQ(recorder->reason, att::ChannelError::Unreachable);
   EXPECT_FALSE(channel->Send(std::array<std::uint8_t, 1>{0x0A}));
+}
+
+TEST_F(L2capChannelTest, AWaitOnTheRadiosThreadEndsForWhatAnotherThreadSets) {
+  WakeSignal elsewhere, ended;
+  loop->Post([&] {
+    loop->Step(kLimit, &elsewhere);
+    ended.Set();
+  });
+  elsewhere.Set();
+  WaitFor(ended);
+}
+
+TEST_F(L2capChannelTest, WhatCameBeforeTheEndIsHandledBeforeIt) {
+  HoldRadiosThread();
+  for (std::uint32_t i = 0; i < 3; ++i)
+    Say(Opcode::HandleValueNotification, i);
+  peer.Reset();
+  release.set_value();
+  WaitFor(recorder->closed);
+  ExpectValues(3);
+}
+
+TEST_F(L2capChannelTest, AWaitingThreadKeepsOnlySoMuchForARadiosThreadThatIsHeldUp) {
+  constexpr std::uint32_t kMore = 270;  // than are kept, and as many as fit into the socket beside
+  HoldRadiosThread();
+  WakeSignal answered;
+  recorder->SetAnswered(&answered);
+  std::jthread server([this] {
+    for (std::uint32_t i = 0; i < kMore; ++i)
+      Say(Opcode::HandleValueNotification, i);
+    Say(Opcode::ReadResponse, 0);
+  });
+  loop->Step(20ms, &answered);
+  EXPECT_FALSE(answered.IsSet());
+  release.set_value();
+  WaitFor(answered);
+  server.join();
+  recorder->SetAnswered(nullptr);
+  ExpectValues(kMore);
 }
 
 TEST_F(L2capChannelTest, NothingIsLostOrOvertakenBetweenTheThreads) {

@@ -25,12 +25,11 @@ class Clock {
 /// A flag that one thread waits for and any other thread sets, once.
 class WakeSignal {
  public:
+  /// All under the lock: whoever has waited may destroy this at once.
   void Set() {
-    {
-      const std::lock_guard lock(mutex_);
-      set_ = true;
-      if (wakeElsewhere_) wakeElsewhere_();
-    }
+    const std::lock_guard lock(mutex_);
+    set_ = true;
+    if (wakeElsewhere_) wakeElsewhere_();
     wake_.notify_all();
   }
 
@@ -38,8 +37,11 @@ class WakeSignal {
 
   /// Waits in real time until the flag is set or `limit` has passed; returns the flag.
   bool WaitFor(std::chrono::milliseconds limit) const {
+    return WaitUntil(std::chrono::steady_clock::now() + limit);
+  }
+  bool WaitUntil(std::chrono::steady_clock::time_point end) const {
     std::unique_lock lock(mutex_);
-    return wake_.wait_for(lock, limit, [this] { return IsSet(); });
+    return wake_.wait_until(lock, end, [this] { return IsSet(); });
   }
 
   /// While it lives, `wake` is called when the flag is set, or at once: for a thread that waits for

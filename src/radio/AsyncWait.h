@@ -30,14 +30,18 @@ class CompletionState {
  public:
   /// The completion handler; any thread.
   void Complete(platform::AsyncOperation<T>& operation) {
+    std::shared_ptr<T> result;
+    std::optional<platform::PlatformFailure> failure;
+    try {
+      result = operation.GetResults();
+    } catch (const platform::PlatformFailure& thrown) {
+      failure = thrown;
+    }
     {
       const std::lock_guard lock(mutex_);
       if (abandoned_) return;
-      try {
-        result_ = operation.GetResults();
-      } catch (const platform::PlatformFailure& failure) {
-        failure_ = failure;
-      }
+      result_ = std::move(result);
+      failure_ = std::move(failure);
     }
     done_.Set();
   }

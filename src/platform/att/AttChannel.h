@@ -20,8 +20,8 @@ class AttChannel {
  public:
   /// Called by the channel, one call at a time, on a thread of the backend; the response to any
   /// request but the first may also come on a thread that waits for it, beside such a call.
-  /// `OnClosed` is the last call of the backend's and comes exactly once, also after `Close`, never
-  /// from inside it.
+  /// `OnClosed` is the last call of the backend's thread and comes exactly once, also after
+  /// `Close`, never from inside it; a thread that waits may have a response in its hands even then.
   class Listener {
    public:
     virtual void OnPdu(ByteView pdu) = 0;  ///< the bytes are valid only during the call

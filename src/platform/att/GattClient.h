@@ -18,8 +18,9 @@ namespace corvaneble::platform::att {
 /// byte, a channel that the operating system refuses `AccessDenied`, no channel or a lost one
 /// `Unreachable`; an answer that does not make sense is `ProtocolError` 0x04, Invalid PDU.
 ///
-/// All operations may be called from any thread and complete on the channel's or the calling one.
-/// The objects handed out may outlive the client; their operations are then unreachable.
+/// All operations may be called from any thread and complete on the channel's, on the calling one
+/// or on another that waits for an answer of this device. The objects handed out may outlive the
+/// client; their operations are then unreachable.
 class GattClient {
  public:
   GattClient(std::shared_ptr<AttConnector> connector, std::shared_ptr<Executor> executor,

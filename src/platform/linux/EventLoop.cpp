@@ -4,6 +4,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -14,9 +15,6 @@ namespace {
 using std::chrono::milliseconds;
 using SteadyClock = std::chrono::steady_clock;
 
-/// How often a wait on the radio's own thread looks at its signal, which another thread may set
-/// without waking this one.
-constexpr milliseconds kSignalCheck{5};
 constexpr milliseconds kLongestWait = std::chrono::hours(1);
 
 }  // namespace
@@ -56,17 +54,23 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   /// On the radio's thread: runs what is due, until `signal` is set or `duration` has passed.
   void WaitNested(milliseconds duration, const WakeSignal* signal) {
     const auto end = SteadyClock::now() + duration;
+    std::optional<WakeSignal::Waker> waker;
+    if (signal)
+      waker.emplace(*signal, [this] {
+        if (!IsLoopThread()) descriptors_.Wake();
+      });
     while (!IsStopped() && !(signal && signal->IsSet())) {
       const auto left = std::chrono::ceil<milliseconds>(end - SteadyClock::now());
       if (left <= milliseconds{0}) return;
-      RunOnce(signal ? std::min(left, kSignalCheck) : left);
+      RunOnce(left);
     }
   }
 
   /// On any other thread: waits as long, and meanwhile takes the lent input if nobody else does.
   void WaitOutside(milliseconds duration, const WakeSignal& signal) {
+    const auto end = SteadyClock::now() + duration;
     const auto input = LentInput();
-    if (!input || !input->TakeUntil(signal, duration)) signal.WaitFor(duration);
+    if (!input || !input->TakeUntil(signal, end)) signal.WaitUntil(end);
   }
 
   void Lend(std::weak_ptr<LendableInput> input) {

@@ -19,6 +19,10 @@ constexpr std::chrono::seconds kPairingLimit{30};
 constexpr int kLargestBatch = 32;
 constexpr int kSignsOfABurst = 4;
 
+/// How many PDUs a waiting thread keeps at most for the radio's, which may be held up by the host:
+/// about as many as fit into the socket, where the sender is made to wait.
+constexpr std::size_t kMostKept = 256;
+
 /// What the radio's thread watches for always; a thread that waits is woken in its place.
 constexpr std::uint32_t kInput = EPOLLIN | EPOLLEXCLUSIVE;
 
@@ -53,9 +57,11 @@ void L2capChannel::Start(std::weak_ptr<Listener> listener) {
 void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   listener_ = std::move(listener);
   if (!open_) return;
-  watch_ = loop_->Watch(socket_.Get(), kInput, [weak = weak_from_this()](std::uint32_t events) {
-    if (const auto self = weak.lock()) self->OnReady(events);
-  });
+  watchedFor_ = kInput;
+  watch_ =
+      loop_->Watch(socket_.Get(), watchedFor_, [weak = weak_from_this()](std::uint32_t events) {
+        if (const auto self = weak.lock()) self->OnReady(events);
+      });
   loop_->Lend(weak_from_this());
 }
 
@@ -75,18 +81,20 @@ bool L2capChannel::Send(ByteView pdu) {
 }
 
 void L2capChannel::OnReady(std::uint32_t events) {
-  if ((events & ~EPOLLOUT) != 0) Receive();  // an end too may have PDUs before it
-  if (!open_) return;
-  const bool ended = (events & (EPOLLERR | EPOLLHUP)) != 0;
-  if ((events & EPOLLOUT) != 0) {
-    SecurityDone(!ended && IsSecured());
-    SendWaiting();
-  }
-  if (!ended) return;
-  int error = 0;
-  socklen_t size = sizeof error;
-  getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, &error, &size);
-  End(ToChannelError(error));
+  if ((events & (EPOLLERR | EPOLLHUP)) != 0) return ReceiveRest();
+  if ((events & EPOLLIN) != 0) Receive();
+  if (!open_ || (events & EPOLLOUT) == 0) return;
+  SecurityDone(IsSecured());
+  SendWaiting();
+}
+
+// An end may have PDUs before it; the socket gives them once it has been asked for its error.
+void L2capChannel::ReceiveRest() {
+  socklen_t size = sizeof error_;
+  if (error_ == 0) getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, &error_, &size);
+  while (open_ && ReceiveOne())
+    ;
+  End(ToChannelError(error_));
 }
 
 // Answers come one by one, and asking for a second PDU would be a call to the kernel for nothing;
@@ -107,7 +115,7 @@ bool L2capChannel::ReceiveOne() {
   if (size > 0)
     Deliver(ByteView(pdu).first(static_cast<std::size_t>(size)));
   else
-    End(size == 0 ? att::ChannelError::Unreachable : ToChannelError(errno));
+    End(ToChannelError(size == 0 ? error_ : errno));
   return size > 0;
 }
 
@@ -125,6 +133,7 @@ ssize_t L2capChannel::Next(PduBuffer& pdu) {
 LendableInput::Taken L2capChannel::TakeOne() {
   PduBuffer buffer;
   std::unique_lock lock(inputMutex_);
+  if (kept_.size() >= kMostKept) return Taken::Enough;
   const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
   if (size <= 0) return size < 0 && IsTemporary(errno) ? Taken::Nothing : Taken::End;
   const ByteView pdu = ByteView(buffer).first(static_cast<std::size_t>(size));
@@ -141,9 +150,12 @@ LendableInput::Taken L2capChannel::TakeOne() {
   return Taken::One;
 }
 
-void L2capChannel::LeaveEnd() {
-  loop_->Post([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->OnReady(EPOLLHUP);
+void L2capChannel::GiveBack(bool ended) {
+  loop_->Post([weak = weak_from_this(), ended] {
+    const auto self = weak.lock();
+    if (!self || !self->open_) return;
+    if (ended) return self->ReceiveRest();
+    self->WatchFor(self->watchedFor_);  // anew, so that the kernel looks what is there
   });
 }
 
@@ -162,6 +174,7 @@ void L2capChannel::SendWaiting() {
 }
 
 void L2capChannel::WatchFor(std::uint32_t events) {
+  watchedFor_ = events;
   loop_->SetEvents(watch_, events);
 }
 

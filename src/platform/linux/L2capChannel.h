@@ -42,11 +42,12 @@ class L2capChannel final : public att::AttChannel,
   using PduBuffer = std::array<std::uint8_t, att::kMaxMtu>;
 
   Taken TakeOne() override;
-  void LeaveEnd() override;
+  void GiveBack(bool ended) override;
 
   void Listen(std::weak_ptr<Listener> listener);
   void OnReady(std::uint32_t events);
   void Receive();
+  void ReceiveRest();
   bool ReceiveOne();
   ssize_t Next(PduBuffer& pdu);
   void Deliver(ByteView pdu);
@@ -72,7 +73,9 @@ class L2capChannel final : public att::AttChannel,
 
   // Below: the radio's thread alone.
   EventLoop::WatchId watch_ = 0;
-  int filled_ = 0;  ///< how often in a row there were as many PDUs as asked for
+  std::uint32_t watchedFor_ = 0;  ///< `EPOLL…` events
+  int error_ = 0;                 ///< the errno that the channel ended with
+  int filled_ = 0;                ///< how often in a row there were as many PDUs as asked for
   std::function<void(bool raised)> securityDone_;
   EventLoop::TaskId securityTimer_ = 0;
 };

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <thread>
-#include <utility>
 
 namespace corvaneble::platform::linux_radio {
 namespace {
@@ -35,29 +34,30 @@ FileDescriptor Watch(int input, const FileDescriptor& wake) {
 LendableInput::LendableInput(int descriptor)
     : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), epoll_(Watch(descriptor, wake_)) {}
 
-bool LendableInput::TakeUntil(const WakeSignal& signal, milliseconds limit) {
-  if (!epoll_ || taken_.exchange(true)) return false;
-  const bool served = Take(signal, limit);
-  taken_ = false;
+bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
+  if (!epoll_ || inUse_.exchange(true)) return false;
+  const bool served = Take(signal, end);
+  inUse_ = false;
   return served;
 }
 
-bool LendableInput::Take(const WakeSignal& signal, milliseconds limit) {
-  const auto end = steady_clock::now() + limit;
+bool LendableInput::Take(const WakeSignal& signal, TimePoint end) {
   const WakeSignal::Waker waker(signal, [this, waiter = std::this_thread::get_id()] {
     const std::uint64_t one = 1;
     if (std::this_thread::get_id() != waiter) (void)!::write(wake_.Get(), &one, sizeof one);
   });
   auto taken = Taken::Nothing;
-  for (auto left = limit; !signal.IsSet() && taken != Taken::End && left.count() > 0;) {
+  while (!signal.IsSet() && taken < Taken::Enough) {
+    const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
+    if (left <= milliseconds{0}) break;
     taken = TakeNext(left);
-    if (!signal.IsSet()) left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
   }
   // What came after the kernel woke this thread may have woken nobody.
   while (taken == Taken::One)
     taken = TakeOne();
-  if (taken == Taken::End) LeaveEnd();
-  return taken != Taken::End;
+  if (taken < Taken::Enough) return true;
+  GiveBack(taken == Taken::End);
+  return false;
 }
 
 LendableInput::Taken LendableInput::TakeNext(milliseconds limit) {

@@ -17,12 +17,19 @@ namespace corvaneble::platform::linux_radio {
 /// was made. What arrives may still wake both, so `TakeOne` must be safe on both at once.
 class LendableInput {
  public:
-  /// Takes input until `signal` is set or `limit` has passed; not on the radio's thread. False at
-  /// once when another thread does so already, and as soon as the input can give no more.
-  bool TakeUntil(const WakeSignal& signal, std::chrono::milliseconds limit);
+  using TimePoint = std::chrono::steady_clock::time_point;
+
+  /// Takes input until `signal` is set or `end` has come; not on the radio's thread. False at once
+  /// when another thread does so already, and as soon as the input can give no more.
+  bool TakeUntil(const WakeSignal& signal, TimePoint end);
 
  protected:
-  enum class Taken { One, Nothing, End };
+  enum class Taken {
+    One,
+    Nothing,  ///< there was none
+    Enough,   ///< no more can be kept for the radio's thread
+    End,      ///< none will come
+  };
 
   /// The descriptor must live as long as this.
   explicit LendableInput(int descriptor);
@@ -34,16 +41,16 @@ class LendableInput {
   /// what only that may handle.
   virtual Taken TakeOne() = 0;
 
-  /// Has the radio's thread see to the end of the input, after what was kept for it.
-  virtual void LeaveEnd() = 0;
+  /// Has the radio's thread see to what is left, or to the end, after what was kept for it.
+  virtual void GiveBack(bool ended) = 0;
 
  private:
-  bool Take(const WakeSignal& signal, std::chrono::milliseconds limit);
+  bool Take(const WakeSignal& signal, TimePoint end);
   Taken TakeNext(std::chrono::milliseconds limit);
 
   const FileDescriptor wake_;   // an eventfd; both are without a descriptor if there was none left
   const FileDescriptor epoll_;  // of the input and wake_
-  std::atomic<bool> taken_{false};
+  std::atomic<bool> inUse_{false};  ///< a thread is in here
 };
 
 }  // namespace corvaneble::platform::linux_radio

@@ -27,6 +27,7 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
   static constexpr std::chrono::milliseconds kFirstPause{500};
   static constexpr std::chrono::milliseconds kLongestPause{15'000};
 
+  // The radio's thread alone.
   void Schedule() {
     const auto loop = loop_.lock();
     if (!loop) return;
@@ -44,15 +45,19 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
         ->GetGattServicesForUuidAsync(Guid::FromAssignedNumber(att::gatt_uuid::kGenericAccess),
                                       BluetoothCacheMode::Uncached)
         ->OnCompleted([weak = weak_from_this()](AsyncOperation<GattDeviceServicesResult>& tried) {
-          const auto self = weak.lock();
-          if (self && tried.GetResults()->status == GattCommunicationStatus::Unreachable)
-            self->Schedule();
+          if (tried.GetResults()->status != GattCommunicationStatus::Unreachable) return;
+          const auto self = weak.lock();  // on whatever thread found out
+          const auto loop = self ? self->loop_.lock() : nullptr;
+          if (loop)
+            loop->Post([weak] {
+              if (const auto later = weak.lock()) later->Schedule();
+            });
         });
   }
 
   const std::weak_ptr<EventLoop> loop_;
   std::weak_ptr<att::GattClient> client_;
-  std::chrono::milliseconds pause_ = kFirstPause;
+  std::chrono::milliseconds pause_ = kFirstPause;  // the radio's thread alone
 };
 
 std::shared_ptr<LinuxDevice> LinuxDevice::Create(LinuxSession& session, const DeviceObject& device,
