@@ -31,12 +31,12 @@ inline constexpr char ToUpperAscii(char c) {
 /// texts it is made from; numbers it holds as digits.
 class TextPart {
  public:
-  TextPart(std::string_view text) : text_(text) {}            // NOLINT: a part is what it is made
-  TextPart(const char* text) : text_(text) {}                 // NOLINT: from, in the code that
-  TextPart(Quoted part) : quoted_(true), text_(part.text) {}  // NOLINT: lists the parts
-  TextPart(Hex part);                                         // NOLINT
+  TextPart(std::string_view text) : text_(text) {}
+  TextPart(const char* text) : text_(text) {}
+  TextPart(Quoted part) : quoted_(true), text_(part.text) {}
+  TextPart(Hex part);
   template <std::integral T>
-  TextPart(T value) {  // NOLINT
+  TextPart(T value) {
     text_ = {digits_, std::to_chars(digits_, digits_ + sizeof digits_, value).ptr};
   }
   TextPart(const TextPart&) = delete;

@@ -1,8 +1,6 @@
 #include "platform/linux/DescriptorWatch.h"
 
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -16,17 +14,12 @@ namespace {
 
 constexpr DescriptorWatch::Id kWakeId = 0;
 
-FileDescriptor Require(int fd) {
-  if (fd >= 0) return FileDescriptor(fd);
-  throw PlatformFailure(
-      errno, "The Bluetooth radio cannot be opened: " + std::string(std::strerror(errno)) + ".");
-}
-
 }  // namespace
 
-DescriptorWatch::DescriptorWatch()
-    : epoll_(Require(epoll_create1(EPOLL_CLOEXEC))),
-      wake_(Require(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
+DescriptorWatch::DescriptorWatch() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
+  if (!epoll_ || !wake_)
+    throw PlatformFailure(
+        errno, "The Bluetooth radio cannot be opened: " + std::string(std::strerror(errno)) + ".");
   Control(EPOLL_CTL_ADD, wake_.Get(), kWakeId, EPOLLIN);
 }
 
@@ -71,16 +64,10 @@ void DescriptorWatch::Wait(std::chrono::milliseconds limit) {
   epoll_event event{};
   if (epoll_wait(epoll_.Get(), &event, 1, static_cast<int>(limit.count())) <= 0) return;
   if (event.data.u64 == kWakeId) {
-    std::uint64_t count = 0;
-    (void)!::read(wake_.Get(), &count, sizeof count);
+    wake_.Clear();
   } else if (const auto handler = HandlerOf(event.data.u64)) {
     (*handler)(event.events);
   }
-}
-
-void DescriptorWatch::Wake() {
-  const std::uint64_t one = 1;
-  (void)!::write(wake_.Get(), &one, sizeof one);
 }
 
 std::shared_ptr<DescriptorWatch::ReadyHandler> DescriptorWatch::HandlerOf(Id id) {

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "platform/linux/EventFd.h"
 #include "platform/linux/FileDescriptor.h"
 
 namespace corvaneble::platform::linux_radio {
@@ -34,7 +35,7 @@ class DescriptorWatch {
   /// handler. One only: a handler may wait here nested, and what it finds must be fresh.
   void Wait(std::chrono::milliseconds limit);
   /// Ends the present or the next `Wait`.
-  void Wake();
+  void Wake() { wake_.Set(); }
 
  private:
   struct Watched {
@@ -48,7 +49,7 @@ class DescriptorWatch {
   void Control(int operation, int fd, Id id, std::uint32_t events);
 
   const FileDescriptor epoll_;
-  const FileDescriptor wake_;
+  const EventFd wake_;
   std::mutex mutex_;  // guards every field below; no handler dies under it
   bool closed_ = false;
   Id lastId_ = 0;

@@ -57,11 +57,9 @@ void L2capChannel::Start(std::weak_ptr<Listener> listener) {
 void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   listener_ = std::move(listener);
   if (!open_) return;
-  watchedFor_ = kInput;
-  watch_ =
-      loop_->Watch(socket_.Get(), watchedFor_, [weak = weak_from_this()](std::uint32_t events) {
-        if (const auto self = weak.lock()) self->OnReady(events);
-      });
+  watch_ = loop_->Watch(socket_.Get(), kInput, [weak = weak_from_this()](std::uint32_t events) {
+    if (const auto self = weak.lock()) self->OnReady(events);
+  });
   loop_->Lend(weak_from_this());
 }
 
@@ -92,9 +90,13 @@ void L2capChannel::OnReady(std::uint32_t events) {
 void L2capChannel::ReceiveRest() {
   socklen_t size = sizeof error_;
   if (error_ == 0) getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, &error_, &size);
+  ReceiveAll();
+  End(ToChannelError(error_));
+}
+
+void L2capChannel::ReceiveAll() {
   while (open_ && ReceiveOne())
     ;
-  End(ToChannelError(error_));
 }
 
 // Answers come one by one, and asking for a second PDU would be a call to the kernel for nothing;
@@ -152,10 +154,7 @@ LendableInput::Taken L2capChannel::TakeOne() {
 
 void L2capChannel::GiveBack(bool ended) {
   loop_->Post([weak = weak_from_this(), ended] {
-    const auto self = weak.lock();
-    if (!self || !self->open_) return;
-    if (ended) return self->ReceiveRest();
-    self->WatchFor(self->watchedFor_);  // anew, so that the kernel looks what is there
+    if (const auto self = weak.lock()) ended ? self->ReceiveRest() : self->ReceiveAll();
   });
 }
 
@@ -174,7 +173,6 @@ void L2capChannel::SendWaiting() {
 }
 
 void L2capChannel::WatchFor(std::uint32_t events) {
-  watchedFor_ = events;
   loop_->SetEvents(watch_, events);
 }
 

@@ -48,6 +48,7 @@ class L2capChannel final : public att::AttChannel,
   void OnReady(std::uint32_t events);
   void Receive();
   void ReceiveRest();
+  void ReceiveAll();
   bool ReceiveOne();
   ssize_t Next(PduBuffer& pdu);
   void Deliver(ByteView pdu);
@@ -73,9 +74,8 @@ class L2capChannel final : public att::AttChannel,
 
   // Below: the radio's thread alone.
   EventLoop::WatchId watch_ = 0;
-  std::uint32_t watchedFor_ = 0;  ///< `EPOLL…` events
-  int error_ = 0;                 ///< the errno that the channel ended with
-  int filled_ = 0;                ///< how often in a row there were as many PDUs as asked for
+  int error_ = 0;   ///< the errno that the channel ended with
+  int filled_ = 0;  ///< how often in a row there were as many PDUs as asked for
   std::function<void(bool raised)> securityDone_;
   EventLoop::TaskId securityTimer_ = 0;
 };

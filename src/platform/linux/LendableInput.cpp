@@ -1,8 +1,6 @@
 #include "platform/linux/LendableInput.h"
 
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <thread>
@@ -21,7 +19,7 @@ bool Add(const FileDescriptor& epoll, int fd, std::uint32_t events, Source sourc
   return epoll_ctl(epoll.Get(), EPOLL_CTL_ADD, fd, &event) == 0;
 }
 
-FileDescriptor Watch(int input, const FileDescriptor& wake) {
+FileDescriptor Watch(int input, const EventFd& wake) {
   FileDescriptor epoll(epoll_create1(EPOLL_CLOEXEC));
   const bool watched = Add(epoll, input, EPOLLIN | EPOLLEXCLUSIVE, Source::Input) &&
                        Add(epoll, wake.Get(), EPOLLIN, Source::Wake);
@@ -31,8 +29,7 @@ FileDescriptor Watch(int input, const FileDescriptor& wake) {
 
 }  // namespace
 
-LendableInput::LendableInput(int descriptor)
-    : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), epoll_(Watch(descriptor, wake_)) {}
+LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_)) {}
 
 bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
   if (!epoll_ || inUse_.exchange(true)) return false;
@@ -43,8 +40,7 @@ bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
 
 bool LendableInput::Take(const WakeSignal& signal, TimePoint end) {
   const WakeSignal::Waker waker(signal, [this, waiter = std::this_thread::get_id()] {
-    const std::uint64_t one = 1;
-    if (std::this_thread::get_id() != waiter) (void)!::write(wake_.Get(), &one, sizeof one);
+    if (std::this_thread::get_id() != waiter) wake_.Set();
   });
   auto taken = Taken::Nothing;
   while (!signal.IsSet() && taken < Taken::Enough) {
@@ -66,8 +62,7 @@ LendableInput::Taken LendableInput::TakeNext(milliseconds limit) {
   auto taken = Taken::Nothing;
   for (int i = 0; i < count; ++i) {
     if (ready[i].data.u32 == static_cast<std::uint32_t>(Source::Wake)) {
-      std::uint64_t times = 0;
-      (void)!::read(wake_.Get(), &times, sizeof times);
+      wake_.Clear();
     } else {
       taken = (ready[i].events & ~EPOLLIN) == 0 ? TakeOne() : Taken::End;
     }

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "platform/Clock.h"
+#include "platform/linux/EventFd.h"
 #include "platform/linux/FileDescriptor.h"
 
 namespace corvaneble::platform::linux_radio {
@@ -41,15 +42,15 @@ class LendableInput {
   /// what only that may handle.
   virtual Taken TakeOne() = 0;
 
-  /// Has the radio's thread see to what is left, or to the end, after what was kept for it.
+  /// Has the radio's thread take what is left, and the end if it has come, after what was kept.
   virtual void GiveBack(bool ended) = 0;
 
  private:
   bool Take(const WakeSignal& signal, TimePoint end);
   Taken TakeNext(std::chrono::milliseconds limit);
 
-  const FileDescriptor wake_;   // an eventfd; both are without a descriptor if there was none left
-  const FileDescriptor epoll_;  // of the input and wake_
+  const EventFd wake_;
+  const FileDescriptor epoll_;      ///< of the input and wake_; none if the system gave none
   std::atomic<bool> inUse_{false};  ///< a thread is in here
 };
 

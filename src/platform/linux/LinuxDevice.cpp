@@ -27,13 +27,19 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
   static constexpr std::chrono::milliseconds kFirstPause{500};
   static constexpr std::chrono::milliseconds kLongestPause{15'000};
 
-  // The radio's thread alone.
+  // On whatever thread found out that there is no link.
   void Schedule() {
-    const auto loop = loop_.lock();
-    if (!loop) return;
-    loop->PostAfter(pause_, [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->Try();
-    });
+    if (const auto loop = loop_.lock())
+      loop->Post([weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->TryAfterPause();
+      });
+  }
+
+  void TryAfterPause() {
+    if (const auto loop = loop_.lock())
+      loop->PostAfter(pause_, [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->Try();
+      });
     pause_ = std::min(pause_ * 2, kLongestPause);
   }
 
@@ -45,13 +51,9 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
         ->GetGattServicesForUuidAsync(Guid::FromAssignedNumber(att::gatt_uuid::kGenericAccess),
                                       BluetoothCacheMode::Uncached)
         ->OnCompleted([weak = weak_from_this()](AsyncOperation<GattDeviceServicesResult>& tried) {
-          if (tried.GetResults()->status != GattCommunicationStatus::Unreachable) return;
-          const auto self = weak.lock();  // on whatever thread found out
-          const auto loop = self ? self->loop_.lock() : nullptr;
-          if (loop)
-            loop->Post([weak] {
-              if (const auto later = weak.lock()) later->Schedule();
-            });
+          const auto self = weak.lock();
+          if (self && tried.GetResults()->status == GattCommunicationStatus::Unreachable)
+            self->Schedule();
         });
   }
 
