@@ -35,11 +35,10 @@ class Conformance : public testing::TestWithParam<Backend> {
 
   template <class T>
   std::shared_ptr<T> Await(const AsyncOperationPtr<T>& operation) {
-    const auto done = std::make_shared<platform::WakeSignal>();
-    operation->OnCompleted([done](platform::AsyncOperation<T>&) { done->Set(); });
-    for (int step = 0; step < 500 && !done->IsSet(); ++step)
-      radio.pump->Step(20ms, done.get());
-    if (!done->IsSet()) throw std::runtime_error("an operation did not end");
+    const platform::WakeSignal& done = operation->Done();
+    for (int step = 0; step < 500 && !done.IsSet(); ++step)
+      radio.pump->Step(20ms, &done);
+    if (!done.IsSet()) throw std::runtime_error("an operation did not end");
     return operation->GetResults();
   }
 

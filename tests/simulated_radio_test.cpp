@@ -62,10 +62,8 @@ class SimulatedRadioTest : public testing::Test {
   /// The result, or null when there is none after a minute. May throw `PlatformFailure`.
   template <class T>
   std::shared_ptr<T> Await(const AsyncOperationPtr<T>& operation) {
-    const auto done = std::make_shared<WakeSignal>();
-    operation->OnCompleted([done](AsyncOperation<T>&) { done->Set(); });
-    opened_.pump->Step(std::chrono::seconds(60), done.get());
-    return done->IsSet() ? operation->GetResults() : nullptr;
+    opened_.pump->Step(std::chrono::seconds(60), &operation->Done());
+    return operation->Done().IsSet() ? operation->GetResults() : nullptr;
   }
 
   void Sleep(int duration) { opened_.clock->Sleep(milliseconds(duration)); }

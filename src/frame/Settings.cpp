@@ -12,9 +12,6 @@ namespace {
 constexpr const char* kTrue = "True";
 constexpr const char* kFalse = "False";
 
-/// ZeroMemory belongs to the process: every instance reads and writes the same value.
-std::atomic<std::int32_t> processZeroMemory{0};
-
 std::int32_t ParseHexadecimal(std::string_view digits) {
   std::uint32_t value = 0;
   for (const char c : digits) {
@@ -31,14 +28,6 @@ Settings::Settings() {
   for (const SettingInfo& info : kSettingTable) {
     if (info.id != Setting::ZeroMemory) SetText(info.id, info.defaultValue);
   }
-}
-
-const std::atomic<std::int32_t>& Settings::Number(Setting id) const {
-  return id == Setting::ZeroMemory ? processZeroMemory : numbers_[static_cast<std::size_t>(id)];
-}
-
-std::atomic<std::int32_t>& Settings::Number(Setting id) {
-  return id == Setting::ZeroMemory ? processZeroMemory : numbers_[static_cast<std::size_t>(id)];
 }
 
 std::string Settings::Text(Setting id) const {

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "frame/SettingTable.h"
 
@@ -27,9 +28,15 @@ class Settings {
   void SetText(Setting id, std::string_view value);
 
  private:
-  const std::atomic<std::int32_t>& Number(Setting id) const;
-  std::atomic<std::int32_t>& Number(Setting id);
+  const std::atomic<std::int32_t>& Number(Setting id) const {
+    return id == Setting::ZeroMemory ? processZeroMemory_ : numbers_[static_cast<std::size_t>(id)];
+  }
+  std::atomic<std::int32_t>& Number(Setting id) {
+    return const_cast<std::atomic<std::int32_t>&>(std::as_const(*this).Number(id));
+  }
 
+  /// ZeroMemory belongs to the process: every instance reads and writes the same value.
+  inline static std::atomic<std::int32_t> processZeroMemory_{0};
   std::array<std::atomic<std::int32_t>, kSettingTable.size()> numbers_{};
   mutable std::mutex mutex_;  // guards texts_
   std::array<std::string, kSettingTable.size()> texts_;

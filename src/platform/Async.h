@@ -1,16 +1,18 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <utility>
 
 #include "platform/Callback.h"
 #include "platform/PlatformFailure.h"
+#include "platform/WakeSignal.h"
 
 namespace corvaneble::platform {
 
-/// A started operation of the platform. `T` is the result object; a result may be null.
+/// A started operation of the platform; finishes on any thread. `T` is the result object; a result
+/// may be null.
 template <class T>
 class AsyncOperation {
  public:
@@ -18,12 +20,14 @@ class AsyncOperation {
 
   virtual ~AsyncOperation() = default;
 
+  /// Set once the operation has finished: for a thread that waits.
+  virtual const WakeSignal& Done() const = 0;
+
   /// Attaches the completion handler; allowed once. The handler is called exactly once, on any
   /// thread, also when the operation already finished (then possibly before this call returns).
   virtual void OnCompleted(Completed handler) = 0;
 
   /// The result of a finished operation, possibly null; throws `PlatformFailure` when it failed.
-  /// Only valid from the completion handler on.
   virtual std::shared_ptr<T> GetResults() = 0;
 };
 
@@ -37,18 +41,13 @@ class CompletableOperation final : public AsyncOperation<T> {
  public:
   using Completed = typename AsyncOperation<T>::Completed;
 
+  const WakeSignal& Done() const override { return done_; }
+
   void OnCompleted(Completed handler) override {
-    {
-      const std::lock_guard lock(mutex_);
-      if (!done_) {
-        handler_ = std::move(handler);
-        return;
-      }
-    }
-    handler(*this);
+    handler_ = std::move(handler);
+    Meet();
   }
 
-  // No lock: once done, nothing changes any more.
   std::shared_ptr<T> GetResults() override {
     if (failure_) throw PlatformFailure(*failure_);
     return result_;
@@ -59,20 +58,23 @@ class CompletableOperation final : public AsyncOperation<T> {
 
  private:
   void Finish(std::shared_ptr<T> result, std::optional<PlatformFailure> failure) {
-    Completed handler;
-    {
-      const std::lock_guard lock(mutex_);
-      if (done_) return;
-      done_ = true;
-      result_ = std::move(result);
-      failure_ = std::move(failure);
-      handler = std::exchange(handler_, {});
-    }
-    if (handler) handler(*this);
+    if (completed_.exchange(true)) return;
+    result_ = std::move(result);
+    failure_ = std::move(failure);
+    done_.Set();
+    Meet();
   }
 
-  std::mutex mutex_;  // guards every field until it is done; never held while the handler runs
-  bool done_ = false;
+  // Handler and result come from two threads, each once: the second of them sees both.
+  void Meet() {
+    if (!oneIsThere_.exchange(true)) return;
+    const Completed handler = std::move(handler_);  // it may own whoever owns this
+    handler(*this);
+  }
+
+  std::atomic<bool> completed_{false};
+  std::atomic<bool> oneIsThere_{false};
+  WakeSignal done_;
   Completed handler_;
   std::shared_ptr<T> result_;
   std::optional<PlatformFailure> failure_;

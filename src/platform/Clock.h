@@ -1,12 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <functional>
-#include <mutex>
-#include <utility>
+
+#include "platform/WakeSignal.h"
 
 namespace corvaneble::platform {
 
@@ -20,58 +17,6 @@ class Clock {
 
   /// Blocks the calling thread for `duration` of this clock's time.
   virtual void Sleep(std::chrono::milliseconds duration) = 0;
-};
-
-/// A flag that one thread waits for and any other thread sets, once.
-class WakeSignal {
- public:
-  /// All under the lock: whoever has waited may destroy this at once.
-  void Set() {
-    const std::lock_guard lock(mutex_);
-    set_ = true;
-    if (wakeElsewhere_) wakeElsewhere_();
-    wake_.notify_all();
-  }
-
-  bool IsSet() const { return set_; }
-
-  /// Waits in real time until the flag is set or `limit` has passed; returns the flag.
-  bool WaitFor(std::chrono::milliseconds limit) const {
-    return WaitUntil(std::chrono::steady_clock::now() + limit);
-  }
-  bool WaitUntil(std::chrono::steady_clock::time_point end) const {
-    std::unique_lock lock(mutex_);
-    return wake_.wait_until(lock, end, [this] { return IsSet(); });
-  }
-
-  /// While it lives, `wake` is called when the flag is set, or at once: for a thread that waits for
-  /// the flag and for something else besides. `wake` runs under the flag's lock.
-  class Waker {
-   public:
-    Waker(const WakeSignal& signal, std::function<void()> wake) : signal_(signal) {
-      const std::lock_guard lock(signal_.mutex_);
-      if (signal_.set_) {
-        wake();
-      } else {
-        signal_.wakeElsewhere_ = std::move(wake);
-      }
-    }
-    ~Waker() {
-      const std::lock_guard lock(signal_.mutex_);
-      signal_.wakeElsewhere_ = nullptr;
-    }
-    Waker(const Waker&) = delete;
-    Waker& operator=(const Waker&) = delete;
-
-   private:
-    const WakeSignal& signal_;
-  };
-
- private:
-  mutable std::mutex mutex_;  // guards all below
-  mutable std::condition_variable wake_;
-  mutable std::function<void()> wakeElsewhere_;
-  std::atomic<bool> set_{false};  // set under the lock
 };
 
 /// Keeps the calling thread alive to its surroundings while a method waits: window messages on

@@ -4,10 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <optional>
 #include <type_traits>
-#include <utility>
 
 #include "frame/ErrorState.h"
 #include "platform/Async.h"
@@ -23,50 +20,6 @@ struct Awaited {
   std::shared_ptr<T> result;
 };
 
-/// Shared by one wait and the completion handler of its operation. A completion that comes after
-/// the wait was given up finds it abandoned and touches nothing else.
-template <class T>
-class CompletionState {
- public:
-  /// The completion handler; any thread.
-  void Complete(platform::AsyncOperation<T>& operation) {
-    std::shared_ptr<T> result;
-    std::optional<platform::PlatformFailure> failure;
-    try {
-      result = operation.GetResults();
-    } catch (const platform::PlatformFailure& thrown) {
-      failure = thrown;
-    }
-    {
-      const std::lock_guard lock(mutex_);
-      if (abandoned_) return;
-      result_ = std::move(result);
-      failure_ = std::move(failure);
-    }
-    done_.Set();
-  }
-
-  void Abandon() {
-    const std::lock_guard lock(mutex_);
-    abandoned_ = true;
-  }
-
-  const platform::WakeSignal& Done() const { return done_; }
-
-  /// The result, once done, when nothing changes any more; throws the failure that took its place.
-  std::shared_ptr<T> Take() {
-    if (failure_) throw platform::PlatformFailure(*failure_);
-    return std::move(result_);
-  }
-
- private:
-  std::mutex mutex_;  // guards all but the signal, until it is set
-  bool abandoned_ = false;
-  std::shared_ptr<T> result_;
-  std::optional<platform::PlatformFailure> failure_;
-  platform::WakeSignal done_;
-};
-
 /// Turns platform operations into blocking calls bounded by the `Timeout` property. Runs on the
 /// thread that calls a method; waits nest when the host calls methods from inside a callback.
 class AsyncWait {
@@ -76,7 +29,7 @@ class AsyncWait {
       : errors_(errors), radio_(radio), timeoutSeconds_(timeoutSeconds) {}
 
   /// Calls `start`, which returns a started `AsyncOperationPtr<T>`, and waits for the operation.
-  /// An operation whose wait expires is left alone; its completion will be ignored.
+  /// An operation whose wait expires is left alone; nobody will look at its result.
   template <class Start>
   auto Await(Start start) {
     using Operation = typename std::invoke_result_t<Start>::element_type;
@@ -99,11 +52,7 @@ class AsyncWait {
     errors_.SetLastCode(error::kSuccess);
     try {
       const auto operation = start();
-      const auto state = std::make_shared<CompletionState<T>>();
-      operation->OnCompleted(
-          [state](platform::AsyncOperation<T>& finished) { state->Complete(finished); });
-      if (WaitFor(state->Done())) return {error::kSuccess, state->Take()};
-      state->Abandon();
+      if (WaitFor(operation->Done())) return {error::kSuccess, operation->GetResults()};
       return {Expire(), nullptr};
     } catch (const platform::PlatformFailure& failure) {
       return {Report(failure), nullptr};

@@ -78,12 +78,12 @@ void AttBearer::Request(const Pdu& request, Reply reply) {
     lock.unlock();
     return reply(Lost(reason));
   }
-  Exchange exchange{request, std::move(reply)};
   if (outstanding_) {
-    queue_.push_back(std::move(exchange));
+    queue_.emplace_back(request, std::move(reply));
     return;
   }
-  Begin(std::move(exchange));
+  outstanding_.emplace(request, std::move(reply));
+  Begin();
   lock.unlock();
   Transmit(request);
 }
@@ -95,15 +95,9 @@ bool AttBearer::Command(const Pdu& command) {
   return false;
 }
 
-bool AttBearer::IsUsable() const {
-  const std::lock_guard lock(mutex_);
-  return !dead_;
-}
-
-void AttBearer::Begin(Exchange exchange) {
-  exchange.sentSecured = security_ == Security::Raised;
-  exchange.deadline = executor_->Now() + kTransactionTimeout;
-  outstanding_ = std::move(exchange);
+void AttBearer::Begin() {
+  outstanding_->sentSecured = security_ == Security::Raised;
+  outstanding_->deadline = executor_->Now() + kTransactionTimeout;
   if (timer_ == 0) SetTimer(kTransactionTimeout);
 }
 
@@ -115,15 +109,14 @@ void AttBearer::SetTimer(milliseconds delay) {
 
 std::optional<Pdu> AttBearer::BeginNext() {
   if (dead_ || outstanding_ || queue_.empty()) return std::nullopt;
-  Exchange next = std::move(queue_.front());
+  outstanding_.emplace(std::move(queue_.front()));
   queue_.pop_front();
-  Begin(std::move(next));
+  Begin();
   return outstanding_->request;
 }
 
-std::optional<AttBearer::Exchange> AttBearer::TakeOutstanding(Opcode request) {
-  if (!outstanding_ || OpcodeOf(outstanding_->request) != request) return std::nullopt;
-  return std::exchange(outstanding_, std::nullopt);
+bool AttBearer::IsOutstanding(Opcode request) const {
+  return outstanding_ && OpcodeOf(outstanding_->request) == request;
 }
 
 void AttBearer::Transmit(ByteView pdu) {
@@ -196,16 +189,17 @@ void AttBearer::OnPdu(ByteView pdu) {
 void AttBearer::OnResponse(ByteView pdu) {
   // A response opcode is the request's plus one.
   const auto request = static_cast<Opcode>(static_cast<std::uint8_t>(pdu[0]) - 1);
-  std::optional<Exchange> answered;
+  Reply reply;
   std::optional<Pdu> next;
   {
     const std::lock_guard lock(mutex_);
-    answered = TakeOutstanding(request);
-    if (answered) next = BeginNext();
+    if (!IsOutstanding(request)) return Drop();
+    reply = std::move(outstanding_->reply);
+    outstanding_.reset();
+    next = BeginNext();
   }
-  if (!answered) return Drop();
   if (next) Transmit(*next);
-  answered->reply(Answered(pdu));
+  reply(Answered(pdu));
 }
 
 void AttBearer::OnErrorResponse(ByteView pdu) {
@@ -217,8 +211,8 @@ void AttBearer::OnErrorResponse(ByteView pdu) {
   bool retried = false;
   {
     const std::lock_guard lock(mutex_);
-    refused = TakeOutstanding(error->request);
-    if (!refused) return Drop();
+    if (!IsOutstanding(error->request)) return Drop();
+    refused.swap(outstanding_);
     if (AsksForSecurity(error->error) && !refused->sentSecured && security_ != Security::Refused) {
       retried = true;
       refused->refusal = error->error;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/Callback.h"
@@ -77,7 +78,7 @@ class AttBearer final : public AttChannel::Listener,
   void Close() { Shutdown(ChannelError::Unreachable); }
 
   /// False once the channel has ended or is about to: every request would be lost.
-  bool IsUsable() const;
+  bool IsUsable() const { return !dead_; }
   std::uint16_t Mtu() const { return mtu_; }
   /// How many PDUs were dropped as malformed or not asked for.
   std::uint32_t DroppedPdus() const { return dropped_; }
@@ -89,6 +90,8 @@ class AttBearer final : public AttChannel::Listener,
   enum class Security { Untried, Raising, Raised, Refused };
 
   struct Exchange {
+    Exchange(const Pdu& pdu, Reply&& whenDone) : request(pdu), reply(std::move(whenDone)) {}
+
     Pdu request;
     Reply reply;
     Executor::TimePoint deadline{};
@@ -97,10 +100,10 @@ class AttBearer final : public AttChannel::Listener,
   };
 
   // All four expect mutex_ to be held.
-  void Begin(Exchange exchange);
+  void Begin();
   void SetTimer(std::chrono::milliseconds delay);
   std::optional<Pdu> BeginNext();
-  std::optional<Exchange> TakeOutstanding(Opcode request);
+  bool IsOutstanding(Opcode request) const;
 
   void Transmit(ByteView pdu);
   void Shutdown(ChannelError reason);
@@ -127,7 +130,7 @@ class AttBearer final : public AttChannel::Listener,
   std::vector<Exchange> awaitingSecurity_;
   Executor::TaskId timer_ = 0;  ///< for the first deadline of some that came one by one; 0: none
   Security security_ = Security::Untried;
-  bool dead_ = false;
+  std::atomic<bool> dead_{false};  // set under the lock
   ChannelError reason_ = ChannelError::None;
 };
 

@@ -23,13 +23,18 @@ AttLink::~AttLink() {
   Close();
 }
 
-void AttLink::WithBearer(Use use) {
+std::shared_ptr<AttBearer> AttLink::UsableBearer() const {
+  const std::lock_guard lock(mutex_);
+  return state_ == State::Open && bearer_->IsUsable() ? bearer_ : nullptr;
+}
+
+void AttLink::WithBearerLater(Use use) {
   std::unique_lock lock(mutex_);
   if (state_ == State::Closed) {
     lock.unlock();
     return use(nullptr, ChannelError::Unreachable);
   }
-  if (state_ == State::Open && bearer_->IsUsable()) {
+  if (state_ == State::Open && bearer_->IsUsable()) {  // by now
     const std::shared_ptr<AttBearer> bearer = bearer_;
     lock.unlock();
     return use(bearer, ChannelError::None);

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "platform/Executor.h"
@@ -34,9 +35,13 @@ class AttLink final : public AttBearer::Listener, public std::enable_shared_from
           std::weak_ptr<Observer> observer);
   ~AttLink();
 
-  /// Gives `use` the bearer: at once, on the calling thread, when the link is open, else when it
-  /// has been opened or could not be.
-  void WithBearer(Use use);
+  /// Calls `use`, which is like a `Use`, with the bearer: at once, on the calling thread, when the
+  /// link is open, else when it has been opened or could not be.
+  template <class AnyUse>
+  void WithBearer(AnyUse use) {
+    if (const auto bearer = UsableBearer()) return use(bearer, ChannelError::None);
+    WithBearerLater(std::move(use));
+  }
 
   bool IsOpen() const;
 
@@ -54,6 +59,8 @@ class AttLink final : public AttBearer::Listener, public std::enable_shared_from
     Closed,   ///< for good
   };
 
+  std::shared_ptr<AttBearer> UsableBearer() const;
+  void WithBearerLater(Use use);
   void OpenChannel();
   void OnChannel(std::shared_ptr<AttChannel> channel, ChannelError error);
   void OnNoChannel(ChannelError error);

@@ -17,7 +17,7 @@ constexpr std::size_t kPrepareHeader = 5;
 
 class LongRead : public std::enable_shared_from_this<LongRead> {
  public:
-  LongRead(std::shared_ptr<AttBearer> bearer, std::uint16_t handle, ReadDone done)
+  LongRead(std::shared_ptr<AttBearer> bearer, std::uint16_t handle, ReadDone&& done)
       : bearer_(std::move(bearer)), handle_(handle), done_(std::move(done)) {}
 
   void Begin() { Ask(ReadRequest{handle_}.Build()); }
@@ -106,7 +106,7 @@ class LongWrite : public std::enable_shared_from_this<LongWrite> {
 
 }  // namespace
 
-void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle, ReadDone done) {
+void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle, ReadDone&& done) {
   std::make_shared<LongRead>(bearer, handle, std::move(done))->Begin();
 }
 
