@@ -6,7 +6,6 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "frame/SettingTable.h"
 
@@ -29,14 +28,14 @@ class Settings {
 
  private:
   const std::atomic<std::int32_t>& Number(Setting id) const {
-    return id == Setting::ZeroMemory ? processZeroMemory_ : numbers_[static_cast<std::size_t>(id)];
+    return id == Setting::ZeroMemory ? processZeroMemory : numbers_[static_cast<std::size_t>(id)];
   }
   std::atomic<std::int32_t>& Number(Setting id) {
-    return const_cast<std::atomic<std::int32_t>&>(std::as_const(*this).Number(id));
+    return id == Setting::ZeroMemory ? processZeroMemory : numbers_[static_cast<std::size_t>(id)];
   }
 
   /// ZeroMemory belongs to the process: every instance reads and writes the same value.
-  inline static std::atomic<std::int32_t> processZeroMemory_{0};
+  inline static std::atomic<std::int32_t> processZeroMemory{0};
   std::array<std::atomic<std::int32_t>, kSettingTable.size()> numbers_{};
   mutable std::mutex mutex_;  // guards texts_
   std::array<std::string, kSettingTable.size()> texts_;

@@ -57,7 +57,7 @@ class WakeSignal {
   };
 
  private:
-  mutable std::mutex mutex_;  // guards all below
+  mutable std::mutex mutex_;                             // guards all below
   mutable std::optional<std::condition_variable> wake_;  // made by who waits for nothing else
   mutable std::function<void()> wakeElsewhere_;
   std::atomic<bool> set_{false};  // set under the lock

@@ -106,7 +106,8 @@ class LongWrite : public std::enable_shared_from_this<LongWrite> {
 
 }  // namespace
 
-void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle, ReadDone&& done) {
+void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle,
+                    ReadDone&& done) {
   std::make_shared<LongRead>(bearer, handle, std::move(done))->Begin();
 }
 

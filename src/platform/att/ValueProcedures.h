@@ -19,7 +19,8 @@ using WriteDone = Callback<void(const GattResult& status)>;
 /// Reads a value: Read, and Read Blob for as long as the answers are full. A server that calls the
 /// attribute not long, or the offset invalid, only says that there is no more. A value of more
 /// than 512 bytes is no value: protocol error Invalid PDU (0x04).
-void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle, ReadDone&& done);
+void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle,
+                    ReadDone&& done);
 
 /// Writes one value after another. A server has one queue of prepared writes per client: two long
 /// writes at once would execute each other's parts.
