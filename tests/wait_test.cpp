@@ -92,12 +92,15 @@ TEST(AsyncWait, ALateCompletionTouchesNothing) {
   const auto late = std::make_shared<Operation>();
   EXPECT_EQ(waiter.wait.Await([&]() -> platform::AsyncOperationPtr<int> { return late; }).code,
             301);
-  waiter.time->onStep = [&] { late->Fail({-1, "too late"}); };
-  const auto next = waiter.wait.Await([&]() -> platform::AsyncOperationPtr<int> {
-    return platform::CompletedOperation(std::make_shared<int>(1));
-  });
-  EXPECT_EQ(next.code, 0);
-  EXPECT_EQ(waiter.errors.LastCode(), 0);
+  const auto next = std::make_shared<Operation>();
+  waiter.time->onStep = [&] {
+    late->Fail({-1, "too late"});
+    if (waiter.time->steps.size() == 60) next->Complete(std::make_shared<int>(1));
+  };
+  const auto result = waiter.wait.Await([&]() -> platform::AsyncOperationPtr<int> { return next; });
+  EXPECT_EQ(result.code, 0);
+  EXPECT_EQ(*result.result, 1);
+  EXPECT_EQ(waiter.errors.LastText(), "Timeout.");
 }
 
 TEST(AsyncWait, ACodeStoredByTheHostMeanwhileDecidesNothing) {

@@ -76,7 +76,8 @@ class CompletableOperation final : public AsyncOperation<T> {
   std::atomic<bool> completed_{false};
   std::atomic<bool> oneIsThere_{false};
   WakeSignal done_;
-  Completed handler_;
+  Completed handler_;  // handed over by oneIsThere_
+  // Written before done_ is set, never after.
   std::shared_ptr<T> result_;
   std::optional<PlatformFailure> failure_;
 };

@@ -13,7 +13,8 @@ namespace corvaneble::platform {
 /// A flag that one thread waits for and any other thread sets, once.
 class WakeSignal {
  public:
-  /// All under the lock: whoever has waited may destroy this at once.
+  /// All under the lock: whoever has waited in `WaitUntil` or had a `Waker` may destroy this at
+  /// once. Who only looked at `IsSet` may not, unless the setter holds it too.
   void Set() {
     const std::lock_guard lock(mutex_);
     set_ = true;
