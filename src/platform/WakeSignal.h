@@ -3,65 +3,98 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <mutex>
-#include <optional>
+#include <thread>
 #include <utility>
 
 namespace corvaneble::platform {
 
-/// A flag that one thread waits for and any other thread sets, once.
-class WakeSignal {
+/// A thread that waits for a `WakeSignal`, as the thread that sets the signal sees it.
+class Sleeper {
  public:
-  /// All under the lock: whoever has waited in `WaitUntil` or had a `Waker` may destroy this at
-  /// once. Who only looked at `IsSet` may not, unless the setter holds it too.
-  void Set() {
-    const std::lock_guard lock(mutex_);
-    set_ = true;
-    if (wakeElsewhere_) wakeElsewhere_();
-    if (wake_) wake_->notify_all();
+  using WakeFunction = void (*)(Sleeper&);
+
+  constexpr explicit Sleeper(WakeFunction wake) : wake_(wake) {}
+
+  void WakeUp() {
+    wake_(*this);
+    woken_ = true;
+  }
+  /// For a sleeper that another thread is waking, or about to: returns when it has.
+  void WaitUntilWoken() const {
+    while (!woken_)
+      std::this_thread::yield();
   }
 
-  bool IsSet() const { return set_; }
+ private:
+  const WakeFunction wake_;
+  std::atomic<bool> woken_{false};
+};
+
+/// A flag that one thread waits for and any other thread sets, once. It takes no lock: who waits
+/// brings along what wakes it.
+class WakeSignal {
+ public:
+  template <class Wake>
+  class Waker;
+
+  WakeSignal() = default;
+  WakeSignal(const WakeSignal&) = delete;
+  WakeSignal& operator=(const WakeSignal&) = delete;
+
+  /// Whoever sees the flag may destroy this at once.
+  void Set() {
+    Sleeper* const sleeper = sleeper_.exchange(&setMark_);
+    if (sleeper != nullptr && sleeper != &setMark_) sleeper->WakeUp();
+  }
+
+  bool IsSet() const { return sleeper_ == &setMark_; }
 
   /// Waits in real time until the flag is set or `limit` has passed; returns the flag.
   bool WaitFor(std::chrono::milliseconds limit) const {
     return WaitUntil(std::chrono::steady_clock::now() + limit);
   }
-  bool WaitUntil(std::chrono::steady_clock::time_point end) const {
-    std::unique_lock lock(mutex_);
-    if (!wake_) wake_.emplace();
-    return wake_->wait_until(lock, end, [this] { return IsSet(); });
-  }
-
-  /// While it lives, `wake` is called when the flag is set, or at once: for a thread that waits for
-  /// the flag and for something else besides. `wake` runs under the flag's lock.
-  class Waker {
-   public:
-    Waker(const WakeSignal& signal, std::function<void()> wake) : signal_(signal) {
-      const std::lock_guard lock(signal_.mutex_);
-      if (signal_.set_) {
-        wake();
-      } else {
-        signal_.wakeElsewhere_ = std::move(wake);
-      }
-    }
-    ~Waker() {
-      const std::lock_guard lock(signal_.mutex_);
-      signal_.wakeElsewhere_ = nullptr;
-    }
-    Waker(const Waker&) = delete;
-    Waker& operator=(const Waker&) = delete;
-
-   private:
-    const WakeSignal& signal_;
-  };
+  bool WaitUntil(std::chrono::steady_clock::time_point end) const;
 
  private:
-  mutable std::mutex mutex_;                             // guards all below
-  mutable std::optional<std::condition_variable> wake_;  // made by who waits for nothing else
-  mutable std::function<void()> wakeElsewhere_;
-  std::atomic<bool> set_{false};  // set under the lock
+  inline static constinit Sleeper setMark_{nullptr};
+
+  mutable std::atomic<Sleeper*> sleeper_{nullptr};  ///< setMark_: the flag is set; null: none waits
 };
+
+/// While it lives, `wake` is called once when the flag is set, or at once: for a thread that waits
+/// for the flag and perhaps for something else besides. A flag has one at a time.
+template <class Wake>
+class WakeSignal::Waker final : private Sleeper {
+ public:
+  Waker(const WakeSignal& signal, Wake wake)
+      : Sleeper([](Sleeper& self) { static_cast<Waker&>(self).wake_(); }),
+        signal_(signal),
+        wake_(std::move(wake)) {
+    Sleeper* none = nullptr;
+    if (!signal_.sleeper_.compare_exchange_strong(none, this)) WakeUp();
+  }
+  ~Waker() {
+    Sleeper* self = this;
+    if (!signal_.sleeper_.compare_exchange_strong(self, nullptr)) WaitUntilWoken();
+  }
+  Waker(const Waker&) = delete;
+  Waker& operator=(const Waker&) = delete;
+
+ private:
+  const WakeSignal& signal_;
+  const Wake wake_;
+};
+
+inline bool WakeSignal::WaitUntil(std::chrono::steady_clock::time_point end) const {
+  std::mutex mutex;  // guards nothing: held from looking at the flag to falling asleep
+  std::condition_variable awake;
+  const Waker waker(*this, [&] {
+    const std::lock_guard lock(mutex);
+    awake.notify_one();
+  });
+  std::unique_lock lock(mutex);
+  return awake.wait_until(lock, end, [this] { return IsSet(); });
+}
 
 }  // namespace corvaneble::platform

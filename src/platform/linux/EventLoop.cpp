@@ -4,7 +4,6 @@
 #include <atomic>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -54,12 +53,12 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   /// On the radio's thread: runs what is due, until `signal` is set or `duration` has passed.
   void WaitNested(milliseconds duration, const WakeSignal* signal) {
     const auto end = SteadyClock::now() + duration;
-    std::optional<WakeSignal::Waker> waker;
-    if (signal)
-      waker.emplace(*signal, [this] {
-        if (!IsLoopThread()) descriptors_.Wake();
-      });
-    while (!IsStopped() && !(signal && signal->IsSet())) {
+    const WakeSignal never;
+    const WakeSignal& awaited = signal ? *signal : never;
+    const WakeSignal::Waker waker(awaited, [this] {
+      if (!IsLoopThread()) descriptors_.Wake();
+    });
+    while (!IsStopped() && !awaited.IsSet()) {
       const auto left = std::chrono::ceil<milliseconds>(end - SteadyClock::now());
       if (left <= milliseconds{0}) return;
       RunOnce(left);
@@ -203,11 +202,11 @@ bool EventLoop::IsLoopThread() const {
 }
 
 bool EventLoop::Step(milliseconds wait, const WakeSignal* signal) {
-  const auto core = core_;  // what runs meanwhile may end the radio
-  if (core->IsLoopThread()) {
+  if (IsLoopThread()) {
+    const auto core = core_;  // what runs meanwhile may end the radio
     core->WaitNested(wait, signal);
   } else if (signal) {
-    core->WaitOutside(wait, *signal);
+    core_->WaitOutside(wait, *signal);
   } else {
     std::this_thread::sleep_for(wait);
   }
