@@ -122,7 +122,7 @@ TEST(CallGate, ClosingWaitsForOthersButNotForItself) {
   std::atomic<bool> inside = false;
   std::atomic<bool> left = false;
   std::thread other([&] {
-    const auto pass = gate.Enter();
+    const CallGate::Pass pass(gate);
     inside = true;
     for (int i = 0; i < 1000; ++i)
       std::this_thread::yield();
@@ -131,13 +131,13 @@ TEST(CallGate, ClosingWaitsForOthersButNotForItself) {
   while (!inside)
     std::this_thread::yield();
   {
-    const auto outer = gate.Enter();
-    const auto inner = gate.Enter();
+    const CallGate::Pass outer(gate);
+    const CallGate::Pass inner(gate);
     ASSERT_TRUE(outer && inner);
     gate.Close();  // from inside two calls of this thread
     EXPECT_TRUE(left);
   }
-  EXPECT_FALSE(gate.Enter());
+  EXPECT_FALSE(CallGate::Pass(gate));
   other.join();
 }
 

@@ -58,7 +58,7 @@ void BLEClient::Destroy() {
 
 std::int32_t BLEClient::Fire(EventId event, std::span<const EventValue> values) {
   if (callback_ == nullptr) return 0;
-  const CallGate::Pass pass = gate_.Enter();
+  const CallGate::Pass pass(gate_);
   if (!pass) return 0;
   const EventInfo& info = InfoOf(event);
   const std::int32_t code = Invoke(info, values);

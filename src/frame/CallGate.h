@@ -1,11 +1,9 @@
 #pragma once
 
-#include <algorithm>
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
-#include <thread>
-#include <utility>
-#include <vector>
 
 namespace corvaneble {
 
@@ -13,57 +11,68 @@ namespace corvaneble {
 /// closes the gate from inside a call of its own does not wait for itself.
 class CallGate {
  public:
-  /// Permission for one call; given back when it dies. False when the gate was closed.
+  /// Permission for one call, on the stack of its thread; given back when it dies. False when the
+  /// gate was closed.
   class Pass {
    public:
-    Pass() = default;
-    explicit Pass(CallGate* gate) : gate_(gate) {}
-    Pass(Pass&& other) noexcept : gate_(std::exchange(other.gate_, nullptr)) {}
-    Pass& operator=(Pass&&) = delete;
+    explicit Pass(CallGate& gate) : gate_(gate), isInside_(gate.Enter()), outer_(innermost_) {
+      if (isInside_) innermost_ = this;
+    }
+    ~Pass() {
+      if (!isInside_) return;
+      innermost_ = outer_;
+      gate_.Leave();
+    }
     Pass(const Pass&) = delete;
     Pass& operator=(const Pass&) = delete;
-    ~Pass() {
-      if (gate_ != nullptr) gate_->Leave();
-    }
 
-    explicit operator bool() const { return gate_ != nullptr; }
+    explicit operator bool() const { return isInside_; }
 
    private:
-    CallGate* gate_ = nullptr;
+    friend class CallGate;
+
+    CallGate& gate_;
+    const bool isInside_;
+    const Pass* const outer_;
+
+    inline static thread_local constinit const Pass* innermost_ = nullptr;
   };
 
   CallGate() = default;
   CallGate(const CallGate&) = delete;
   CallGate& operator=(const CallGate&) = delete;
 
-  Pass Enter() {
-    const std::lock_guard lock(mutex_);
-    if (!open_) return {};
-    inside_.push_back(std::this_thread::get_id());
-    return Pass(this);
-  }
-
   void Close() {
     std::unique_lock lock(mutex_);
-    open_ = false;
-    const auto self = std::this_thread::get_id();
-    left_.wait(lock, [&] {
-      return std::all_of(inside_.begin(), inside_.end(), [&](auto id) { return id == self; });
-    });
+    calls_ |= kClosed;
+    left_.wait(lock, [this, own = CallsOfThisThread()] { return (calls_ & ~kClosed) <= own; });
   }
 
  private:
-  void Leave() {
-    const std::lock_guard lock(mutex_);
-    *std::find(inside_.begin(), inside_.end(), std::this_thread::get_id()) = inside_.back();
-    inside_.pop_back();
-    if (!open_) left_.notify_all();
+  static constexpr std::uint32_t kClosed = 0x8000'0000;
+
+  bool Enter() {
+    if ((calls_.fetch_add(1) & kClosed) == 0) return true;
+    Leave();
+    return false;
   }
 
-  std::mutex mutex_;  // guards both fields
+  void Leave() {
+    if ((calls_.fetch_sub(1) & kClosed) == 0) return;
+    const std::lock_guard lock(mutex_);  // whoever closes has looked, or waits already
+    left_.notify_all();
+  }
+
+  std::uint32_t CallsOfThisThread() const {
+    std::uint32_t calls = 0;
+    for (const Pass* pass = Pass::innermost_; pass != nullptr; pass = pass->outer_)
+      if (&pass->gate_ == this) ++calls;
+    return calls;
+  }
+
+  std::atomic<std::uint32_t> calls_{0};  // those inside, and kClosed
+  std::mutex mutex_;                     // guards the wait for their end
   std::condition_variable left_;
-  bool open_ = true;
-  std::vector<std::thread::id> inside_;  // one element a call; a thread may be inside repeatedly
 };
 
 }  // namespace corvaneble

@@ -21,7 +21,7 @@ class BLEEvent {
   template <class Callback>
   void Deliver(Callback callback) {
     const std::shared_ptr<void> engine = engine_.lock();  // released after the pass
-    const CallGate::Pass pass = gate_.Enter();
+    const CallGate::Pass pass(gate_);
     if (!pass || !engine) return;
     try {
       callback();
