@@ -38,7 +38,7 @@ using AsyncOperationPtr = std::shared_ptr<AsyncOperation<T>>;
 /// completion counts; later ones are ignored. Whoever completes it holds it meanwhile: a thread
 /// that has waited may let go of it at once.
 template <class T>
-class CompletableOperation final : public AsyncOperation<T> {
+class CompletableOperation : public AsyncOperation<T> {
  public:
   using Completed = typename AsyncOperation<T>::Completed;
 
@@ -54,14 +54,19 @@ class CompletableOperation final : public AsyncOperation<T> {
     return result_;
   }
 
-  void Complete(std::shared_ptr<T> result) { Finish(std::move(result), {}); }
-  void Fail(const PlatformFailure& failure) { Finish(nullptr, failure); }
-
- private:
-  void Finish(std::shared_ptr<T> result, std::optional<PlatformFailure> failure) {
+  void Complete(std::shared_ptr<T> result) {
     if (completed_.exchange(true)) return;
     result_ = std::move(result);
-    failure_ = std::move(failure);
+    Finish();
+  }
+  void Fail(const PlatformFailure& failure) {
+    if (completed_.exchange(true)) return;
+    failure_ = failure;
+    Finish();
+  }
+
+ private:
+  void Finish() {
     done_.Set();
     Meet();
   }

@@ -72,19 +72,15 @@ void AttBearer::Start(Reply ready) {
 }
 
 void AttBearer::Request(const Pdu& request, Reply reply) {
-  std::unique_lock lock(mutex_);
-  if (dead_) {
-    const ChannelError reason = reason_;
-    lock.unlock();
-    return reply(Lost(reason));
+  {
+    const std::lock_guard lock(mutex_);
+    if (!dead_) {
+      if (outstanding_) return void(queue_.emplace_back(request, std::move(reply)));
+      outstanding_.emplace(request, std::move(reply));
+      Begin();
+    }
   }
-  if (outstanding_) {
-    queue_.emplace_back(request, std::move(reply));
-    return;
-  }
-  outstanding_.emplace(request, std::move(reply));
-  Begin();
-  lock.unlock();
+  if (reply) return reply(Lost(reason_));  // nothing has taken it: this is dead, for a fixed reason
   Transmit(request);
 }
 

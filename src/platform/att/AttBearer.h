@@ -134,4 +134,6 @@ class AttBearer final : public AttChannel::Listener,
   ChannelError reason_ = ChannelError::None;
 };
 
+using BearerPtr = std::shared_ptr<AttBearer>;
+
 }  // namespace corvaneble::platform::att

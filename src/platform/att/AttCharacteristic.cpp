@@ -39,9 +39,8 @@ std::shared_ptr<const DescriptorList> Descriptions(const GattDescriptorsResult& 
 void ReadDescriptions(const BearerPtr& bearer, std::shared_ptr<const DescriptorList> descriptors,
                       std::size_t next, std::function<void()> done) {
   if (next == descriptors->size() || !bearer->IsUsable()) return done();
-  (*descriptors)[next]->Read(bearer, [=](const GattResult&, const Bytes&) {
-    ReadDescriptions(bearer, descriptors, next + 1, done);
-  });
+  (*descriptors)[next]->Read(bearer)->OnCompleted(
+      [=](const auto&) { ReadDescriptions(bearer, descriptors, next + 1, done); });
 }
 
 }  // namespace
@@ -64,8 +63,12 @@ void AttCharacteristic::Described(const DescriptorRecord& descriptor, ByteView v
   description_.Learn(descriptor, value);
 }
 
-void AttCharacteristic::Deliver(ByteView value) {
+void AttCharacteristic::Keep(ByteView value) {
   value_.Store(value);
+}
+
+void AttCharacteristic::Deliver(ByteView value) {
+  Keep(value);
   valueChanged_.Raise(*this, value);
 }
 
@@ -85,15 +88,7 @@ AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::GetDescriptorsForUui
 
 AsyncOperationPtr<GattReadResult> AttCharacteristic::ReadValueAsync(BluetoothCacheMode mode) {
   if (mode == BluetoothCacheMode::Cached) return Completed<GattReadResult>({}, {{}, value_.Get()});
-  return OverLink<GattReadResult>(
-      context_->Link(),
-      [self = shared_from_this()](const BearerPtr& bearer, const auto& operation) {
-        ReadWholeValue(bearer, self->valueHandle_,
-                       [self, operation](const GattResult& status, Bytes value) {
-                         if (Succeeded(status)) self->value_.Store(value);
-                         Complete(*operation, status, {{}, std::move(value)});
-                       });
-      });
+  return ReadWholeValue(context_->Link(), valueHandle_, shared_from_this());
 }
 
 AsyncOperationPtr<GattWriteResult> AttCharacteristic::WriteValueWithResultAsync(
@@ -118,8 +113,9 @@ AttCharacteristic::ReadClientCharacteristicConfigurationDescriptorAsync() {
       [self = shared_from_this()](const BearerPtr& bearer, const auto& operation) {
         self->WithConfiguration(bearer, [=](const GattResult& found, std::uint16_t handle) {
           if (!Succeeded(found)) return Complete(*operation, found);
-          ReadWholeValue(bearer, handle, [=](const GattResult& status, const Bytes& value) {
-            Complete(*operation, status, {{}, ParseConfiguration(value)});
+          ReadWholeValue(bearer, handle, nullptr)->OnCompleted([=](auto& read) {
+            const auto result = read.GetResults();
+            Complete(*operation, *result, {{}, ParseConfiguration(result->value)});
           });
         });
       });

@@ -12,6 +12,7 @@
 #include "platform/att/CharacteristicDescription.h"
 #include "platform/att/GattContext.h"
 #include "platform/att/GattOperation.h"
+#include "platform/att/ValueRead.h"
 
 namespace corvaneble::platform::att {
 
@@ -19,6 +20,7 @@ class AttDescriptor;
 
 /// A characteristic found on a server.
 class AttCharacteristic final : public GattCharacteristic,
+                                public ValueKeeper,
                                 public std::enable_shared_from_this<AttCharacteristic> {
  public:
   AttCharacteristic(std::shared_ptr<GattContext> context, const CharacteristicRecord& record);
@@ -30,6 +32,7 @@ class AttCharacteristic final : public GattCharacteristic,
   /// Keeps a value that the server sent and raises `ValueChanged`; allocates nothing once the
   /// longest value has been seen.
   void Deliver(ByteView value);
+  void Keep(ByteView value) override;
 
   std::uint16_t AttributeHandle() const override { return handle_; }
   Guid Uuid() const override { return uuid_; }

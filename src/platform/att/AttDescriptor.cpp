@@ -21,25 +21,12 @@ bool AttDescriptor::BelongsTo(const std::shared_ptr<AttCharacteristic>& characte
 
 AsyncOperationPtr<GattReadResult> AttDescriptor::ReadValueAsync(BluetoothCacheMode mode) {
   if (mode == BluetoothCacheMode::Cached) return Completed<GattReadResult>({}, {{}, value_.Get()});
-  return OverLink<GattReadResult>(
-      context_->Link(),
-      [self = shared_from_this()](const BearerPtr& bearer, const auto& operation) {
-        self->Read(bearer, [operation](const GattResult& status, Bytes value) {
-          Complete(*operation, status, {{}, std::move(value)});
-        });
-      });
+  return ReadWholeValue(context_->Link(), handle_, shared_from_this());
 }
 
-void AttDescriptor::Read(const BearerPtr& bearer, ReadDone done) {
-  ReadWholeValue(
-      bearer, handle_,
-      [self = shared_from_this(), done = std::move(done)](const GattResult& status, Bytes value) {
-        if (Succeeded(status)) {
-          self->value_.Store(value);
-          self->TellCharacteristic(value);
-        }
-        done(status, std::move(value));
-      });
+void AttDescriptor::Keep(ByteView value) {
+  value_.Store(value);
+  TellCharacteristic(value);
 }
 
 AsyncOperationPtr<GattWriteResult> AttDescriptor::WriteValueWithResultAsync(ByteView value) {

@@ -6,6 +6,7 @@
 #include "platform/Gatt.h"
 #include "platform/att/GattContext.h"
 #include "platform/att/GattOperation.h"
+#include "platform/att/ValueRead.h"
 
 namespace corvaneble::platform::att {
 
@@ -14,6 +15,7 @@ class AttCharacteristic;
 /// A descriptor found on a server. Its characteristic learns from every value that is read from it
 /// or written to it.
 class AttDescriptor final : public GattDescriptor,
+                            public ValueKeeper,
                             public std::enable_shared_from_this<AttDescriptor> {
  public:
   AttDescriptor(std::shared_ptr<GattContext> context,
@@ -28,8 +30,11 @@ class AttDescriptor final : public GattDescriptor,
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value) override;
 
-  /// Reads the value over `bearer`, keeps it, and calls `done`.
-  void Read(const BearerPtr& bearer, ReadDone done);
+  /// Reads the value over `bearer`.
+  AsyncOperationPtr<GattReadResult> Read(const BearerPtr& bearer) {
+    return ReadWholeValue(bearer, handle_, shared_from_this());
+  }
+  void Keep(ByteView value) override;
 
  private:
   void TellCharacteristic(ByteView value) const;

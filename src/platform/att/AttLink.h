@@ -39,7 +39,7 @@ class AttLink final : public AttBearer::Listener, public std::enable_shared_from
   /// link is open, else when it has been opened or could not be.
   template <class AnyUse>
   void WithBearer(AnyUse use) {
-    if (const auto bearer = UsableBearer()) return use(bearer, ChannelError::None);
+    if (auto bearer = UsableBearer()) return use(std::move(bearer), ChannelError::None);
     WithBearerLater(std::move(use));
   }
 

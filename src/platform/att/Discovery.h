@@ -41,8 +41,6 @@ struct DescriptorRecord {
 template <class Record>
 using Found = std::function<void(const GattResult& status, std::vector<Record> records)>;
 
-using BearerPtr = std::shared_ptr<AttBearer>;
-
 /// All primary services of the server.
 void DiscoverPrimaryServices(const BearerPtr& bearer, Found<ServiceRecord> found);
 

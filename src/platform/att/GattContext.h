@@ -13,7 +13,7 @@
 #include "platform/att/AttLink.h"
 #include "platform/att/AttributeTable.h"
 #include "platform/att/Discovery.h"
-#include "platform/att/ValueProcedures.h"
+#include "platform/att/ValueWrite.h"
 
 namespace corvaneble::platform::att {
 

@@ -9,18 +9,11 @@
 #include "platform/Gatt.h"
 #include "platform/att/AttBearer.h"
 
-/// Reading and writing whole attribute values (Bluetooth Core 5.4, Vol 3 Part G, 4.8, 4.9, 4.12),
-/// however many requests that takes.
+/// Writing whole attribute values (Bluetooth Core 5.4, Vol 3 Part G, 4.9 and 4.12), however many
+/// requests that takes.
 namespace corvaneble::platform::att {
 
-using ReadDone = Callback<void(const GattResult& status, Bytes value)>;
 using WriteDone = Callback<void(const GattResult& status)>;
-
-/// Reads a value: Read, and Read Blob for as long as the answers are full. A server that calls the
-/// attribute not long, or the offset invalid, only says that there is no more. A value of more
-/// than 512 bytes is no value: protocol error Invalid PDU (0x04).
-void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle,
-                    ReadDone&& done);
 
 /// Writes one value after another. A server has one queue of prepared writes per client: two long
 /// writes at once would execute each other's parts.

@@ -1,4 +1,4 @@
-#include "platform/att/ValueProcedures.h"
+#include "platform/att/ValueWrite.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -10,46 +10,9 @@ namespace corvaneble::platform::att {
 
 namespace {
 
-// What comes before the value in a Read Response, a Write Request, a Prepare Write Request.
-constexpr std::size_t kReadHeader = 1;
+// What comes before the value in a Write Request, a Prepare Write Request.
 constexpr std::size_t kWriteHeader = 3;
 constexpr std::size_t kPrepareHeader = 5;
-
-class LongRead : public std::enable_shared_from_this<LongRead> {
- public:
-  LongRead(std::shared_ptr<AttBearer> bearer, std::uint16_t handle, ReadDone&& done)
-      : bearer_(std::move(bearer)), handle_(handle), done_(std::move(done)) {}
-
-  void Begin() { Ask(ReadRequest{handle_}.Build()); }
-
- private:
-  void Ask(const Pdu& request) {
-    bearer_->Request(request,
-                     [self = shared_from_this()](const AttReply& reply) { self->OnReply(reply); });
-  }
-
-  void OnReply(const AttReply& reply) {
-    if (EndsValue(reply)) return done_({}, std::move(value_));
-    if (reply.outcome != AttReply::Outcome::Answered) return done_(StatusOf(reply), {});
-    const ByteView part = reply.pdu.subspan(kReadHeader);
-    if (value_.size() + part.size() > kMaxValueLength)
-      return done_(ProtocolError(ErrorCode::InvalidPdu), {});
-    value_.insert(value_.end(), part.begin(), part.end());
-    if (part.size() + kReadHeader < bearer_->Mtu() || value_.size() == kMaxValueLength)
-      return done_({}, std::move(value_));
-    Ask(ReadBlobRequest{handle_, static_cast<std::uint16_t>(value_.size())}.Build());
-  }
-
-  bool EndsValue(const AttReply& reply) const {
-    return !value_.empty() && reply.outcome == AttReply::Outcome::Refused &&
-           (reply.error == ErrorCode::AttributeNotLong || reply.error == ErrorCode::InvalidOffset);
-  }
-
-  const std::shared_ptr<AttBearer> bearer_;
-  const std::uint16_t handle_;
-  const ReadDone done_;
-  Bytes value_;
-};
 
 class LongWrite : public std::enable_shared_from_this<LongWrite> {
  public:
@@ -105,11 +68,6 @@ class LongWrite : public std::enable_shared_from_this<LongWrite> {
 };
 
 }  // namespace
-
-void ReadWholeValue(const std::shared_ptr<AttBearer>& bearer, std::uint16_t handle,
-                    ReadDone&& done) {
-  std::make_shared<LongRead>(bearer, handle, std::move(done))->Begin();
-}
 
 void LongWriteQueue::Run(Job job) {
   {

@@ -1,0 +1,95 @@
+#include "platform/att/ValueRead.h"
+
+#include <cstddef>
+#include <optional>
+#include <utility>
+
+#include "platform/att/AttStatus.h"
+
+namespace corvaneble::platform::att {
+namespace {
+
+constexpr std::size_t kReadHeader = 1;  // what comes before the value in a Read Response
+
+/// The read of one value: the operation that its caller waits for, and what has come so far.
+class ValueRead final : public CompletableOperation<GattReadResult> {
+ public:
+  using Ptr = std::shared_ptr<ValueRead>;
+
+  ValueRead(std::uint16_t handle, std::shared_ptr<ValueKeeper>&& keeper)
+      : handle_(handle), keeper_(std::move(keeper)) {}
+
+  static void Begin(Ptr read, BearerPtr bearer) {
+    read->bearer_ = std::move(bearer);
+    const Pdu first = ReadRequest{read->handle_}.Build();
+    Ask(std::move(read), first);
+  }
+
+  void End(const GattResult& status) {
+    if (!Succeeded(status))
+      result_->value.clear();
+    else if (keeper_)
+      keeper_->Keep(result_->value);
+    static_cast<GattResult&>(*result_) = status;
+    Complete(std::move(result_));
+  }
+
+ private:
+  static void Ask(Ptr read, const Pdu& request) {
+    AttBearer& bearer = *read->bearer_;
+    bearer.Request(request, [read = std::move(read)](const AttReply& reply) {
+      if (const auto next = read->Take(reply)) Ask(read, *next);
+    });
+  }
+
+  /// The next request; none when this reply was the last one.
+  std::optional<Pdu> Take(const AttReply& reply) {
+    Bytes& value = result_->value;
+    if (reply.outcome != AttReply::Outcome::Answered) {
+      End(EndsValue(reply) ? GattResult{} : StatusOf(reply));
+      return std::nullopt;
+    }
+    const ByteView part = reply.pdu.subspan(kReadHeader);
+    if (value.size() + part.size() > kMaxValueLength) {
+      End(ProtocolError(ErrorCode::InvalidPdu));
+      return std::nullopt;
+    }
+    value.insert(value.end(), part.begin(), part.end());
+    if (part.size() + kReadHeader < bearer_->Mtu() || value.size() == kMaxValueLength) {
+      End({});
+      return std::nullopt;
+    }
+    return ReadBlobRequest{handle_, static_cast<std::uint16_t>(value.size())}.Build();
+  }
+
+  bool EndsValue(const AttReply& reply) const {
+    return !result_->value.empty() && reply.outcome == AttReply::Outcome::Refused &&
+           (reply.error == ErrorCode::AttributeNotLong || reply.error == ErrorCode::InvalidOffset);
+  }
+
+  const std::uint16_t handle_;
+  const std::shared_ptr<ValueKeeper> keeper_;
+  BearerPtr bearer_;
+  std::shared_ptr<GattReadResult> result_ = std::make_shared<GattReadResult>();
+};
+
+}  // namespace
+
+AsyncOperationPtr<GattReadResult> ReadWholeValue(AttLink& link, std::uint16_t handle,
+                                                 std::shared_ptr<ValueKeeper> keeper) {
+  auto read = std::make_shared<ValueRead>(handle, std::move(keeper));
+  link.WithBearer([read](BearerPtr bearer, ChannelError error) {
+    if (!bearer) return read->End(StatusOf(error));
+    ValueRead::Begin(read, std::move(bearer));
+  });
+  return read;
+}
+
+AsyncOperationPtr<GattReadResult> ReadWholeValue(BearerPtr bearer, std::uint16_t handle,
+                                                 std::shared_ptr<ValueKeeper> keeper) {
+  auto read = std::make_shared<ValueRead>(handle, std::move(keeper));
+  ValueRead::Begin(read, std::move(bearer));
+  return read;
+}
+
+}  // namespace corvaneble::platform::att
