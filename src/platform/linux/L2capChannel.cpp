@@ -65,17 +65,21 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
 
 bool L2capChannel::Send(ByteView pdu) {
   if (!open_) return false;
-  const std::lock_guard lock(mutex_);
-  if (waiting_.empty()) {
-    const ssize_t sent = ::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (sent >= 0) return true;
+  if (!isCongested_) {
+    if (SendNow(pdu)) return true;
     if (!IsTemporary(errno)) return false;
   }
+  const std::lock_guard lock(mutex_);
+  isCongested_ = true;
   waiting_.emplace_back(pdu.begin(), pdu.end());
   loop_->Post([weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->WatchFor(kInput | EPOLLOUT);
   });
   return true;
+}
+
+bool L2capChannel::SendNow(ByteView pdu) const {
+  return ::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
 }
 
 void L2capChannel::OnReady(std::uint32_t events) {
@@ -134,18 +138,22 @@ ssize_t L2capChannel::Next(PduBuffer& pdu) {
 // Only what raises no event may be handled here. The answer to the ATT_MTU does: the link is there.
 LendableInput::Taken L2capChannel::TakeOne() {
   PduBuffer buffer;
-  std::unique_lock lock(inputMutex_);
-  if (kept_.size() >= kMostKept) return Taken::Enough;
-  const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-  if (size <= 0) return size < 0 && IsTemporary(errno) ? Taken::Nothing : Taken::End;
-  const ByteView pdu = ByteView(buffer).first(static_cast<std::size_t>(size));
-  const att::Opcode opcode = att::OpcodeOf(pdu);
-  if (att::IsResponse(opcode) && opcode != att::Opcode::ExchangeMtuResponse) {
-    lock.unlock();
+  ByteView pdu;
+  bool isForWaiter = false;
+  {
+    const std::lock_guard lock(inputMutex_);
+    if (kept_.size() >= kMostKept) return Taken::Enough;
+    const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    if (size <= 0) return size < 0 && IsTemporary(errno) ? Taken::Nothing : Taken::End;
+    pdu = ByteView(buffer).first(static_cast<std::size_t>(size));
+    const att::Opcode opcode = att::OpcodeOf(pdu);
+    isForWaiter = att::IsResponse(opcode) && opcode != att::Opcode::ExchangeMtuResponse;
+    if (!isForWaiter) kept_.emplace_back(pdu.begin(), pdu.end());
+  }
+  if (isForWaiter) {
     Deliver(pdu);
     return Taken::One;
   }
-  kept_.emplace_back(pdu.begin(), pdu.end());
   loop_->Post([weak = weak_from_this()] {
     if (const auto self = weak.lock(); self && self->open_) self->ReceiveOne();
   });
@@ -165,10 +173,10 @@ void L2capChannel::Deliver(ByteView pdu) {
 void L2capChannel::SendWaiting() {
   const std::lock_guard lock(mutex_);
   while (!waiting_.empty()) {
-    const Bytes& pdu = waiting_.front();
-    if (::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0) return;
+    if (!SendNow(waiting_.front())) return;
     waiting_.pop_front();
   }
+  isCongested_ = false;
   WatchFor(kInput);
 }
 

@@ -52,6 +52,7 @@ class L2capChannel final : public att::AttChannel,
   bool ReceiveOne();
   ssize_t Next(PduBuffer& pdu);
   void Deliver(ByteView pdu);
+  bool SendNow(ByteView pdu) const;
   void SendWaiting();
   void Secure(std::function<void(bool raised)> done);
   bool IsSecured() const;
@@ -64,8 +65,9 @@ class L2capChannel final : public att::AttChannel,
   const FileDescriptor socket_;  // closed with the channel; shut down when the channel ends
   std::atomic<bool> open_{true};
 
-  std::mutex mutex_;           // guards what waits to be sent
-  std::deque<Bytes> waiting_;  ///< PDUs that the kernel had no room for
+  std::mutex mutex_;                      // guards what waits to be sent
+  std::deque<Bytes> waiting_;             ///< PDUs that the kernel had no room for
+  std::atomic<bool> isCongested_{false};  ///< something waits; written under the lock
 
   std::mutex inputMutex_;  // held while a PDU is received; guards what was received and not handled
   std::deque<Bytes> kept_;  ///< PDUs for the radio's thread that another has taken

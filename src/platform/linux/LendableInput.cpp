@@ -2,16 +2,18 @@
 
 #include <sys/epoll.h>
 
+#include <chrono>
 #include <cstdint>
 #include <thread>
 
 namespace corvaneble::platform::linux_radio {
 namespace {
 
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
+enum class Source : std::uint32_t { Input, Wake, Alarm };
 
-enum class Source : std::uint32_t { Input, Wake };
+// The kernel tells of what arrives, not of what is there: to have it look again at each wait would
+// cost as much as the wait does. So whatever is there is taken before the next wait.
+constexpr std::uint32_t kArrival = EPOLLIN | EPOLLEXCLUSIVE | EPOLLET;
 
 bool Add(const FileDescriptor& epoll, int fd, std::uint32_t events, Source source) {
   epoll_event event{events, {}};
@@ -19,17 +21,18 @@ bool Add(const FileDescriptor& epoll, int fd, std::uint32_t events, Source sourc
   return epoll_ctl(epoll.Get(), EPOLL_CTL_ADD, fd, &event) == 0;
 }
 
-FileDescriptor Watch(int input, const EventFd& wake) {
+FileDescriptor Watch(int input, const EventFd& wake, const TimerFd& alarm) {
   FileDescriptor epoll(epoll_create1(EPOLL_CLOEXEC));
-  const bool watched = Add(epoll, input, EPOLLIN | EPOLLEXCLUSIVE, Source::Input) &&
-                       Add(epoll, wake.Get(), EPOLLIN, Source::Wake);
+  const bool watched = Add(epoll, input, kArrival, Source::Input) &&
+                       Add(epoll, wake.Get(), EPOLLIN, Source::Wake) &&
+                       Add(epoll, alarm.Get(), EPOLLIN, Source::Alarm);
   if (!watched) epoll.Reset();
   return epoll;
 }
 
 }  // namespace
 
-LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_)) {}
+LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_, alarm_)) {}
 
 bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
   if (!epoll_ || inUse_.exchange(true)) return false;
@@ -42,31 +45,51 @@ bool LendableInput::Take(const WakeSignal& signal, TimePoint end) {
   const WakeSignal::Waker waker(signal, [this, waiter = std::this_thread::get_id()] {
     if (std::this_thread::get_id() != waiter) wake_.Set();
   });
-  auto taken = Taken::Nothing;
-  while (!signal.IsSet() && taken < Taken::Enough) {
-    const auto left = std::chrono::ceil<milliseconds>(end - steady_clock::now());
-    if (left <= milliseconds{0}) break;
-    taken = TakeNext(left);
+  while (!signal.IsSet()) {
+    SetAlarm(end);
+    const Taken taken = TakeNext();
+    if (taken >= Taken::Enough) {
+      GiveBack(taken == Taken::End);
+      return false;
+    }
+    if (!signal.IsSet() && std::chrono::steady_clock::now() >= end) break;
   }
-  // What came after the kernel woke this thread may have woken nobody.
-  while (taken == Taken::One)
-    taken = TakeOne();
-  if (taken < Taken::Enough) return true;
-  GiveBack(taken == Taken::End);
-  return false;
+  return true;
 }
 
-LendableInput::Taken LendableInput::TakeNext(milliseconds limit) {
-  epoll_event ready[2];
-  const int count = epoll_wait(epoll_.Get(), ready, 2, static_cast<int>(limit.count()));
+// An alarm of an earlier wait is left as it is if it comes soon enough: to be woken for nothing now
+// and then costs less than to have the kernel set and cancel a timer for each wait.
+void LendableInput::SetAlarm(TimePoint latest) {
+  if (alarmAt_ <= latest) return;
+  alarmAt_ = latest;
+  alarm_.Set(latest);
+}
+
+LendableInput::Taken LendableInput::TakeNext() {
+  epoll_event ready[3];
+  const int count = epoll_wait(epoll_.Get(), ready, 3, -1);
   auto taken = Taken::Nothing;
   for (int i = 0; i < count; ++i) {
-    if (ready[i].data.u32 == static_cast<std::uint32_t>(Source::Wake)) {
-      wake_.Clear();
-    } else {
-      taken = (ready[i].events & ~EPOLLIN) == 0 ? TakeOne() : Taken::End;
+    switch (static_cast<Source>(ready[i].data.u32)) {
+      case Source::Input:
+        taken = (ready[i].events & ~EPOLLIN) == 0 ? TakeAll() : Taken::End;
+        break;
+      case Source::Wake:
+        wake_.Clear();
+        break;
+      case Source::Alarm:
+        alarm_.Clear();
+        alarmAt_ = kNoAlarm;
     }
   }
+  return taken;
+}
+
+// Also what came after the kernel woke this thread: it may have woken nobody.
+LendableInput::Taken LendableInput::TakeAll() {
+  auto taken = Taken::One;
+  while (taken == Taken::One)
+    taken = TakeOne();
   return taken;
 }
 

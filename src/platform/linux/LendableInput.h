@@ -1,11 +1,11 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 
 #include "platform/Clock.h"
 #include "platform/linux/EventFd.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/TimerFd.h"
 
 namespace corvaneble::platform::linux_radio {
 
@@ -18,7 +18,7 @@ namespace corvaneble::platform::linux_radio {
 /// was made. What arrives may still wake both, so `TakeOne` must be safe on both at once.
 class LendableInput {
  public:
-  using TimePoint = std::chrono::steady_clock::time_point;
+  using TimePoint = TimerFd::TimePoint;
 
   /// Takes input until `signal` is set or `end` has come; not on the radio's thread. False at once
   /// when another thread does so already, and as soon as the input can give no more.
@@ -46,12 +46,18 @@ class LendableInput {
   virtual void GiveBack(bool ended) = 0;
 
  private:
+  static constexpr auto kNoAlarm = TimePoint::max();
+
   bool Take(const WakeSignal& signal, TimePoint end);
-  Taken TakeNext(std::chrono::milliseconds limit);
+  void SetAlarm(TimePoint latest);
+  Taken TakeNext();
+  Taken TakeAll();
 
   const EventFd wake_;
-  const FileDescriptor epoll_;      ///< of the input and wake_; none if the system gave none
+  const TimerFd alarm_;
+  const FileDescriptor epoll_;      ///< of the input and those two; none if the system gave none
   std::atomic<bool> inUse_{false};  ///< a thread is in here
+  TimePoint alarmAt_ = kNoAlarm;    ///< belongs to the thread in here
 };
 
 }  // namespace corvaneble::platform::linux_radio
