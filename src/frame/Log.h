@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "frame/Events.h"
 #include "frame/Settings.h"
@@ -34,10 +35,12 @@ class Log {
   void Write(LogLevel level, const char* type, const Parts&... parts) {
     if (settings_.Integer(Setting::LogLevel) < static_cast<std::int32_t>(level)) return;
     const TextPart list[]{TextPart(parts)...};
-    events_.FireLog(static_cast<std::int32_t>(level), PassingText(list).CStr(), type);
+    Fire(level, type, list);
   }
 
  private:
+  void Fire(LogLevel level, const char* type, std::span<const TextPart> parts);
+
   const Settings& settings_;
   Events& events_;
 };

@@ -21,16 +21,7 @@ class GattId {
       : GattId(Key{service} << 32 | Key{characteristic} << 16 | descriptor) {}
 
   /// The key of an id a host wrote, of either letter case; none unless it has exactly 12 digits.
-  static constexpr std::optional<Key> ParseKey(std::string_view text) {
-    if (text.size() != kLength) return std::nullopt;
-    Key key = 0;
-    for (const char c : text) {
-      const int digit = HexDigitValue(c);
-      if (digit < 0) return std::nullopt;
-      key = key << 4 | static_cast<Key>(digit);
-    }
-    return key;
-  }
+  static std::optional<Key> ParseKey(std::string_view text);
 
   constexpr bool IsEmpty() const { return text_[0] == '\0'; }
   constexpr const char* c_str() const { return text_.data(); }

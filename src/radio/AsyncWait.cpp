@@ -6,17 +6,8 @@
 #include "frame/Text.h"
 
 namespace corvaneble {
-namespace {
 
 using std::chrono::milliseconds;
-
-/// How long a step may sleep where threads have message queues.
-constexpr milliseconds kPumpWait{20};
-
-/// How long a step may sleep where nothing but the signal can end it.
-constexpr milliseconds kLongestStep{60'000};
-
-}  // namespace
 
 bool AsyncWait::DoEvents(const platform::WakeSignal* signal) {
   return radio_.pump->Step(kPumpWait, signal);
@@ -24,15 +15,14 @@ bool AsyncWait::DoEvents(const platform::WakeSignal* signal) {
 
 bool AsyncWait::WaitFor(const platform::WakeSignal& done) {
   const std::int64_t limit = std::int64_t{timeoutSeconds_} * 1000;  // 0: no limit
-  const milliseconds longest = radio_.pump->HasMessageQueue() ? kPumpWait : kLongestStep;
   const std::uint32_t begin = radio_.clock->TickCount();
-  milliseconds step = limit == 0 ? longest : std::min(longest, milliseconds(limit + 1));
+  milliseconds step = limit == 0 ? longestStep_ : std::min(longestStep_, milliseconds(limit + 1));
   while (!done.IsSet()) {
     radio_.pump->Step(step, &done);
     if (limit == 0 || done.IsSet()) continue;
     const std::int64_t elapsed = radio_.clock->TickCount() - begin;  // right across a wrap
     if (elapsed > limit) return false;
-    step = std::min(longest, milliseconds(limit + 1 - elapsed));
+    step = std::min(longestStep_, milliseconds(limit + 1 - elapsed));
   }
   return true;
 }

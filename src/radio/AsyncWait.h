@@ -26,7 +26,10 @@ class AsyncWait {
  public:
   AsyncWait(ErrorState& errors, const platform::OpenedRadio& radio,
             const std::atomic<std::int32_t>& timeoutSeconds)
-      : errors_(errors), radio_(radio), timeoutSeconds_(timeoutSeconds) {}
+      : errors_(errors),
+        radio_(radio),
+        timeoutSeconds_(timeoutSeconds),
+        longestStep_(radio.pump->HasMessageQueue() ? kPumpWait : kLongestStep) {}
 
   /// Calls `start`, which returns a started `AsyncOperationPtr<T>`, and waits for the operation.
   /// An operation whose wait expires is left alone; nobody will look at its result.
@@ -59,12 +62,18 @@ class AsyncWait {
     }
   }
 
+  /// How long a step may sleep where threads have message queues.
+  static constexpr std::chrono::milliseconds kPumpWait{20};
+  /// How long a step may sleep where nothing but the signal can end it.
+  static constexpr std::chrono::milliseconds kLongestStep{60'000};
+
   bool WaitFor(const platform::WakeSignal& done);
   ErrorCode Expire();
 
   ErrorState& errors_;
   const platform::OpenedRadio& radio_;
   const std::atomic<std::int32_t>& timeoutSeconds_;
+  const std::chrono::milliseconds longestStep_;
 };
 
 }  // namespace corvaneble

@@ -42,7 +42,7 @@ void Connection::Adopt(const DevicePtr& device, std::string_view serverId) {
   {
     const std::lock_guard lock(mutex_);
     device_ = device;
-    disconnected_ = false;
+    isConnected_ = true;
     deviceEvents_ = std::move(tokens);
   }
   parts_.log.Write(LogLevel::Information, log_type::kConnection,
@@ -68,7 +68,7 @@ ErrorCode Connection::Disconnect() {
     const std::lock_guard lock(mutex_);
     retired = std::exchange(device_, nullptr);
     tokens = std::exchange(deviceEvents_, {});
-    disconnected_ = true;
+    isConnected_ = false;
   }
   parts_.log.Write(LogLevel::Information, log_type::kConnection, "Disconnected from server ID ",
                    id.View(), ".");
@@ -77,11 +77,7 @@ ErrorCode Connection::Disconnect() {
 }
 
 ErrorCode Connection::RequireConnection() const {
-  {
-    const std::lock_guard lock(mutex_);
-    if (device_ && !disconnected_) return error::kSuccess;
-  }
-  return parts_.errors.Raise(failure::kNotConnected);
+  return isConnected_ ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
 }
 
 ErrorCode Connection::RequireSame(const DevicePtr& device) const {
@@ -114,8 +110,8 @@ void Connection::OnConnectionStatusChanged() {
   const bool linkDown = status == BluetoothConnectionStatus::Disconnected;
   {
     const std::lock_guard lock(mutex_);
-    if (device_ != device || disconnected_ == linkDown) return;
-    disconnected_ = linkDown;
+    if (device_ != device || isConnected_ == !linkDown) return;
+    isConnected_ = !linkDown;
   }
   if (linkDown) {
     parts_.events.FireDisconnected(error::kSuccess, "Offline");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -71,7 +72,8 @@ class Connection {
   Parts parts_;
   mutable std::mutex mutex_;  // guards everything below; released before any event is fired
   DevicePtr device_;
-  bool disconnected_ = true;
+  /// There is a device, and its link is not known to be down. Written under the lock.
+  std::atomic<bool> isConnected_{false};
   std::vector<platform::EventToken> deviceEvents_;
 };
 

@@ -133,9 +133,8 @@ ErrorCode MethodTable::ReadValue(const Inputs& inputs, const MethodCall& call) {
   if (code != error::kSuccess) return code;
   ReturnSlot& slot = parts_.slots.OfReadValue();
   const std::size_t size = value.size();
-  slot.bytes.reserve(size + 1);
-  slot.bytes.assign(value.begin(), value.end());  // into the room of an earlier value
-  slot.bytes.push_back(0);
+  slot.bytes.resize(size + 1);  // in the room of an earlier value
+  *std::copy(value.begin(), value.end(), slot.bytes.begin()) = 0;
   StoreResult(call, kReadValueBytes, slot.bytes.data());
   if (call.lengths != nullptr) call.lengths[kReadValueBytes] = static_cast<std::int32_t>(size);
   return error::kSuccess;
