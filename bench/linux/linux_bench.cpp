@@ -7,12 +7,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -86,11 +85,10 @@ class Library {
   std::uint16_t ValueHandle() const {
     return static_cast<std::uint16_t>(std::stoi(characteristic_.substr(4, 4), nullptr, 16) + 1);
   }
-  /// Blocks until so many values have arrived.
-  void WaitForValues(std::uint32_t count) {
-    std::unique_lock lock(mutex_);
-    wanted_ = count;
-    arrived_.wait(lock, [this] { return values_ >= wanted_; });
+  /// Blocks until all notifications have arrived.
+  void WaitForNotifications() {
+    for (std::uint32_t values = values_; values < kNotifications; values = values_)
+      values_.wait(values);
   }
 
  private:
@@ -102,10 +100,8 @@ class Library {
       std::memcpy(&result, &params[i], sizeof result);
       return result;
     };
-    if (event == CORVANEBLE_EVENT_VALUE) {
-      const std::lock_guard lock(library.mutex_);
-      if (++library.values_ == library.wanted_) library.arrived_.notify_one();
-    }
+    if (event == CORVANEBLE_EVENT_VALUE && ++library.values_ == kNotifications)
+      library.values_.notify_one();
     if (event == CORVANEBLE_EVENT_DISCOVERED && params[0] == 1) {
       library.service_ = text(1);
       library.characteristic_ = text(2);
@@ -113,10 +109,7 @@ class Library {
     return 0;
   }
 
-  std::mutex mutex_;  // guards the counts
-  std::condition_variable arrived_;
-  std::uint32_t values_ = 0;
-  std::uint32_t wanted_ = 0;
+  std::atomic<std::uint32_t> values_{0};
   std::string service_;
   std::string characteristic_;
   CorvaneBLE_Handle client_;
@@ -223,7 +216,7 @@ void CompareNotifications() {
       library.Discover(kOwnService, kNotified);
       handle = library.ValueHandle();
       library.Subscribe();
-      timed(rates, [&] { library.WaitForValues(kNotifications); });
+      timed(rates, [&] { library.WaitForNotifications(); });
     }
     Rest();
     {
