@@ -150,6 +150,32 @@ TEST_F(L2capChannelTest, AWaitEndsForWhateverSetsItsSignal) {
   EXPECT_FALSE(channel->Send(std::array<std::uint8_t, 1>{0x0A}));
 }
 
+TEST_F(L2capChannelTest, AWaitLastsAsLongAsItShould) {
+  WakeSignal answered, never;
+  recorder->SetAnswered(&answered);
+  Say(Opcode::ReadResponse, 0);
+  loop->Step(30ms, &answered);  // leaves an alarm behind that comes too early for the next wait
+  EXPECT_TRUE(answered.IsSet());
+  for (const auto wait : {60ms, 5ms}) {
+    const auto begin = std::chrono::steady_clock::now();
+    loop->Step(wait, &never);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, wait);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kLimit);
+  }
+}
+
+TEST_F(L2capChannelTest, WhatDoesNotFitIntoTheSocketFollowsInOrder) {
+  constexpr std::uint16_t kCommands = 2000;  // the socket holds a few hundred
+  for (std::uint16_t i = 0; i < kCommands; ++i)
+    ASSERT_TRUE(channel->Send(std::array{std::uint8_t{0x52}, static_cast<std::uint8_t>(i),
+                                         static_cast<std::uint8_t>(i >> 8)}));
+  for (std::uint16_t i = 0; i < kCommands; ++i) {
+    std::uint8_t pdu[8];
+    ASSERT_EQ(::recv(peer.Get(), pdu, sizeof pdu, 0), 3);
+    ASSERT_EQ(pdu[1] | pdu[2] << 8, i);
+  }
+}
+
 TEST_F(L2capChannelTest, AWaitOnTheRadiosThreadEndsForWhatAnotherThreadSets) {
   WakeSignal elsewhere, ended;
   loop->Post([&] {

@@ -141,6 +141,26 @@ TEST(CallGate, ClosingWaitsForOthersButNotForItself) {
   other.join();
 }
 
+TEST(CallGate, PassesOfSeveralGatesMayMixAndALateOneIsRefused) {
+  CallGate gate, other;
+  const CallGate::Pass first(gate);
+  const CallGate::Pass between(other);
+  const CallGate::Pass second(gate);
+  gate.Close();
+  EXPECT_FALSE(CallGate::Pass(gate));
+  EXPECT_TRUE(CallGate::Pass(other));
+}
+
+TEST(WakeSignal, WhoeverSeesItSetMayDestroyIt) {
+  for (int i = 0; i < 2000; ++i) {
+    auto signal = std::make_unique<platform::WakeSignal>();
+    std::jthread setter([&signal = *signal] { signal.Set(); });
+    while (!signal->WaitFor(std::chrono::milliseconds{i % 2}))
+      ;
+    signal.reset();
+  }
+}
+
 TEST(BLEEvent, TheEngineLivesAsLongAsItsCallbackAndFailuresEndThere) {
   auto bridge = std::make_shared<BLEEvent>();
   auto engine = std::make_shared<int>(1);

@@ -19,6 +19,7 @@
 
 #include "corvaneble/corvaneble.h"
 #include "linux/Peripheral.h"
+#include "platform/WakeSignal.h"
 #include "platform/att/AttPdu.h"
 #include "platform/linux/BluetoothSockets.h"
 
@@ -30,7 +31,7 @@ using std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
 constexpr int kReads = 200;
-constexpr int kRounds = 5;
+constexpr int kRounds = 9;
 constexpr std::uint32_t kNotifications = 1000;
 constexpr const char* kOwnService = "5C0A180A-7D2E-4B1F-9A63-1E5F2C8D7B40";
 constexpr const char* kNotified = "5C0A0004-7D2E-4B1F-9A63-1E5F2C8D7B40";
@@ -87,8 +88,7 @@ class Library {
   }
   /// Blocks until all notifications have arrived.
   void WaitForNotifications() {
-    for (std::uint32_t values = values_; values < kNotifications; values = values_)
-      values_.wait(values);
+    if (!arrived_.WaitFor(std::chrono::minutes(1))) throw std::runtime_error("values are missing");
   }
 
  private:
@@ -101,7 +101,7 @@ class Library {
       return result;
     };
     if (event == CORVANEBLE_EVENT_VALUE && ++library.values_ == kNotifications)
-      library.values_.notify_one();
+      library.arrived_.Set();
     if (event == CORVANEBLE_EVENT_DISCOVERED && params[0] == 1) {
       library.service_ = text(1);
       library.characteristic_ = text(2);
@@ -110,6 +110,7 @@ class Library {
   }
 
   std::atomic<std::uint32_t> values_{0};
+  platform::WakeSignal arrived_;
   std::string service_;
   std::string characteristic_;
   CorvaneBLE_Handle client_;

@@ -56,7 +56,7 @@ void BLEClient::Destroy() {
   self_.reset();
 }
 
-std::int32_t BLEClient::Fire(EventId event, std::span<const EventValue> values) {
+[[gnu::hot]] std::int32_t BLEClient::Fire(EventId event, std::span<const EventValue> values) {
   if (callback_ == nullptr) return 0;
   const CallGate::Pass pass(gate_);
   if (!pass) return 0;
@@ -71,7 +71,8 @@ std::int32_t BLEClient::Fire(EventId event, std::span<const EventValue> values) 
   return code;
 }
 
-std::int32_t BLEClient::Invoke(const EventInfo& info, std::span<const EventValue> values) {
+[[gnu::hot]] std::int32_t BLEClient::Invoke(const EventInfo& info,
+                                            std::span<const EventValue> values) {
   std::array<std::intptr_t, kMaxEventParameters> params;
   std::array<std::int32_t, kMaxEventParameters> lengths;
   std::optional<WideTexts> wide;  // costs something even when nothing is in it

@@ -100,9 +100,10 @@ int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Set(CorvaneBLE_Handle client, int32
   });
 }
 
-int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Do(CorvaneBLE_Handle client, int32_t methodId,
-                                                int32_t paramCount, intptr_t* params,
-                                                int32_t* lengths, void* /*reserved*/) {
+[[gnu::hot]] int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Do(CorvaneBLE_Handle client,
+                                                             int32_t methodId, int32_t paramCount,
+                                                             intptr_t* params, int32_t* lengths,
+                                                             void* /*reserved*/) {
   return WithEngine(client, [&](BLEClientEngine& engine) {
     return engine.Methods().Do(methodId, {paramCount, params, lengths});
   });

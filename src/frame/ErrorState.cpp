@@ -13,7 +13,7 @@ std::string DefaultText(ErrorCode code) {
 
 }  // namespace
 
-ErrorCode ErrorState::Finish(ErrorCode code) {
+[[gnu::hot]] ErrorCode ErrorState::Finish(ErrorCode code) {
   if (code != error::kSuccess) {
     const std::lock_guard lock(mutex_);
     if (lastText_.empty()) lastText_ = DefaultText(code);

@@ -38,7 +38,7 @@ void Events::Fire(EventId event, Values... values) {
   sink_.Fire(event, parameters);
 }
 
-void Events::FireAdvertisement(const AdvertisementReport& report) {
+[[gnu::hot]] void Events::FireAdvertisement(const AdvertisementReport& report) {
   const TerminatedBytes data(report.manufacturerData);
   Fire(EventId::Advertisement, report.serverId, report.name, report.rssi, report.txPower,
        report.serviceUuids, report.servicesWithData, report.solicitedServiceUuids,
@@ -63,7 +63,7 @@ void Events::FireError(ErrorCode code, const char* description) {
   Fire(EventId::Error, code, description);
 }
 
-void Events::FireLog(std::int32_t level, const char* message, const char* type) {
+[[gnu::hot]] void Events::FireLog(std::int32_t level, const char* message, const char* type) {
   Fire(EventId::Log, level, message, type);
 }
 
@@ -88,7 +88,7 @@ void Events::FireUnsubscribed(const AttributeNames& names) {
        names.description);
 }
 
-void Events::FireValue(const AttributeNames& names, platform::ByteView value) {
+[[gnu::hot]] void Events::FireValue(const AttributeNames& names, platform::ByteView value) {
   const TerminatedBytes bytes(value);
   Fire(EventId::Value, names.serviceId, names.characteristicId, names.descriptorId, names.uuid,
        names.description, bytes.View());

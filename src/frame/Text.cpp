@@ -38,7 +38,7 @@ std::string Join(std::span<const TextPart> parts) {
   return text;
 }
 
-PassingText::PassingText(std::span<const TextPart> parts) {
+[[gnu::hot]] PassingText::PassingText(std::span<const TextPart> parts) {
   const std::size_t size = SizeOf(parts);
   if (size >= sizeof inside_) outside_.resize(size);
   char* const begin = outside_.empty() ? inside_ : outside_.data();

@@ -2,7 +2,7 @@
 
 namespace corvaneble {
 
-std::optional<GattId::Key> GattId::ParseKey(std::string_view text) {
+[[gnu::hot]] std::optional<GattId::Key> GattId::ParseKey(std::string_view text) {
   if (text.size() != kLength) return std::nullopt;
   Key key = 0;
   for (const char c : text) {

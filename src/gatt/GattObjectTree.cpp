@@ -8,8 +8,9 @@ namespace corvaneble {
 namespace {
 
 template <class Entry>
-std::shared_ptr<Entry> Find(const std::unordered_map<GattId::Key, std::shared_ptr<Entry>>& index,
-                            std::optional<GattId::Key> key) {
+[[gnu::hot]] std::shared_ptr<Entry> Find(
+    const std::unordered_map<GattId::Key, std::shared_ptr<Entry>>& index,
+    std::optional<GattId::Key> key) {
   if (!key) return nullptr;
   const auto found = index.find(*key);
   return found != index.end() ? found->second : nullptr;
@@ -102,8 +103,8 @@ ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
   return nullptr;
 }
 
-CharacteristicPtr GattObjectTree::FindCharacteristic(std::string_view serviceId,
-                                                     std::string_view characteristicId) const {
+[[gnu::hot]] CharacteristicPtr GattObjectTree::FindCharacteristic(
+    std::string_view serviceId, std::string_view characteristicId) const {
   const auto service = GattId::ParseKey(serviceId);
   const auto id = GattId::ParseKey(characteristicId);
   if (service && id && GattId::ServiceOf(*id) == *service) {
@@ -146,7 +147,7 @@ void GattObjectTree::SetNoCharacteristicText(std::string_view serviceId,
                              "."));
 }
 
-CharacteristicPtr GattObjectTree::FindCharacteristicByObject(
+[[gnu::hot]] CharacteristicPtr GattObjectTree::FindCharacteristicByObject(
     const platform::GattCharacteristic& object) const {
   const std::lock_guard lock(mutex_);
   const auto found = lists_.objectIndex.find(&object);

@@ -49,12 +49,12 @@ class CompletableOperation : public AsyncOperation<T> {
     Meet();
   }
 
-  std::shared_ptr<T> GetResults() override {
+  [[gnu::hot]] std::shared_ptr<T> GetResults() override {
     if (failure_) throw PlatformFailure(*failure_);
     return result_;
   }
 
-  void Complete(std::shared_ptr<T> result) {
+  [[gnu::hot]] void Complete(std::shared_ptr<T> result) {
     if (completed_.exchange(true)) return;
     result_ = std::move(result);
     Finish();

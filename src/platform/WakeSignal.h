@@ -22,13 +22,16 @@ class Sleeper {
   }
   /// For a sleeper that another thread is waking, or about to: returns when it has.
   void WaitUntilWoken() const {
-    while (!woken_)
-      std::this_thread::yield();
+    constexpr int kYields = 100;  // longer only where this thread keeps the other from running
+    for (int i = 0; !woken_; ++i)
+      i < kYields ? std::this_thread::yield() : std::this_thread::sleep_for(kPause);
   }
 
  private:
+  static constexpr std::chrono::microseconds kPause{50};
+
   const WakeFunction wake_;
-  std::atomic<bool> woken_{false};
+  mutable std::atomic<bool> woken_{false};  // also of a Waker that is const
 };
 
 /// A flag that one thread waits for and any other thread sets, once. It takes no lock: who waits
@@ -43,7 +46,7 @@ class WakeSignal {
   WakeSignal& operator=(const WakeSignal&) = delete;
 
   /// Whoever sees the flag may destroy this at once.
-  void Set() {
+  [[gnu::hot]] void Set() {
     Sleeper* const sleeper = sleeper_.exchange(&setMark_);
     if (sleeper != nullptr && sleeper != &setMark_) sleeper->WakeUp();
   }

@@ -8,8 +8,9 @@ namespace corvaneble {
 
 using platform::BluetoothCacheMode;
 
-ErrorCode Reader::ReadValue(const std::string& serviceId, const std::string& characteristicId,
-                            const std::string& descriptorId, platform::Bytes& value) {
+[[gnu::hot]] ErrorCode Reader::ReadValue(const std::string& serviceId,
+                                         const std::string& characteristicId,
+                                         const std::string& descriptorId, platform::Bytes& value) {
   const ValueIds ids{serviceId, characteristicId, descriptorId};
   ValueTarget target;
   if (const ErrorCode code =

@@ -43,8 +43,8 @@ class Reader {
 
  private:
   template <class Entry>
-  ErrorCode Read(const Entry& entry, const char* noun, platform::BluetoothCacheMode mode,
-                 platform::Bytes& value);
+  [[gnu::hot]] ErrorCode Read(const Entry& entry, const char* noun,
+                              platform::BluetoothCacheMode mode, platform::Bytes& value);
 
   Parts parts_;
 };

@@ -125,8 +125,8 @@ bool Subscriptions::QuerySubscribed(const CharacteristicPtr& characteristic,
   return IsSubscribed(*characteristic);
 }
 
-void Subscriptions::OnValueChanged(const platform::GattCharacteristic& sender,
-                                   platform::ByteView value) {
+[[gnu::hot]] void Subscriptions::OnValueChanged(const platform::GattCharacteristic& sender,
+                                                platform::ByteView value) {
   const CharacteristicPtr characteristic = parts_.tree.FindCharacteristicByObject(sender);
   if (!characteristic) return;
   UpdateSubscription(*characteristic, true);

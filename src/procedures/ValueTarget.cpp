@@ -2,8 +2,9 @@
 
 namespace corvaneble {
 
-ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
-                          const GattObjectTree& tree, ErrorState& errors, ValueTarget& target) {
+[[gnu::hot]] ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
+                                       const GattObjectTree& tree, ErrorState& errors,
+                                       ValueTarget& target) {
   if (const ErrorCode code = connection.RequireConnection()) return code;
   if (ids.service.empty()) return errors.Raise(failure::kNoServiceId);
   if (ids.characteristic.empty()) return errors.Raise(failure::kNoCharacteristicId);

@@ -13,7 +13,7 @@ bool AsyncWait::DoEvents(const platform::WakeSignal* signal) {
   return radio_.pump->Step(kPumpWait, signal);
 }
 
-bool AsyncWait::WaitFor(const platform::WakeSignal& done) {
+[[gnu::hot]] bool AsyncWait::WaitFor(const platform::WakeSignal& done) {
   const std::int64_t limit = std::int64_t{timeoutSeconds_} * 1000;  // 0: no limit
   const std::uint32_t begin = radio_.clock->TickCount();
   milliseconds step = limit == 0 ? longestStep_ : std::min(longestStep_, milliseconds(limit + 1));

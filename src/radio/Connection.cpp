@@ -76,7 +76,7 @@ ErrorCode Connection::Disconnect() {
   return error::kSuccess;
 }
 
-ErrorCode Connection::RequireConnection() const {
+[[gnu::hot]] ErrorCode Connection::RequireConnection() const {
   return isConnected_ ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
 }
 

@@ -64,8 +64,8 @@ ErrorCode MapProtocolError(std::uint8_t value, ErrorState& errors) {
 
 }  // namespace
 
-ErrorCode MapGattResult(platform::GattCommunicationStatus status, std::uint8_t protocolError,
-                        ErrorState& errors) {
+[[gnu::hot]] ErrorCode MapGattResult(platform::GattCommunicationStatus status,
+                                     std::uint8_t protocolError, ErrorState& errors) {
   using enum platform::GattCommunicationStatus;
   switch (status) {
     case Success:
@@ -80,8 +80,8 @@ ErrorCode MapGattResult(platform::GattCommunicationStatus status, std::uint8_t p
   return error::kSuccess;
 }
 
-ErrorCode ResultReporter::ReportGattResult(const platform::GattResult& result,
-                                           const char* logType) {
+[[gnu::hot]] ErrorCode ResultReporter::ReportGattResult(const platform::GattResult& result,
+                                                        const char* logType) {
   const std::uint8_t protocolError = result.protocolError.value_or(0);
   log_.Write(LogLevel::Debug, logType, "BLE Result Status: ", EnumText(result.status),
              " (Protocol Code: ", protocolError, ").");

@@ -149,7 +149,8 @@ void Scanner::PutBack(std::unique_ptr<HeldAdvertisement> held) {
   idle_.push_back(std::move(held));
 }
 
-void Scanner::OnReceived(const platform::BluetoothLEAdvertisementReceivedEventArgs& args) {
+[[gnu::hot]] void Scanner::OnReceived(
+    const platform::BluetoothLEAdvertisementReceivedEventArgs& args) {
   std::unique_ptr<HeldAdvertisement> held = TakeIdle();
   parts_.events.FireAdvertisement(held->Hold(args, parts_.codec));
   PutBack(std::move(held));

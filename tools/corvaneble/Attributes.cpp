@@ -47,7 +47,7 @@ int TheOne(Client& client, const Level& level, const std::string& wanted) {
   if (matches.size() == 1) return matches.front();
   std::string text = "the device has several: name the " + std::string(level.kind) + " by one of";
   for (const int match : matches)
-    text += " " + client.Text(level.id, match);
+    text.append(1, ' ').append(client.Text(level.id, match));
   throw std::runtime_error(text);
 }
 

@@ -20,7 +20,7 @@ void StoreResult(const MethodCall& call, std::size_t position, const void* point
 
 }  // namespace
 
-ErrorCode MethodTable::Do(std::int32_t methodId, const MethodCall& call) {
+[[gnu::hot]] ErrorCode MethodTable::Do(std::int32_t methodId, const MethodCall& call) {
   const auto [number, form] = DecodeMethodNumber(methodId);
   if (number == static_cast<std::int32_t>(Method::ConvertToWide)) return ConvertToWide(call);
   const MethodInfo* info = FindMethod(number);
@@ -32,8 +32,8 @@ ErrorCode MethodTable::Do(std::int32_t methodId, const MethodCall& call) {
   }));
 }
 
-ErrorCode MethodTable::TakeInputs(const MethodInfo& info, const MethodCall& call, TextForm form,
-                                  Inputs& inputs) const {
+[[gnu::hot]] ErrorCode MethodTable::TakeInputs(const MethodInfo& info, const MethodCall& call,
+                                               TextForm form, Inputs& inputs) const {
   for (std::size_t i = 0; i < info.inputs.size() && call.params != nullptr; ++i) {
     const std::intptr_t value = call.params[i];
     switch (info.inputs[i]) {
@@ -52,7 +52,8 @@ ErrorCode MethodTable::TakeInputs(const MethodInfo& info, const MethodCall& call
   return error::kSuccess;
 }
 
-ErrorCode MethodTable::TakeText(std::intptr_t value, TextForm form, std::string& text) const {
+[[gnu::hot]] ErrorCode MethodTable::TakeText(std::intptr_t value, TextForm form,
+                                             std::string& text) const {
   if (value == 0) return error::kSuccess;
   if (form == TextForm::Wide) {
     return parts_.codec.ToNarrow(reinterpret_cast<const char16_t*>(value), text);
@@ -61,8 +62,8 @@ ErrorCode MethodTable::TakeText(std::intptr_t value, TextForm form, std::string&
   return error::kSuccess;
 }
 
-ErrorCode MethodTable::Run(Method method, const Inputs& inputs, const MethodCall& call,
-                           TextForm form) {
+[[gnu::hot]] ErrorCode MethodTable::Run(Method method, const Inputs& inputs, const MethodCall& call,
+                                        TextForm form) {
   const auto& texts = inputs.texts;
   switch (method) {
     case Method::Config:
@@ -126,7 +127,7 @@ ErrorCode MethodTable::Config(const Inputs& inputs, const MethodCall& call, Text
   return code;
 }
 
-ErrorCode MethodTable::ReadValue(const Inputs& inputs, const MethodCall& call) {
+[[gnu::hot]] ErrorCode MethodTable::ReadValue(const Inputs& inputs, const MethodCall& call) {
   platform::Bytes value;
   const ErrorCode code =
       parts_.reader.ReadValue(inputs.texts[0], inputs.texts[1], inputs.texts[2], value);

@@ -9,7 +9,7 @@ std::uint64_t ReturnSlots::NextIdentity() {
   return ++last;
 }
 
-ReturnSlot& ReturnSlots::Mine(std::size_t slot) {
+[[gnu::hot]] ReturnSlot& ReturnSlots::Mine(std::size_t slot) {
   // A thread mostly asks the same instance again: then the list need not be locked and searched.
   thread_local std::pair<std::uint64_t, Slots*> recent{0, nullptr};
   if (recent.first != identity_) recent = {identity_, &MySlots()};

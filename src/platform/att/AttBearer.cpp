@@ -71,7 +71,7 @@ void AttBearer::Start(Reply ready) {
   });
 }
 
-void AttBearer::Request(const Pdu& request, Reply reply) {
+[[gnu::hot]] void AttBearer::Request(const Pdu& request, Reply reply) {
   {
     const std::lock_guard lock(mutex_);
     if (!dead_) {
@@ -91,7 +91,7 @@ bool AttBearer::Command(const Pdu& command) {
   return false;
 }
 
-void AttBearer::Begin() {
+[[gnu::hot]] void AttBearer::Begin() {
   outstanding_->sentSecured = security_ == Security::Raised;
   outstanding_->deadline = executor_->Now() + kTransactionTimeout;
   if (timer_ == 0) SetTimer(kTransactionTimeout);
@@ -103,7 +103,7 @@ void AttBearer::SetTimer(milliseconds delay) {
   });
 }
 
-std::optional<Pdu> AttBearer::BeginNext() {
+[[gnu::hot]] std::optional<Pdu> AttBearer::BeginNext() {
   if (dead_ || outstanding_ || queue_.empty()) return std::nullopt;
   outstanding_.emplace(std::move(queue_.front()));
   queue_.pop_front();
@@ -115,7 +115,7 @@ bool AttBearer::IsOutstanding(Opcode request) const {
   return outstanding_ && OpcodeOf(outstanding_->request) == request;
 }
 
-void AttBearer::Transmit(ByteView pdu) {
+[[gnu::hot]] void AttBearer::Transmit(ByteView pdu) {
   if (!channel_->Send(pdu)) Shutdown(ChannelError::Unreachable);
 }
 
@@ -163,7 +163,7 @@ void AttBearer::OnClosed(ChannelError error) {
   if (const auto listener = listener_.lock()) listener->OnBearerClosed(reason);
 }
 
-void AttBearer::OnPdu(ByteView pdu) {
+[[gnu::hot]] void AttBearer::OnPdu(ByteView pdu) {
   if (pdu.empty() || pdu.size() > kMaxMtu) return Drop();
   const Opcode opcode = OpcodeOf(pdu);
   if (IsResponse(opcode)) return OnResponse(pdu);
@@ -182,7 +182,7 @@ void AttBearer::OnPdu(ByteView pdu) {
   }
 }
 
-void AttBearer::OnResponse(ByteView pdu) {
+[[gnu::hot]] void AttBearer::OnResponse(ByteView pdu) {
   // A response opcode is the request's plus one.
   const auto request = static_cast<Opcode>(static_cast<std::uint8_t>(pdu[0]) - 1);
   Reply reply;
@@ -249,7 +249,7 @@ void AttBearer::OnSecurityRaised(bool raised) {
     exchange.reply(Refused(exchange.refusal));
 }
 
-void AttBearer::OnHandleValue(ByteView pdu) {
+[[gnu::hot]] void AttBearer::OnHandleValue(ByteView pdu) {
   const auto message = HandleValue::Parse(pdu);
   if (!message || message->value.size() > kMaxValueLength) return Drop();
   if (const auto listener = listener_.lock()) listener->OnValue(message->handle, message->value);

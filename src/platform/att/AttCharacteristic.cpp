@@ -63,11 +63,11 @@ void AttCharacteristic::Described(const DescriptorRecord& descriptor, ByteView v
   description_.Learn(descriptor, value);
 }
 
-void AttCharacteristic::Keep(ByteView value) {
+[[gnu::hot]] void AttCharacteristic::Keep(ByteView value) {
   value_.Store(value);
 }
 
-void AttCharacteristic::Deliver(ByteView value) {
+[[gnu::hot]] void AttCharacteristic::Deliver(ByteView value) {
   Keep(value);
   valueChanged_.Raise(*this, value);
 }
@@ -86,7 +86,8 @@ AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::GetDescriptorsForUui
   return QueryDescriptors(uuid, mode);
 }
 
-AsyncOperationPtr<GattReadResult> AttCharacteristic::ReadValueAsync(BluetoothCacheMode mode) {
+[[gnu::hot]] AsyncOperationPtr<GattReadResult> AttCharacteristic::ReadValueAsync(
+    BluetoothCacheMode mode) {
   if (mode == BluetoothCacheMode::Cached) return Completed<GattReadResult>({}, {{}, value_.Get()});
   return ReadWholeValue(context_->Link(), valueHandle_, shared_from_this());
 }

@@ -23,7 +23,7 @@ AttLink::~AttLink() {
   Close();
 }
 
-std::shared_ptr<AttBearer> AttLink::UsableBearer() const {
+[[gnu::hot]] std::shared_ptr<AttBearer> AttLink::UsableBearer() const {
   const std::lock_guard lock(mutex_);
   return state_ == State::Open && bearer_->IsUsable() ? bearer_ : nullptr;
 }
@@ -115,7 +115,7 @@ void AttLink::OnReady(const std::shared_ptr<AttBearer>& bearer, const AttReply& 
     use(bearer, ChannelError::None);
 }
 
-void AttLink::OnValue(std::uint16_t valueHandle, ByteView value) {
+[[gnu::hot]] void AttLink::OnValue(std::uint16_t valueHandle, ByteView value) {
   if (const auto observer = observer_.lock()) observer->OnValue(valueHandle, value);
 }
 

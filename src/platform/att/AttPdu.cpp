@@ -57,7 +57,7 @@ Pdu& Pdu::U16(std::uint16_t value) {
   return Put(bytes);
 }
 
-Pdu& Pdu::Put(ByteView bytes) {
+[[gnu::hot]] Pdu& Pdu::Put(ByteView bytes) {
   if (bytes.size() > bytes_.size() - size_) {
     ok_ = false;
     return *this;
@@ -159,7 +159,7 @@ std::optional<ReadRequest> ReadRequest::Parse(ByteView pdu) {
   return Whole(reader, parsed);
 }
 
-Pdu ReadRequest::Build() const {
+[[gnu::hot]] Pdu ReadRequest::Build() const {
   return Pdu(Opcode::ReadRequest).U16(handle);
 }
 

@@ -48,7 +48,7 @@ void GattContext::OnLinkClosed() {
   if (!closed_ && events_.linkChanged) events_.linkChanged(false);
 }
 
-void GattContext::OnValue(std::uint16_t valueHandle, ByteView value) {
+[[gnu::hot]] void GattContext::OnValue(std::uint16_t valueHandle, ByteView value) {
   if (valueHandle != 0 && valueHandle == serviceChangedHandle_) ReportServiceChanged(value);
   if (const auto characteristic = attributes_.FindByValueHandle(valueHandle))
     characteristic->Deliver(value);

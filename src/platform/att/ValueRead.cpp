@@ -19,13 +19,13 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
   ValueRead(std::uint16_t handle, std::shared_ptr<ValueKeeper>&& keeper)
       : handle_(handle), keeper_(std::move(keeper)) {}
 
-  static void Begin(Ptr read, BearerPtr bearer) {
+  [[gnu::hot]] static void Begin(Ptr read, BearerPtr bearer) {
     read->bearer_ = std::move(bearer);
     const Pdu first = ReadRequest{read->handle_}.Build();
     Ask(std::move(read), first);
   }
 
-  void End(const GattResult& status) {
+  [[gnu::hot]] void End(const GattResult& status) {
     if (!Succeeded(status))
       result_->value.clear();
     else if (keeper_)
@@ -35,7 +35,7 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
   }
 
  private:
-  static void Ask(Ptr read, const Pdu& request) {
+  [[gnu::hot]] static void Ask(Ptr read, const Pdu& request) {
     AttBearer& bearer = *read->bearer_;
     bearer.Request(request, [read = std::move(read)](const AttReply& reply) {
       if (const auto next = read->Take(reply)) Ask(read, *next);
@@ -43,7 +43,7 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
   }
 
   /// The next request; none when this reply was the last one.
-  std::optional<Pdu> Take(const AttReply& reply) {
+  [[gnu::hot]] std::optional<Pdu> Take(const AttReply& reply) {
     Bytes& value = result_->value;
     if (reply.outcome != AttReply::Outcome::Answered) {
       End(EndsValue(reply) ? GattResult{} : StatusOf(reply));
@@ -75,8 +75,8 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
 
 }  // namespace
 
-AsyncOperationPtr<GattReadResult> ReadWholeValue(AttLink& link, std::uint16_t handle,
-                                                 std::shared_ptr<ValueKeeper> keeper) {
+[[gnu::hot]] AsyncOperationPtr<GattReadResult> ReadWholeValue(AttLink& link, std::uint16_t handle,
+                                                              std::shared_ptr<ValueKeeper> keeper) {
   auto read = std::make_shared<ValueRead>(handle, std::move(keeper));
   link.WithBearer([read](BearerPtr bearer, ChannelError error) {
     if (!bearer) return read->End(StatusOf(error));

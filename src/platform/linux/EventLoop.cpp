@@ -201,7 +201,7 @@ bool EventLoop::IsLoopThread() const {
   return core_->IsLoopThread();
 }
 
-bool EventLoop::Step(milliseconds wait, const WakeSignal* signal) {
+[[gnu::hot]] bool EventLoop::Step(milliseconds wait, const WakeSignal* signal) {
   if (IsLoopThread()) {
     const auto core = core_;  // what runs meanwhile may end the radio
     core->WaitNested(wait, signal);

@@ -63,7 +63,7 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   loop_->Lend(weak_from_this());
 }
 
-bool L2capChannel::Send(ByteView pdu) {
+[[gnu::hot]] bool L2capChannel::Send(ByteView pdu) {
   if (!open_) return false;
   if (!isCongested_) {
     if (SendNow(pdu)) return true;
@@ -82,7 +82,7 @@ bool L2capChannel::SendNow(ByteView pdu) const {
   return ::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
 }
 
-void L2capChannel::OnReady(std::uint32_t events) {
+[[gnu::hot]] void L2capChannel::OnReady(std::uint32_t events) {
   if ((events & (EPOLLERR | EPOLLHUP)) != 0) return ReceiveRest();
   if ((events & EPOLLIN) != 0) Receive();
   if (!open_ || (events & EPOLLOUT) == 0) return;
@@ -105,7 +105,7 @@ void L2capChannel::ReceiveAll() {
 
 // Answers come one by one, and asking for a second PDU would be a call to the kernel for nothing;
 // values come in bursts. So more than one is asked for only when one was there several times.
-void L2capChannel::Receive() {
+[[gnu::hot]] void L2capChannel::Receive() {
   const int batch = ++filled_ < kSignsOfABurst ? 1 : kLargestBatch;
   for (int i = 0; i < batch && open_; ++i) {
     if (ReceiveOne()) continue;
@@ -114,7 +114,7 @@ void L2capChannel::Receive() {
   }
 }
 
-bool L2capChannel::ReceiveOne() {
+[[gnu::hot]] bool L2capChannel::ReceiveOne() {
   PduBuffer pdu;  // one each: a call may be nested in a call
   const ssize_t size = Next(pdu);
   if (size < 0 && IsTemporary(errno)) return false;
@@ -126,7 +126,7 @@ bool L2capChannel::ReceiveOne() {
 }
 
 // What another thread has kept comes first: values must not overtake each other.
-ssize_t L2capChannel::Next(PduBuffer& pdu) {
+[[gnu::hot]] ssize_t L2capChannel::Next(PduBuffer& pdu) {
   const std::lock_guard lock(inputMutex_);
   if (kept_.empty()) return recv(socket_.Get(), pdu.data(), pdu.size(), MSG_DONTWAIT);
   const Bytes next = std::move(kept_.front());
@@ -136,7 +136,7 @@ ssize_t L2capChannel::Next(PduBuffer& pdu) {
 }
 
 // Only what raises no event may be handled here. The answer to the ATT_MTU does: the link is there.
-LendableInput::Taken L2capChannel::TakeOne() {
+[[gnu::hot]] LendableInput::Taken L2capChannel::TakeOne() {
   PduBuffer buffer;
   ByteView pdu;
   bool isForWaiter = false;
@@ -166,7 +166,7 @@ void L2capChannel::GiveBack(bool ended) {
   });
 }
 
-void L2capChannel::Deliver(ByteView pdu) {
+[[gnu::hot]] void L2capChannel::Deliver(ByteView pdu) {
   if (const auto listener = listener_.lock()) listener->OnPdu(pdu);
 }
 

@@ -12,7 +12,7 @@ namespace {
 enum class Source : std::uint32_t { Input, Wake, Alarm };
 
 // The kernel tells of what arrives, not of what is there: to have it look again at each wait would
-// cost as much as the wait does. So whatever is there is taken before the next wait.
+// cost as much as the wait does. So whatever is there is taken, or given back, before the next.
 constexpr std::uint32_t kArrival = EPOLLIN | EPOLLEXCLUSIVE | EPOLLET;
 
 bool Add(const FileDescriptor& epoll, int fd, std::uint32_t events, Source source) {
@@ -34,14 +34,14 @@ FileDescriptor Watch(int input, const EventFd& wake, const TimerFd& alarm) {
 
 LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_, alarm_)) {}
 
-bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
+[[gnu::hot]] bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
   if (!epoll_ || inUse_.exchange(true)) return false;
   const bool served = Take(signal, end);
   inUse_ = false;
   return served;
 }
 
-bool LendableInput::Take(const WakeSignal& signal, TimePoint end) {
+[[gnu::hot]] bool LendableInput::Take(const WakeSignal& signal, TimePoint end) {
   const WakeSignal::Waker waker(signal, [this, waiter = std::this_thread::get_id()] {
     if (std::this_thread::get_id() != waiter) wake_.Set();
   });
@@ -59,13 +59,13 @@ bool LendableInput::Take(const WakeSignal& signal, TimePoint end) {
 
 // An alarm of an earlier wait is left as it is if it comes soon enough: to be woken for nothing now
 // and then costs less than to have the kernel set and cancel a timer for each wait.
-void LendableInput::SetAlarm(TimePoint latest) {
+[[gnu::hot]] void LendableInput::SetAlarm(TimePoint latest) {
   if (alarmAt_ <= latest) return;
   alarmAt_ = latest;
   alarm_.Set(latest);
 }
 
-LendableInput::Taken LendableInput::TakeNext() {
+[[gnu::hot]] LendableInput::Taken LendableInput::TakeNext() {
   epoll_event ready[3];
   const int count = epoll_wait(epoll_.Get(), ready, 3, -1);
   auto taken = Taken::Nothing;
@@ -86,7 +86,7 @@ LendableInput::Taken LendableInput::TakeNext() {
 }
 
 // Also what came after the kernel woke this thread: it may have woken nobody.
-LendableInput::Taken LendableInput::TakeAll() {
+[[gnu::hot]] LendableInput::Taken LendableInput::TakeAll() {
   auto taken = Taken::One;
   while (taken == Taken::One)
     taken = TakeOne();

@@ -42,7 +42,8 @@ class LendableInput {
   /// what only that may handle.
   virtual Taken TakeOne() = 0;
 
-  /// Has the radio's thread take what is left, and the end if it has come, after what was kept.
+  /// Has the radio's thread take all that is left, and the end if it has come, after what was
+  /// kept: no thread that waits will be told of it again.
   virtual void GiveBack(bool ended) = 0;
 
  private:

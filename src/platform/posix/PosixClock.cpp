@@ -7,7 +7,7 @@
 namespace corvaneble::platform {
 namespace posix {
 
-std::uint32_t PosixClock::TickCount() const {
+[[gnu::hot]] std::uint32_t PosixClock::TickCount() const {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return static_cast<std::uint32_t>(
       std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
