@@ -15,12 +15,12 @@ class CallGate {
   /// gate was closed.
   class Pass {
    public:
-    explicit Pass(CallGate& gate) : gate_(gate), isInside_(gate.Enter()), outer_(innermost_) {
-      if (isInside_) innermost_ = this;
+    explicit Pass(CallGate& gate) : gate_(gate), isInside_(gate.Enter()), outer_(innermost) {
+      if (isInside_) innermost = this;
     }
     ~Pass() {
       if (!isInside_) return;
-      innermost_ = outer_;
+      innermost = outer_;
       gate_.Leave();
     }
     Pass(const Pass&) = delete;
@@ -35,7 +35,7 @@ class CallGate {
     const bool isInside_;
     const Pass* const outer_;
 
-    inline static thread_local constinit const Pass* innermost_ = nullptr;
+    inline static thread_local constinit const Pass* innermost = nullptr;
   };
 
   CallGate() = default;
@@ -65,7 +65,7 @@ class CallGate {
 
   std::uint32_t CallsOfThisThread() const {
     std::uint32_t calls = 0;
-    for (const Pass* pass = Pass::innermost_; pass != nullptr; pass = pass->outer_)
+    for (const Pass* pass = Pass::innermost; pass != nullptr; pass = pass->outer_)
       if (&pass->gate_ == this) ++calls;
     return calls;
   }

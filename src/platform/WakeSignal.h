@@ -47,11 +47,11 @@ class WakeSignal {
 
   /// Whoever sees the flag may destroy this at once.
   [[gnu::hot]] void Set() {
-    Sleeper* const sleeper = sleeper_.exchange(&setMark_);
-    if (sleeper != nullptr && sleeper != &setMark_) sleeper->WakeUp();
+    Sleeper* const sleeper = sleeper_.exchange(&setMark);
+    if (sleeper != nullptr && sleeper != &setMark) sleeper->WakeUp();
   }
 
-  bool IsSet() const { return sleeper_ == &setMark_; }
+  bool IsSet() const { return sleeper_ == &setMark; }
 
   /// Waits in real time until the flag is set or `limit` has passed; returns the flag.
   bool WaitFor(std::chrono::milliseconds limit) const {
@@ -60,9 +60,9 @@ class WakeSignal {
   bool WaitUntil(std::chrono::steady_clock::time_point end) const;
 
  private:
-  inline static constinit Sleeper setMark_{nullptr};
+  inline static constinit Sleeper setMark{nullptr};
 
-  mutable std::atomic<Sleeper*> sleeper_{nullptr};  ///< setMark_: the flag is set; null: none waits
+  mutable std::atomic<Sleeper*> sleeper_{nullptr};  ///< setMark: the flag is set; null: none waits
 };
 
 /// While it lives, `wake` is called once when the flag is set, or at once: for a thread that waits

@@ -72,15 +72,19 @@ void AttBearer::Start(Reply ready) {
 }
 
 [[gnu::hot]] void AttBearer::Request(const Pdu& request, Reply reply) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (!dead_) {
-      if (outstanding_) return void(queue_.emplace_back(request, std::move(reply)));
-      outstanding_.emplace(request, std::move(reply));
-      Begin();
-    }
+  std::unique_lock lock(mutex_);
+  if (dead_) {
+    const ChannelError reason = reason_;
+    lock.unlock();
+    return reply(Lost(reason));
   }
-  if (reply) return reply(Lost(reason_));  // nothing has taken it: this is dead, for a fixed reason
+  if (outstanding_) {
+    queue_.emplace_back(request, std::move(reply));
+    return;
+  }
+  outstanding_.emplace(request, std::move(reply));
+  Begin();
+  lock.unlock();
   Transmit(request);
 }
 
