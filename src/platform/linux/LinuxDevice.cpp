@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/BorrowedExecutor.h"
 #include "platform/Utf.h"
 #include "platform/att/AttPdu.h"
 
@@ -82,7 +81,7 @@ LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device,
   client_ = std::make_shared<att::GattClient>(
       std::make_shared<L2capConnector>(session.shared_from_this(),
                                        DeviceAddress{device.address, device.randomAddress}, limit),
-      std::make_shared<BorrowedExecutor>(session.Loop()), std::move(events));
+      session.Loop(), std::move(events));
   relink_->SetClient(client_);
 
   deviceChanged_ =

@@ -3,8 +3,8 @@
 #include <atomic>
 #include <utility>
 
-#include "platform/BorrowedExecutor.h"
 #include "platform/Utf.h"
+#include "platform/simulated/BorrowedExecutor.h"
 #include "platform/simulated/SimulatedLink.h"
 
 namespace corvaneble::platform::simulated {

@@ -5,15 +5,15 @@
 
 #include "platform/Executor.h"
 
-namespace corvaneble::platform {
+namespace corvaneble::platform::simulated {
 
-/// A backend's executor as its GATT clients have it: without keeping it alive, since tasks that
-/// wait in it may own the client.
+/// The simulated radio's timeline as its GATT clients have it: without keeping it alive, since
+/// tasks that wait in it, for a time that may never come, may own the client.
 class BorrowedExecutor final : public Executor {
  public:
   explicit BorrowedExecutor(std::weak_ptr<Executor> executor) : executor_(std::move(executor)) {}
 
-  [[gnu::hot]] TimePoint Now() const override {
+  TimePoint Now() const override {
     const auto executor = executor_.lock();
     return executor ? executor->Now() : TimePoint();
   }
@@ -34,4 +34,4 @@ class BorrowedExecutor final : public Executor {
   const std::weak_ptr<Executor> executor_;
 };
 
-}  // namespace corvaneble::platform
+}  // namespace corvaneble::platform::simulated
