@@ -56,16 +56,17 @@ inline constexpr std::array<MethodInfo, 16> kMethodTable{{
     {Method::WriteValue, "WriteValue", "sssb"},
 }};
 
-/// The row of a method number; null for a number without one.
+/// The row of a method number; null for a number without one. The rows are in the order of their
+/// numbers, without a gap.
 constexpr const MethodInfo* FindMethod(std::int32_t number) {
-  const auto row = std::find_if(kMethodTable.begin(), kMethodTable.end(), [&](const auto& info) {
-    return static_cast<std::int32_t>(info.id) == number;
-  });
-  return row != kMethodTable.end() ? &*row : nullptr;
+  const std::int64_t row = std::int64_t{number} - static_cast<std::int32_t>(kMethodTable[0].id);
+  const bool isThere = row >= 0 && row < std::int64_t{kMethodTable.size()};
+  return isThere ? &kMethodTable[static_cast<std::size_t>(row)] : nullptr;
 }
 
 static_assert(std::all_of(kMethodTable.begin(), kMethodTable.end(), [](const MethodInfo& info) {
-  return info.inputs.size() <= kMaxMethodInputs;
+  return FindMethod(static_cast<std::int32_t>(info.id)) == &info &&
+         info.inputs.size() <= kMaxMethodInputs;
 }));
 
 }  // namespace corvaneble
