@@ -108,7 +108,7 @@ void AttBearer::SetTimer(milliseconds delay) {
 }
 
 [[gnu::hot]] std::optional<Pdu> AttBearer::BeginNext() {
-  if (dead_ || outstanding_ || queue_.empty()) return std::nullopt;
+  if (queue_.empty() || outstanding_ || dead_) return std::nullopt;
   outstanding_.emplace(std::move(queue_.front()));
   queue_.pop_front();
   Begin();

@@ -78,11 +78,12 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
 [[gnu::hot]] AsyncOperationPtr<GattReadResult> ReadWholeValue(AttLink& link, std::uint16_t handle,
                                                               std::shared_ptr<ValueKeeper> keeper) {
   auto read = std::make_shared<ValueRead>(handle, std::move(keeper));
-  link.WithBearer([read](BearerPtr bearer, ChannelError error) {
+  AsyncOperationPtr<GattReadResult> operation = read;
+  link.WithBearer([read = std::move(read)](BearerPtr bearer, ChannelError error) mutable {
     if (!bearer) return read->End(StatusOf(error));
-    ValueRead::Begin(read, std::move(bearer));
+    ValueRead::Begin(std::move(read), std::move(bearer));
   });
-  return read;
+  return operation;
 }
 
 AsyncOperationPtr<GattReadResult> ReadWholeValue(BearerPtr bearer, std::uint16_t handle,
