@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <thread>
 
 namespace corvaneble::platform::linux_radio {
 namespace {
@@ -36,18 +35,17 @@ LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_, a
 
 [[gnu::hot]] bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
   if (!epoll_ || inUse_.exchange(true)) return false;
-  const bool served = Take(signal, end);
-  inUse_ = false;
-  return served;
+  const struct Use {  // ends also where there is no memory left to keep a PDU
+    ~Use() { inUse = false; }
+    std::atomic<bool>& inUse;
+  } use{inUse_};
+  return Take(signal, end);
 }
 
 [[gnu::hot]] bool LendableInput::Take(const WakeSignal& signal, TimePoint end) {
-  const WakeSignal::Waker waker(signal, [this, waiter = std::this_thread::get_id()] {
-    if (std::this_thread::get_id() != waiter) wake_.Set();
-  });
   while (!signal.IsSet()) {
     SetAlarm(end);
-    const Taken taken = TakeNext();
+    const Taken taken = TakeNext(signal);
     if (taken >= Taken::Enough) {
       GiveBack(taken == Taken::End);
       return false;
@@ -65,9 +63,13 @@ LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_, a
   alarm_.Set(latest);
 }
 
-[[gnu::hot]] LendableInput::Taken LendableInput::TakeNext() {
+[[gnu::hot]] LendableInput::Taken LendableInput::TakeNext(const WakeSignal& signal) {
   epoll_event ready[3];
-  const int count = epoll_wait(epoll_.Get(), ready, 3, -1);
+  int count = 0;
+  {  // for no longer than this sleeps: what it takes itself need not wake it
+    const WakeSignal::Waker waker(signal, [this] { wake_.Set(); });
+    count = epoll_wait(epoll_.Get(), ready, 3, -1);
+  }
   auto taken = Taken::Nothing;
   for (int i = 0; i < count; ++i) {
     switch (static_cast<Source>(ready[i].data.u32)) {

@@ -51,7 +51,7 @@ class LendableInput {
 
   bool Take(const WakeSignal& signal, TimePoint end);
   void SetAlarm(TimePoint latest);
-  Taken TakeNext();
+  Taken TakeNext(const WakeSignal& signal);
   Taken TakeAll();
 
   const EventFd wake_;
