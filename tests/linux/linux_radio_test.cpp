@@ -306,6 +306,17 @@ TEST_F(LinuxRadio, AnAdapterThatIsSwitchedOffEndsAScan) {
   EXPECT_TRUE(HearsThePeripheral());
 }
 
+TEST_F(LinuxRadio, AnAdapterThatIsSwitchedOffEndsASearch) {
+  std::thread off([] {
+    std::this_thread::sleep_for(300ms);
+    Power(false);
+  });
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"C0FFEE00FFFF"}), CORVANEBLE_ERROR_CONNECT_FAILED);
+  off.join();
+  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "switched off; switch it on", 1s));
+  Power(true);
+}
+
 TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
   ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {""}), 0);
   Shell("tests/vm/daemon kill");
@@ -337,9 +348,14 @@ class LinuxRadioPairing : public LinuxRadio {};
 TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
   Tell("pairing on");
   Connect();
+  const std::string secret = Find(kOwnService, kSecret);
   std::string value;
-  EXPECT_EQ(host.Read(Find(kOwnService, kSecret), "", value), 0) << host.LastError();
+  ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 1), 0);
+  EXPECT_EQ(host.Read(secret, "", value), CORVANEBLE_ERROR_TIMEOUT);  // asked, and considering
+  ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 20), 0);
+  EXPECT_EQ(host.Read(secret, "", value), 0) << host.LastError();
   EXPECT_EQ(value, "secret");
+  EXPECT_TRUE(host.Lines(CORVANEBLE_EVENT_DISCONNECTED).empty());
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ def characteristic(uuid, flags, value=b"", echo=False, error=None, descriptors=(
             "descriptors": descriptors}
 
 
-# The UUIDs, values and answers that tests/linux_radio_test.cpp expects.
+# The UUIDs, values and answers that tests/linux/linux_radio_test.cpp expects.
 SERVICES = [
     (BASE.format(1), False, [], []),
     ("180f", True, [0], [
@@ -201,18 +201,24 @@ def bus_object(bus, path):
 
 
 class Agent(dbus.service.Object):
-    """Answers for both sides whether they want to pair."""
+    """Answers for both sides whether they want to pair; takes its time when it agrees."""
 
     agrees = False
+    CONSIDERS = 2  # seconds, as a person does
 
-    @dbus.service.method("org.bluez.Agent1", in_signature="o")
-    def RequestAuthorization(self, device):
-        if not self.agrees:
-            raise BluezError("Rejected")
+    def answer(self, agreed, refused):
+        if self.agrees:
+            GLib.timeout_add_seconds(self.CONSIDERS, lambda: agreed() and False)
+        else:
+            refused(BluezError("Rejected"))
 
-    @dbus.service.method("org.bluez.Agent1", in_signature="ou")
-    def RequestConfirmation(self, device, passkey):
-        self.RequestAuthorization(device)
+    @dbus.service.method("org.bluez.Agent1", in_signature="o", async_callbacks=("yes", "no"))
+    def RequestAuthorization(self, device, yes, no):
+        self.answer(yes, no)
+
+    @dbus.service.method("org.bluez.Agent1", in_signature="ou", async_callbacks=("yes", "no"))
+    def RequestConfirmation(self, device, passkey, yes, no):
+        self.answer(yes, no)
 
 
 class Peripheral:

@@ -30,11 +30,17 @@ bool IsTemporary(int error) {
   return error == EAGAIN || error == EINTR;
 }
 
+/// A link that is being secured is not connected for whoever sends. One that has ended is not
+/// either; the radio's thread is told of that by other means.
+bool MaySendLater(int error) {
+  return IsTemporary(error) || error == ENOTCONN;
+}
+
 }  // namespace
 
 att::ChannelError ToChannelError(int error) {
-  return error == EACCES || error == EPERM ? att::ChannelError::AccessDenied
-                                           : att::ChannelError::Unreachable;
+  const bool denied = error == EACCES || error == EPERM || error == EAFNOSUPPORT;
+  return denied ? att::ChannelError::AccessDenied : att::ChannelError::Unreachable;
 }
 
 L2capChannel::L2capChannel(std::shared_ptr<EventLoop> loop, FileDescriptor socket,
@@ -67,7 +73,7 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   if (!open_) return false;
   if (!isCongested_) {
     if (SendNow(pdu)) return true;
-    if (!IsTemporary(errno)) return false;
+    if (!MaySendLater(errno)) return false;
   }
   const std::lock_guard lock(mutex_);
   isCongested_ = true;
@@ -189,10 +195,11 @@ void L2capChannel::RaiseSecurity(std::function<void(bool raised)> done) {
 }
 
 void L2capChannel::Secure(std::function<void(bool raised)> done) {
+  if (!open_) return done(false);
   const kernel::Security wanted{kernel::kSecurityMedium, 0};
-  if (!open_ || setsockopt(socket_.Get(), kernel::kSolBluetooth, kernel::kSecurityOption, &wanted,
-                           sizeof wanted) != 0)
-    return done(false);
+  if (setsockopt(socket_.Get(), kernel::kSolBluetooth, kernel::kSecurityOption, &wanted,
+                 sizeof wanted) != 0)
+    return done(IsSecured());  // the kernel refuses where the device has seen to it meanwhile
   securityDone_ = std::move(done);
   securityTimer_ = loop_->PostAfter(kPairingLimit, [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->SecurityDone(false);
