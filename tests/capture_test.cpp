@@ -8,6 +8,8 @@
 #include <sstream>
 #include <string>
 
+#include "platform/hci/AdvertisingReports.h"
+
 namespace corvaneble::platform::simulated {
 namespace {
 
@@ -136,6 +138,21 @@ TEST(Capture, JoinsFragmentsOfTheSameSet) {
   ASSERT_EQ(result.reports.size(), 2U);
   EXPECT_EQ(result.reports[0].payload, (Bytes{1, 2, 3}));
   EXPECT_EQ(result.reports[1].payload, (Bytes{8, 9}));
+}
+
+TEST(AdvertisingReports, ALastFragmentThatIsLostSilencesNobody) {
+  hci::AdvertisingReports reports;
+  int completed = 0;
+  int refused = 0;
+  const auto take = [&](const Bytes& event) {
+    const auto sink = [&](const hci::AdvertisingReport&) { ++completed; };
+    if (reports.TakeEvent(hci::ByteReader(event, 0), sink)) ++refused;
+  };
+  for (int i = 0; i < 10; ++i)  // the ninth is more than there can be
+    take(Extended(0x21, Bytes(200)));
+  take(Extended(0x01, {1}));
+  EXPECT_EQ(completed, 1);
+  EXPECT_EQ(refused, 1);
 }
 
 TEST(Capture, MalformedAnywhereRejectsTheWhole) {

@@ -139,7 +139,10 @@ std::optional<MalformedEvent> AdvertisingReports::TakeExtendedReport(ByteReader&
   if (begun == fragments_.end() && fragments_.size() >= kMaxUnfinished) fragments_.clear();
   Bytes& joined = fragments_[key];
   joined.insert(joined.end(), data.begin(), data.end());
-  if (joined.size() > limit) return Malformed(reader, "more advertising data than there can be");
+  if (joined.size() > limit) {  // a last fragment was lost
+    fragments_.erase(key);
+    return Malformed(reader, "more advertising data than there can be");
+  }
   if (status == DataStatus::MoreToCome) return std::nullopt;
   const Bytes whole = std::move(joined);
   fragments_.erase(key);
