@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 
 #include "platform/linux/BluetoothSockets.h"
@@ -56,8 +57,13 @@ int SocketError(int socket) {
   return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
+/// Whether the next try may do better: the kernel gives a device that it has heard a few seconds to
+/// answer, and not every link that begins comes about. ENOSYS is what it makes of "Connection
+/// Failed to be Established" (Bluetooth Core 5.4, Vol 1 Part F, 0x3E).
 bool IsWorthAnotherTry(int error) {
-  return error == EBUSY || error == ECONNABORTED || error == ECONNRESET || error == EAGAIN;
+  constexpr int kWorthIt[] = {EBUSY,     ECONNABORTED, ECONNRESET, EAGAIN, ETIMEDOUT,
+                              EHOSTDOWN, ECONNREFUSED, ENOTCONN,   ENOSYS};
+  return std::ranges::find(kWorthIt, error) != std::end(kWorthIt);
 }
 
 }  // namespace
@@ -74,14 +80,10 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
         opened_(std::move(opened)) {}
 
   void Begin(LinuxSession& session) {
-    session.Scanning().Pause([self = shared_from_this()] {
-      self->paused_ = true;
-      if (!self->opened_) return self->Release();
-      const auto left = std::chrono::ceil<milliseconds>(self->end_ - SteadyClock::now());
-      self->limitTimer_ =
-          self->loop_->PostAfter(left, [self] { self->Finish({}, self->LastError()); });
-      self->Try();
-    });
+    const auto left = std::chrono::ceil<milliseconds>(end_ - SteadyClock::now());
+    limitTimer_ = loop_->PostAfter(
+        left, [self = shared_from_this()] { self->Finish({}, self->LastError()); });
+    TryAtRest(session);
   }
 
   void Cancel() {
@@ -89,6 +91,15 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
   }
 
  private:
+  /// The kernel opens no link while it scans; between two tries it may.
+  void TryAtRest(LinuxSession& session) {
+    session.Scanning().Pause([self = shared_from_this()] {
+      self->paused_ = true;
+      if (!self->opened_) return self->Release();
+      self->Try();
+    });
+  }
+
   void Try() {
     const auto session = session_.lock();
     const AdapterObject* const adapter = session ? session->Adapter() : nullptr;
@@ -112,14 +123,25 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
     lastError_ = error;
     socket_.Reset();
     const auto session = session_.lock();
+    if (session) Explain(*session, error);
     if (!session || !IsWorthAnotherTry(error) || SteadyClock::now() + pause_ >= end_)
       return Finish({}, ToChannelError(error));
-    if (error == EBUSY)
-      session->Notify("Another program holds the connection to the device; trying again.");
+    Release();
     retryTimer_ = loop_->PostAfter(pause_, [self = shared_from_this()] {
-      if (self->opened_) self->Try();
+      const auto alive = self->session_.lock();
+      if (!alive) return self->Finish({}, att::ChannelError::Unreachable);
+      if (self->opened_) self->TryAtRest(*alive);
     });
     pause_ = std::min(pause_ * 2, kLongestPause);
+  }
+
+  void Explain(LinuxSession& session, int error) {
+    if (error == EBUSY && !std::exchange(saidBusy_, true))
+      session.Notify("Another program holds the connection to the device; trying again.");
+    if (error == EAFNOSUPPORT)
+      session.Notify(
+          "This process may not open Bluetooth sockets; a container needs the host's "
+          "network.");
   }
 
   att::ChannelError LastError() const { return ToChannelError(lastError_); }
@@ -152,6 +174,7 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
   milliseconds pause_ = kFirstPause;
   int lastError_ = ETIMEDOUT;
   bool paused_ = false;
+  bool saidBusy_ = false;
 };
 
 L2capConnector::~L2capConnector() {
