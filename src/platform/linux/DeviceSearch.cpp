@@ -28,11 +28,18 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
     });
     user_ = session.Scanning().Add(adapterPath_, [weak = weak_from_this()](BluetoothError error) {
       const auto self = weak.lock();
-      if (self && error != BluetoothError::Success) self->End();
+      if (self && error != BluetoothError::Success) self->Fail();
     });
   }
 
  private:
+  void Fail() {
+    const auto session = session_.lock();
+    const std::string obstacle = session ? session->WhyNoAdapter() : std::string();
+    if (!obstacle.empty()) session->Notify(obstacle);
+    End();
+  }
+
   /// Whoever connects next must find discovery at rest.
   void End() {
     const auto self = std::exchange(self_, nullptr);

@@ -124,11 +124,9 @@ void Discovery::OnAdaptersChanged() {
   if (!changing_) RunDone();
 }
 
-void Discovery::Tell(BluetoothError error) {
-  std::vector<Started> told;
-  for (auto& [id, started] : users_)
-    if (started) told.push_back(std::exchange(started, {}));
-  for (const Started& started : told)
+void Discovery::Tell(BluetoothError error) const {
+  const auto users = users_;  // who is told may leave
+  for (const auto& [id, started] : users)
     started(error);
 }
 

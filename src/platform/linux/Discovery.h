@@ -16,7 +16,7 @@ namespace corvaneble::platform::linux_radio {
 /// there is a user and nobody has paused it. On the radio's thread alone.
 class Discovery {
  public:
-  /// Told once how starting went, or that the adapter could not be had.
+  /// Told how starting went, each time: a pause may be between two; and when the adapter is lost.
   using Started = std::function<void(BluetoothError error)>;
   using Done = std::function<void()>;
   using UserId = std::uint64_t;
@@ -39,14 +39,14 @@ class Discovery {
   void Stop();
   void OnStarted(const BusError* error);
   void OnAdaptersChanged();
-  void Tell(BluetoothError error);
+  void Tell(BluetoothError error) const;
   void RunDone();
 
   SystemBus& bus_;
   BluezObjects& objects_;
   std::string adapterPath_;
   UserId lastUser_ = 0;
-  std::map<UserId, Started> users_;  ///< an empty function once told
+  std::map<UserId, Started> users_;
   int pauses_ = 0;
   bool on_ = false;
   bool changing_ = false;  ///< a call to the daemon is under way

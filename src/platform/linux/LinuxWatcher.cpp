@@ -19,8 +19,7 @@ class LinuxWatcher::Scan {
         received_(std::move(received)) {}
 
   /// Listens before BlueZ is asked, so that the first packet is not missed.
-  void Begin(const std::shared_ptr<Scan>& self, LinuxSession& session, Discovery::Started started,
-             std::function<void()> aborted) {
+  void Begin(const std::shared_ptr<Scan>& self, LinuxSession& session, Discovery::Started started) {
     const std::string name = adapterPath_.substr(adapterPath_.rfind('/') + 1);
     monitor_ = HciMonitor::Open(session.Loop(), name,
                                 [weak = std::weak_ptr(self)](const hci::AdvertisingReport& report) {
@@ -33,13 +32,6 @@ class LinuxWatcher::Scan {
             if (scan && change.heard) scan->OnDevice(device);
           });
     }
-    adaptersChanged_ = session.Objects().OnAdaptersChanged(
-        [weak = session_, path = adapterPath_, aborted = std::move(aborted)] {
-          const auto alive = weak.lock();
-          if (!alive) return;
-          const AdapterObject* const adapter = alive->Objects().Adapter(path);
-          if (!adapter || !adapter->powered) aborted();
-        });
     user_ = session.Scanning().Add(adapterPath_, std::move(started));
   }
 
@@ -50,7 +42,6 @@ class LinuxWatcher::Scan {
     Mute();
     monitor_.reset();
     deviceChanged_.Reset();
-    adaptersChanged_.Reset();
     const auto session = session_.lock();
     if (session && user_ != 0) session->Scanning().Remove(std::exchange(user_, 0), std::move(done));
   }
@@ -90,7 +81,6 @@ class LinuxWatcher::Scan {
   // Below: the radio's thread alone.
   std::unique_ptr<HciMonitor> monitor_;
   EventToken deviceChanged_;
-  EventToken adaptersChanged_;
   Discovery::UserId user_ = 0;
   bool reporting_ = false;
   BluetoothLEAdvertisement advertisement_;
@@ -143,24 +133,17 @@ void LinuxWatcher::Begin(LinuxSession& session, std::uint32_t attempt) {
     scan_ = scan =
         std::make_shared<Scan>(session, session.Adapter()->path, mode_, filter_, received_);
   }
-  scan->Begin(
-      scan, session,
-      [weak = weak_from_this(), attempt](BluetoothError error) {
-        if (const auto self = weak.lock()) self->OnStarted(attempt, error);
-      },
-      [weak = weak_from_this()] {
-        const auto self = weak.lock();
-        if (self && self->Status() == WatcherStatus::Started)
-          self->Finish(WatcherStatus::Aborted, BluetoothError::RadioNotAvailable);
-      });
+  scan->Begin(scan, session, [weak = weak_from_this(), attempt](BluetoothError error) {
+    if (const auto self = weak.lock()) self->OnStarted(attempt, error);
+  });
 }
 
 void LinuxWatcher::OnStarted(std::uint32_t attempt, BluetoothError error) {
   {
     const std::lock_guard lock(mutex_);
-    if (!starting_ || attempt != attempt_) return;
-    starting_ = false;
-    status_ = WatcherStatus::Started;
+    if (attempt != attempt_) return;
+    if (std::exchange(starting_, false)) status_ = WatcherStatus::Started;
+    if (status_ != WatcherStatus::Started) return;  // stopped meanwhile
   }
   if (error != BluetoothError::Success) Finish(WatcherStatus::Aborted, error);
 }
