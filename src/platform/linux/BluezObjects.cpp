@@ -111,6 +111,7 @@ void BluezObjects::Begin() {
 void BluezObjects::End(const std::string& reason) {
   Forget(reason);
   Known();
+  adaptersChanged_.Raise();
 }
 
 void BluezObjects::WhenKnown(std::function<void()> then) {
@@ -161,7 +162,9 @@ void BluezObjects::OnOwnerChanged(sd_bus_message* message) {
   reader.Text();
   reader.Text();
   Forget(kNoDaemon);
-  if (!reader.Text().empty()) {
+  if (reader.Text().empty()) {
+    Known();  // also when it went before it had answered
+  } else {
     known_ = false;
     AskForAll();
   }
@@ -191,8 +194,10 @@ void BluezObjects::OnPropertiesChanged(sd_bus_message* message) {
   } else if (interface == kDevice) {
     const auto found = devices_.find(path);
     if (found == devices_.end()) return;
+    devicePaths_.erase({found->second.adapterPath, found->second.address});
     const DeviceChange change = TakeDevice(found->second, reader);
     const DeviceObject device = found->second;  // what the handlers do may remove it
+    devicePaths_[{device.adapterPath, device.address}] = path;  // pairing may tell another address
     if (change.heard || change.name) deviceChanged_.Raise(device, change);
   }
 }

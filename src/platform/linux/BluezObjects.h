@@ -22,7 +22,7 @@ struct AdapterObject {
   std::uint64_t address = 0;
   bool randomAddress = false;
   bool powered = false;
-  bool lowEnergy = false;
+  bool lowEnergy = true;  ///< an older BlueZ does not say
 
   std::string Name() const { return path.substr(path.rfind('/') + 1); }
 };

@@ -51,7 +51,10 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
                                       BluetoothCacheMode::Uncached)
         ->OnCompleted([weak = weak_from_this()](AsyncOperation<GattDeviceServicesResult>& tried) {
           const auto self = weak.lock();
-          if (self && tried.GetResults()->status == GattCommunicationStatus::Unreachable)
+          if (!self) return;
+          const GattCommunicationStatus status = tried.GetResults()->status;
+          if (status == GattCommunicationStatus::Unreachable ||
+              status == GattCommunicationStatus::AccessDenied)
             self->Schedule();
         });
   }

@@ -70,7 +70,7 @@ std::string LinuxSession::WhyNoAdapter() const {
 }
 
 void LinuxSession::Notify(const std::string& text) {
-  if (std::exchange(lastNotice_, text) != text) notices_.Raise(text);
+  notices_.Raise(text);
 }
 
 }  // namespace corvaneble::platform::linux_radio

@@ -38,7 +38,7 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   /// Why `Adapter` is null, or why it cannot be used now; empty when it can.
   std::string WhyNoAdapter() const;
 
-  /// Tells the user something; the same words not twice in a row.
+  /// Tells the user something.
   void Notify(const std::string& text);
 
  private:
@@ -48,7 +48,6 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   const std::string adapterName_;
   const std::shared_ptr<EventLoop> loop_ = std::make_shared<EventLoop>();
   Radio::Notice notices_;
-  std::string lastNotice_;
   SystemBus bus_;
   BluezObjects objects_{bus_};
   Discovery discovery_{bus_, objects_};
