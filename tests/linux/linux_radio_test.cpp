@@ -315,6 +315,7 @@ TEST_F(LinuxRadio, AnAdapterThatIsSwitchedOffEndsASearch) {
   off.join();
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "switched off; switch it on", 1s));
   Power(true);
+  EXPECT_TRUE(HearsThePeripheral());
 }
 
 TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {

@@ -194,10 +194,13 @@ void BluezObjects::OnPropertiesChanged(sd_bus_message* message) {
   } else if (interface == kDevice) {
     const auto found = devices_.find(path);
     if (found == devices_.end()) return;
-    devicePaths_.erase({found->second.adapterPath, found->second.address});
+    const std::uint64_t before = found->second.address;
     const DeviceChange change = TakeDevice(found->second, reader);
     const DeviceObject device = found->second;  // what the handlers do may remove it
-    devicePaths_[{device.adapterPath, device.address}] = path;  // pairing may tell another address
+    if (device.address != before) {  // pairing tells the identity behind a private address
+      ForgetAddress(device, before);
+      devicePaths_[{device.adapterPath, device.address}] = path;
+    }
     if (change.heard || change.name) deviceChanged_.Raise(device, change);
   }
 }
@@ -261,9 +264,14 @@ void BluezObjects::RemoveObject(const std::string& path, const std::string& inte
   } else if (interface == kDevice) {
     const auto device = devices_.find(path);
     if (device == devices_.end()) return;
-    devicePaths_.erase({device->second.adapterPath, device->second.address});
+    ForgetAddress(device->second, device->second.address);
     devices_.erase(device);
   }
+}
+
+void BluezObjects::ForgetAddress(const DeviceObject& device, std::uint64_t address) {
+  const auto known = devicePaths_.find({device.adapterPath, address});
+  if (known != devicePaths_.end() && known->second == device.path) devicePaths_.erase(known);
 }
 
 void BluezObjects::Forget(const std::string& reason) {

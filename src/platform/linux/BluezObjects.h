@@ -96,6 +96,8 @@ class BluezObjects {
   void TakeAdapter(const std::string& path, BusReader& reader);
   DeviceChange TakeDevice(DeviceObject& device, BusReader& reader);
   void RemoveObject(const std::string& path, const std::string& interface);
+  /// While two devices have one address, as for a moment after pairing, the later one is found.
+  void ForgetAddress(const DeviceObject& device, std::uint64_t address);
   void Forget(const std::string& reason);
   void Known();
 

@@ -34,6 +34,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
 
  private:
   void Fail() {
+    if (!self_) return;  // it has ended
     const auto session = session_.lock();
     const std::string obstacle = session ? session->WhyNoAdapter() : std::string();
     if (!obstacle.empty()) session->Notify(obstacle);

@@ -101,7 +101,7 @@ void Discovery::OnStarted(const BusError* error) {
   // Not tried again before something changes: the daemon would only refuse again.
   if (on_) {
     Update();
-  } else {
+  } else if (!changing_) {  // nobody who was told has begun anew
     RunDone();
   }
 }
