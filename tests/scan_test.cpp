@@ -121,6 +121,18 @@ TEST(Scan, RadiosThatCannotScan) {
   }
 }
 
+TEST(Scan, OneThatBeginsLateBeginsByItselfUnlessItWasStopped) {
+  for (const bool stopped : {false, true}) {
+    Host host(R"({"adapter": {"scanStartLatency": 3000}})");
+    ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+    EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SCANNING), 0);
+    EXPECT_EQ(host.Do(stopped ? CORVANEBLE_METHOD_STOP_SCANNING : CORVANEBLE_METHOD_DO_EVENTS), 0);
+    host.Pump(5000);
+    EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SCANNING), stopped ? 0 : 1);
+    EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_STOP_SCAN).size(), stopped ? 1U : 0U);
+  }
+}
+
 TEST(Scan, AnAbortedScanSaysWhyAndCanBeRepeated) {
   Host host(R"({"radioEvents": [{"at": 200, "error": "radioNotAvailable"}]})");
   for (int round = 0; round < 2; ++round) {

@@ -45,11 +45,13 @@ ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
   parts_.log.Write(LogLevel::Debug, log_type::kScanning,
                    "Scanning parameters:\r\n\tActive scanning: ", activeScanning_.load(),
                    "\r\n\tService UUIDs: ", filterText, ".");
+  mayStartLater_ = true;
   watcher->Start();
   if (!WaitUntilStarted(*watcher)) {
     parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning failed to start.");
     return error::kSuccess;
   }
+  mayStartLater_ = false;
   parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning started.");
   parts_.events.FireStartScan(filterText.c_str());
   return error::kSuccess;
@@ -98,7 +100,8 @@ bool Scanner::WaitUntilStarted(const platform::BluetoothLEAdvertisementWatcher& 
 }
 
 ErrorCode Scanner::StopScanning() {
-  if (!IsScanning()) return error::kSuccess;
+  const bool mayStartLater = mayStartLater_.exchange(false);
+  if (!IsScanning() && !mayStartLater) return error::kSuccess;
   parts_.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is stopping.");
   Watcher()->Stop();
   const std::int64_t limit = std::int64_t{parts_.timeoutSeconds} * 1000;  // 0: no limit

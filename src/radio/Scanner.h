@@ -45,7 +45,8 @@ class Scanner {
   /// and waits `ScanStartedTimeout` seconds for the radio to listen. Does nothing while scanning.
   [[nodiscard]] ErrorCode StartScanning(std::string_view serviceUuids);
 
-  /// Stops scanning and waits until the radio has stopped, at most `Timeout` seconds.
+  /// Stops scanning and waits until the radio has stopped, at most `Timeout` seconds. A scan that
+  /// the radio has not begun in time does not begin any more.
   [[nodiscard]] ErrorCode StopScanning();
 
   bool IsScanning() const;
@@ -74,6 +75,7 @@ class Scanner {
 
   Parts parts_;
   std::atomic<std::int32_t> activeScanning_{0};
+  std::atomic<bool> mayStartLater_{false};  ///< the radio was told to listen and did not yet
 
   mutable std::mutex mutex_;  // guards everything below
   WatcherPtr watcher_;        // made by the first scan, reused by every later one
