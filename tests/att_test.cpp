@@ -66,18 +66,21 @@ class ManualExecutor final : public Executor {
   std::map<std::pair<milliseconds, TaskId>, Task> tasks_;
 };
 
+constexpr const char* kOffer = "02 05 02";  // of the largest ATT_MTU
+constexpr const char* kHangsUp = "hangs up";
+
 class Peer final : public AttConnector, public std::enable_shared_from_this<Peer> {
  public:
   explicit Peer(std::shared_ptr<ManualExecutor> executor) : executor_(std::move(executor)) {}
 
-  // The next PDU to arrive, and what it is answered with: nothing, one PDU, or several, "|"
-  // between them.
+  // The next PDU to arrive, and what it is answered with: nothing, one PDU, several, "|" between
+  // them, or the end of the link.
   Peer& On(const std::string& request, const std::string& answers = "") {
     script_.emplace_back(request, answers);
     return *this;
   }
   // Agrees on an ATT_MTU of 23.
-  Peer& Opens() { return On("02 05 02", "03 17 00"); }
+  Peer& Opens() { return On(kOffer, "03 17 00"); }
 
   void Say(const std::string& pdu) {
     executor_->Post([self = shared_from_this(), bytes = FromHex(pdu)] {
@@ -105,6 +108,7 @@ class Peer final : public AttConnector, public std::enable_shared_from_this<Peer
   ChannelError refusal = ChannelError::None;
   bool canRaiseSecurity = false;
   bool hangsUpWhenSecured = false;
+  milliseconds pairingTakes{0};
   int opens = 0;
   int raises = 0;
 
@@ -118,7 +122,8 @@ class Peer final : public AttConnector, public std::enable_shared_from_this<Peer
     void RaiseSecurity(std::function<void(bool)> done) override {
       ++peer_->raises;
       if (peer_->hangsUpWhenSecured) return peer_->Hangup(ChannelError::Unreachable);
-      peer_->executor_->Post([done, raised = peer_->canRaiseSecurity] { done(raised); });
+      peer_->executor_->PostAfter(peer_->pairingTakes,
+                                  [done, raised = peer_->canRaiseSecurity] { done(raised); });
     }
 
    private:
@@ -134,6 +139,10 @@ class Peer final : public AttConnector, public std::enable_shared_from_this<Peer
     const auto [request, answers] = script_.front();
     script_.pop_front();
     EXPECT_EQ(pdu, request);
+    if (answers == kHangsUp) {
+      Hangup(ChannelError::Unreachable);
+      return true;
+    }
     std::istringstream each(answers);
     for (std::string answer; std::getline(each, answer, '|');)
       Say(answer);
@@ -471,6 +480,27 @@ TEST_F(AttTest, OperationsWaitForOneOpeningAndShareItsFailure) {
   EXPECT_EQ(linkChanges, "");
 }
 
+// As when the peripheral did not hear that it is connected to.
+TEST_F(AttTest, ALinkThatIsNeverEstablishedIsOpenedTwiceMore) {
+  for (int i = 0; i < 3; ++i)
+    peer->On(kOffer, kHangsUp);
+  ExpectStatus(Finish(client->GetGattServicesAsync(kUncached)),
+               GattCommunicationStatus::Unreachable);
+  EXPECT_EQ(peer->opens, 3);
+  peer->On(kOffer, kHangsUp).On(kOffer, kHangsUp);
+  EXPECT_NE(OpenService(), nullptr);
+  EXPECT_EQ(peer->opens, 6);
+  EXPECT_EQ(linkChanges, "open ");
+}
+
+TEST_F(AttTest, APeerThatNeverAgreesOnAnMtuIsNotAskedAgain) {
+  peer->On(kOffer);
+  const auto operation = client->GetGattServicesAsync(kUncached);
+  executor->Advance(kTransactionTimeout);
+  ExpectStatus(Finish(operation), GattCommunicationStatus::Unreachable);
+  EXPECT_EQ(peer->opens, 1);
+}
+
 TEST_F(AttTest, SecurityIsRaisedOncePerChannel) {
   const auto characteristic = OpenCharacteristic();
   peer->canRaiseSecurity = true;
@@ -479,6 +509,21 @@ TEST_F(AttTest, SecurityIsRaisedOncePerChannel) {
   peer->On("0A 12 00", "01 0A 12 00 0F");
   ExpectProtocolError(Finish(characteristic->ReadValueAsync(kUncached)), 0x0F);
   EXPECT_EQ(peer->raises, 1);
+}
+
+TEST_F(AttTest, WhatIsAskedDuringPairingHasItsTimeAfterIt) {
+  const auto characteristic = OpenCharacteristic();
+  peer->canRaiseSecurity = true;
+  peer->pairingTakes = milliseconds(29'000);
+  peer->On("0A 12 00", "01 0A 12 00 05").On("0A 12 00").On("0A 12 00", "0B 01");
+  const auto refused = characteristic->ReadValueAsync(kUncached);
+  Run();
+  const auto heldBack = characteristic->ReadValueAsync(kUncached);
+  executor->Advance(peer->pairingTakes + kTransactionTimeout - milliseconds(1));
+  EXPECT_EQ(linkChanges, "open ");
+  peer->Say("0B 02");
+  EXPECT_EQ(Finish(heldBack)->value, Bytes{2});
+  EXPECT_EQ(Finish(refused)->value, Bytes{1});
 }
 
 TEST_F(AttTest, SecurityThatCannotBeRaisedIsReported) {

@@ -246,6 +246,8 @@ void AttBearer::OnSecurityRaised(bool raised) {
                     std::make_move_iterator(refused.end()));
       refused.clear();
     }
+    // What was asked meanwhile goes out only now.
+    if (outstanding_) outstanding_->deadline = executor_->Now() + kTransactionTimeout;
     next = BeginNext();
   }
   if (next) Transmit(*next);

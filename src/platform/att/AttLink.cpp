@@ -6,6 +6,12 @@ namespace corvaneble::platform::att {
 
 namespace {
 
+/// A central believes that there is a link as soon as it has asked for one; that the peripheral
+/// never heard it shows after six connection intervals (Bluetooth Core 5.4, Vol 6 Part B, 4.5.2).
+/// On a busy or distant link that is common, and the next try mostly does.
+constexpr std::chrono::seconds kEstablishment{2};
+constexpr int kMostChannels = 3;
+
 void FailAll(const std::vector<AttLink::Use>& waiting, ChannelError error) {
   for (const AttLink::Use& use : waiting)
     use(nullptr, error == ChannelError::None ? ChannelError::Unreachable : error);
@@ -83,6 +89,8 @@ void AttLink::OnChannel(std::shared_ptr<AttChannel> channel, ChannelError error)
     const std::lock_guard lock(mutex_);
     if (state_ != State::Opening) return;  // closed meanwhile; the bearer closes the channel
     bearer_ = bearer;
+    channelSince_ = executor_->Now();
+    ++channels_;
   }
   bearer->Start([weak = weak_from_this(), started = std::weak_ptr(bearer)](const AttReply& reply) {
     if (const auto self = weak.lock()) self->OnReady(started.lock(), reply);
@@ -94,9 +102,14 @@ void AttLink::OnNoChannel(ChannelError error) {
   {
     const std::lock_guard lock(mutex_);
     if (state_ != State::Closed) state_ = State::Idle;
+    channels_ = 0;
     waiting.swap(waiting_);
   }
   FailAll(waiting, error);
+}
+
+bool AttLink::WasNeverEstablished() const {
+  return channels_ < kMostChannels && executor_->Now() - channelSince_ < kEstablishment;
 }
 
 void AttLink::OnReady(const std::shared_ptr<AttBearer>& bearer, const AttReply& reply) {
@@ -107,6 +120,9 @@ void AttLink::OnReady(const std::shared_ptr<AttBearer>& bearer, const AttReply& 
     if (!bearer || bearer_ != bearer) return;  // whoever ended it has seen to what was waiting
     state_ = State::Open;
     announced_ = ready;
+    if (!ready && reply.reason == ChannelError::Unreachable && WasNeverEstablished())
+      return;  // OnBearerClosed opens another for who waits
+    channels_ = 0;
     waiting.swap(waiting_);
   }
   if (!ready) return FailAll(waiting, reply.reason);

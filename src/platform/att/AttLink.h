@@ -64,6 +64,7 @@ class AttLink final : public AttBearer::Listener, public std::enable_shared_from
   void OpenChannel();
   void OnChannel(std::shared_ptr<AttChannel> channel, ChannelError error);
   void OnNoChannel(ChannelError error);
+  bool WasNeverEstablished() const;  ///< expects mutex_ to be held
   void OnReady(const std::shared_ptr<AttBearer>& bearer, const AttReply& reply);
 
   const std::shared_ptr<AttConnector> connector_;
@@ -75,6 +76,8 @@ class AttLink final : public AttBearer::Listener, public std::enable_shared_from
   bool announced_ = false;  // the observer knows that the link is open
   std::shared_ptr<AttBearer> bearer_;
   std::vector<Use> waiting_;
+  Executor::TimePoint channelSince_{};
+  int channels_ = 0;  ///< opened since the link was last ready or given up
 };
 
 }  // namespace corvaneble::platform::att
