@@ -150,6 +150,8 @@ TEST(AdvertisingReports, ALastFragmentThatIsLostSilencesNobody) {
   };
   for (int i = 0; i < 10; ++i)  // the ninth is more than there can be
     take(Extended(0x21, Bytes(200)));
+  take(Extended(0x01, {1}));  // the end of a packet whose beginning is unknown
+  EXPECT_EQ(completed, 0);
   take(Extended(0x01, {1}));
   EXPECT_EQ(completed, 1);
   EXPECT_EQ(refused, 1);

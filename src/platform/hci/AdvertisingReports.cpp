@@ -12,6 +12,8 @@ constexpr std::uint8_t kExtendedAdvertisingReport = 0x0D;
 constexpr std::size_t kMaxLegacyData = 31;
 constexpr std::size_t kMaxExtendedData = 1650;  // Bluetooth Core 5.4, Vol 6 Part B, 2.3.4.9
 
+constexpr const char* kTooMuchData = "more advertising data than there can be";
+
 /// Of so many advertisements the rest is surely lost, not late.
 constexpr std::size_t kMaxUnfinished = 256;
 
@@ -130,24 +132,25 @@ std::optional<MalformedEvent> AdvertisingReports::TakeExtendedReport(ByteReader&
     sink({address, IsRandom(addressType), *type, rssi, payload});
   };
   const FragmentKey key{addressType, address, advertisingSet, kind};
-  const auto begun = fragments_.find(key);
-  if (begun == fragments_.end() && status != DataStatus::MoreToCome) {
-    if (data.size() > limit) return Malformed(reader, "more advertising data than there can be");
+  const bool begun = unfinished_.contains(key);
+  if (!begun && status != DataStatus::MoreToCome) {
+    if (data.size() > limit) return Malformed(reader, kTooMuchData);
     report(data);
     return std::nullopt;
   }
-  if (begun == fragments_.end() && fragments_.size() >= kMaxUnfinished) fragments_.clear();
-  Bytes& joined = fragments_[key];
-  joined.insert(joined.end(), data.begin(), data.end());
-  if (joined.size() > limit) {  // a last fragment was lost
-    fragments_.erase(key);
-    return Malformed(reader, "more advertising data than there can be");
+  if (!begun && unfinished_.size() >= kMaxUnfinished) unfinished_.clear();
+  Fragments& joined = unfinished_[key];
+  std::optional<MalformedEvent> error;
+  if (!joined.tooMuch) {
+    joined.data.insert(joined.data.end(), data.begin(), data.end());
+    joined.tooMuch = joined.data.size() > limit;
+    if (joined.tooMuch) error = Malformed(reader, kTooMuchData);
   }
-  if (status == DataStatus::MoreToCome) return std::nullopt;
-  const Bytes whole = std::move(joined);
-  fragments_.erase(key);
-  report(whole);
-  return std::nullopt;
+  if (status == DataStatus::MoreToCome) return error;
+  const Fragments whole = std::move(joined);
+  unfinished_.erase(key);
+  if (!whole.tooMuch) report(whole.data);
+  return error;
 }
 
 }  // namespace corvaneble::platform::hci

@@ -45,7 +45,12 @@ class AdvertisingReports {
 
   std::optional<MalformedEvent> TakeExtendedReport(ByteReader& reader, const Sink& sink);
 
-  std::map<FragmentKey, Bytes> fragments_;
+  struct Fragments {
+    Bytes data;
+    bool tooMuch = false;  ///< a last fragment was lost; packets are not told apart until the next
+  };
+
+  std::map<FragmentKey, Fragments> unfinished_;
 };
 
 }  // namespace corvaneble::platform::hci
