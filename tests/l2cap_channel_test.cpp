@@ -176,6 +176,12 @@ TEST_F(L2capChannelTest, WhatDoesNotFitIntoTheSocketFollowsInOrder) {
   }
 }
 
+TEST_F(L2capChannelTest, NothingIsKeptForALinkThatHasEnded) {
+  FileDescriptor unconnected(::socket(AF_UNIX, SOCK_SEQPACKET, 0));
+  const auto ended = std::make_shared<L2capChannel>(loop, std::move(unconnected), nullptr);
+  EXPECT_FALSE(ended->Send(std::array{std::uint8_t{0x52}}));  // ENOTCONN, as while being secured
+}
+
 TEST_F(L2capChannelTest, AWaitOnTheRadiosThreadEndsForWhatAnotherThreadSets) {
   WakeSignal elsewhere, ended;
   loop->Post([&] {

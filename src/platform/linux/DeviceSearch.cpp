@@ -35,9 +35,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
  private:
   void Fail() {
     if (!self_) return;  // it has ended
-    const auto session = session_.lock();
-    const std::string obstacle = session ? session->WhyNoAdapter() : std::string();
-    if (!obstacle.empty()) session->Notify(obstacle);
+    if (const auto session = session_.lock()) session->NotifyWhyNoAdapter();
     End();
   }
 
@@ -70,9 +68,8 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
 
 void FindDevice(LinuxSession& session, std::uint64_t address, std::chrono::milliseconds limit,
                 DeviceFound found) {
-  const std::string obstacle = session.WhyNoAdapter();
-  if (!obstacle.empty()) {
-    session.Notify(obstacle);
+  if (!session.WhyNoAdapter().empty()) {
+    session.NotifyWhyNoAdapter();
     return found(nullptr);
   }
   const std::string path = session.Adapter()->path;

@@ -41,12 +41,12 @@ Discovery::Discovery(SystemBus& bus, BluezObjects& objects) : bus_(bus), objects
   adaptersChanged_ = objects_.OnAdaptersChanged([this] { OnAdaptersChanged(); });
 }
 
-Discovery::UserId Discovery::Add(const std::string& adapterPath, Started started) {
+Discovery::UserId Discovery::Add(const std::string& adapterPath, const Started& started) {
   if (users_.empty()) adapterPath_ = adapterPath;
   const UserId user = ++lastUser_;
-  users_.emplace(user, std::move(started));
+  users_.emplace(user, started);
   if (on_) {
-    Tell(BluetoothError::Success);
+    started(BluetoothError::Success);
   } else {
     Update();
   }

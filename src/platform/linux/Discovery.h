@@ -24,7 +24,7 @@ class Discovery {
   Discovery(SystemBus& bus, BluezObjects& objects);
 
   /// Turns discovery on on an adapter. All users are on the same adapter.
-  UserId Add(const std::string& adapterPath, Started started);
+  UserId Add(const std::string& adapterPath, const Started& started);
   /// Without users discovery ends; `done` is called once it has.
   void Remove(UserId user, Done done = {});
 

@@ -1,5 +1,6 @@
 #include "platform/linux/L2capChannel.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
@@ -30,10 +31,14 @@ bool IsTemporary(int error) {
   return error == EAGAIN || error == EINTR;
 }
 
-/// A link that is being secured is not connected for whoever sends. One that has ended is not
-/// either; the radio's thread is told of that by other means.
-bool MaySendLater(int error) {
-  return IsTemporary(error) || error == ENOTCONN;
+bool HasEnded(int socket) {
+  pollfd state{socket, 0, 0};
+  return poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR)) != 0;
+}
+
+/// A link that is being secured is not connected for whoever sends, nor is one that has ended.
+bool MaySendLater(int socket, int error) {
+  return IsTemporary(error) || (error == ENOTCONN && !HasEnded(socket));
 }
 
 }  // namespace
@@ -73,7 +78,7 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   if (!open_) return false;
   if (!isCongested_) {
     if (SendNow(pdu)) return true;
-    if (!MaySendLater(errno)) return false;
+    if (!MaySendLater(socket_.Get(), errno)) return false;
   }
   const std::lock_guard lock(mutex_);
   isCongested_ = true;

@@ -66,7 +66,7 @@ class L2capChannel final : public att::AttChannel,
   std::atomic<bool> open_{true};
 
   std::mutex mutex_;                      // guards what waits to be sent
-  std::deque<Bytes> waiting_;             ///< PDUs that the kernel had no room for
+  std::deque<Bytes> waiting_;             ///< PDUs that the kernel does not take yet
   std::atomic<bool> isCongested_{false};  ///< something waits; written under the lock
 
   std::mutex inputMutex_;  // held while a PDU is received; guards what was received and not handled

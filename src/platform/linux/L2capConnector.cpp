@@ -122,11 +122,11 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
   void OnFailed(int error) {
     lastError_ = error;
     socket_.Reset();
+    Release();
     const auto session = session_.lock();
     if (session) Explain(*session, error);
     if (!session || !IsWorthAnotherTry(error) || SteadyClock::now() + pause_ >= end_)
       return Finish({}, ToChannelError(error));
-    Release();
     retryTimer_ = loop_->PostAfter(pause_, [self = shared_from_this()] {
       const auto alive = self->session_.lock();
       if (!alive) return self->Finish({}, att::ChannelError::Unreachable);

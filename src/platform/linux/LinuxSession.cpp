@@ -73,4 +73,9 @@ void LinuxSession::Notify(const std::string& text) {
   notices_.Raise(text);
 }
 
+void LinuxSession::NotifyWhyNoAdapter() {
+  const std::string obstacle = WhyNoAdapter();
+  if (!obstacle.empty()) Notify(obstacle);
+}
+
 }  // namespace corvaneble::platform::linux_radio

@@ -40,6 +40,8 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
 
   /// Tells the user something.
   void Notify(const std::string& text);
+  /// Tells the user what stands in the way, if anything does.
+  void NotifyWhyNoAdapter();
 
  private:
   explicit LinuxSession(std::string adapterName);

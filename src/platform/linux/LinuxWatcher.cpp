@@ -121,11 +121,7 @@ void LinuxWatcher::Start() {
 }
 
 void LinuxWatcher::Begin(LinuxSession& session, std::uint32_t attempt) {
-  const std::string obstacle = session.WhyNoAdapter();
-  if (!obstacle.empty()) {
-    session.Notify(obstacle);
-    return OnStarted(attempt, BluetoothError::RadioNotAvailable);
-  }
+  if (!session.WhyNoAdapter().empty()) return OnStarted(attempt, BluetoothError::RadioNotAvailable);
   std::shared_ptr<Scan> scan;
   {
     const std::lock_guard lock(mutex_);
@@ -145,7 +141,9 @@ void LinuxWatcher::OnStarted(std::uint32_t attempt, BluetoothError error) {
     if (std::exchange(starting_, false)) status_ = WatcherStatus::Started;
     if (status_ != WatcherStatus::Started) return;  // stopped meanwhile
   }
-  if (error != BluetoothError::Success) Finish(WatcherStatus::Aborted, error);
+  if (error == BluetoothError::Success) return;
+  session_->NotifyWhyNoAdapter();
+  Finish(WatcherStatus::Aborted, error);
 }
 
 void LinuxWatcher::Stop() {
