@@ -19,7 +19,8 @@ class LinuxWatcher::Scan {
         received_(std::move(received)) {}
 
   /// Listens before BlueZ is asked, so that the first packet is not missed.
-  void Begin(const std::shared_ptr<Scan>& self, LinuxSession& session, Discovery::Started started) {
+  void Begin(const std::shared_ptr<Scan>& self, LinuxSession& session,
+             const Discovery::Started& started) {
     const std::string name = adapterPath_.substr(adapterPath_.rfind('/') + 1);
     monitor_ = HciMonitor::Open(session.Loop(), name,
                                 [weak = std::weak_ptr(self)](const hci::AdvertisingReport& report) {
@@ -32,7 +33,7 @@ class LinuxWatcher::Scan {
             if (scan && change.heard) scan->OnDevice(device);
           });
     }
-    user_ = session.Scanning().Add(adapterPath_, std::move(started));
+    user_ = session.Scanning().Add(adapterPath_, started);
   }
 
   /// No packet is reported any more, but for one whose report has begun. Any thread.
