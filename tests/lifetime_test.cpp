@@ -53,14 +53,21 @@ TEST(Callback, MethodsWorkFromInsideIt) {
 }
 
 TEST(Callback, DisconnectingInTheMiddleOfADiscoveryEndsIt) {
-  Host host(kSlowMeter);
-  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
-  host.onEvent = [&](const HostEvent& event) {
-    return event.id == CORVANEBLE_EVENT_DISCOVERED ? host.Do(CORVANEBLE_METHOD_DISCONNECT) : 0;
-  };
-  EXPECT_EQ(host.Discover("", "", true), 605);
-  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 0);
-  EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT), 0);
+  for (const char* const how : {"", "AutoDiscoverCharacteristics=True"})
+    for (const int gattType : {0, 1, 2}) {
+      SCOPED_TRACE(how + std::to_string(gattType));
+      Host host(kSlowMeter);
+      host.Config(how);
+      ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
+      host.onEvent = [&](const HostEvent& event) {
+        if (event.id != CORVANEBLE_EVENT_DISCOVERED || event.Integer(0) != gattType) return 0;
+        return host.Do(CORVANEBLE_METHOD_DISCONNECT);
+      };
+      EXPECT_EQ(host.Discover("", "", true), 605);
+      EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 0);
+      EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT), 0);
+      EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_DESCRIPTOR_COUNT), 0);
+    }
 }
 
 TEST(Destroy, WorksFromInsideAnyCallback) {

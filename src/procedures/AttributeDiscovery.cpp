@@ -12,33 +12,37 @@ using platform::BluetoothCacheMode;
 ErrorCode AttributeDiscovery::DiscoverCharacteristics(std::string_view serviceId,
                                                       std::string_view characteristicUuids) {
   if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
+  const DevicePtr device = parts_.connection.Device();
   std::vector<Uuid> filter;
   if (const ErrorCode code = ParseUuidList(characteristicUuids, filter, parts_.errors)) return code;
   const ServicePtr service = parts_.tree.FindService(serviceId);
   if (!service) return error::kNotDiscovered;
-  return DiscoverCharacteristicsOf(service, filter);
+  return DiscoverCharacteristicsOf(device, service, filter);
 }
 
 ErrorCode AttributeDiscovery::DiscoverDescriptors(std::string_view serviceId,
                                                   std::string_view characteristicId) {
   if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
+  const DevicePtr device = parts_.connection.Device();
   const ServicePtr service = parts_.tree.FindService(serviceId);
   if (!service) return error::kNotDiscovered;
   const CharacteristicPtr characteristic =
       parts_.tree.FindCharacteristic(serviceId, characteristicId);
   if (!characteristic) return error::kNotDiscovered;
-  return DiscoverDescriptorsOf(service, characteristic);
+  return DiscoverDescriptorsOf(device, *service, characteristic);
 }
 
-ErrorCode AttributeDiscovery::DiscoverCharacteristicsOf(const ServicePtr& service,
+ErrorCode AttributeDiscovery::DiscoverCharacteristicsOf(const DevicePtr& device,
+                                                        const ServicePtr& service,
                                                         const std::vector<Uuid>& filter) {
+  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
   const Quoted id{service->id.View()};
   parts_.log.Write(Information, kDiscovery,
                    "Beginning discovery of characteristics for service ID ", id, ".");
   Characteristics found;
   if (const ErrorCode code = Collect(*service, filter, found)) return code;
   for (const auto& object : found) {
-    if (const ErrorCode code = RegisterCharacteristic(object, service)) return code;
+    if (const ErrorCode code = RegisterCharacteristic(device, object, service)) return code;
   }
   parts_.log.Write(Information, kDiscovery, "Finished discovering characteristics for service ID ",
                    id, ".");
@@ -74,7 +78,9 @@ ErrorCode AttributeDiscovery::Collect(const ServiceEntry& service, const std::ve
 }
 
 ErrorCode AttributeDiscovery::RegisterCharacteristic(
-    std::shared_ptr<platform::GattCharacteristic> object, const ServicePtr& service) {
+    const DevicePtr& device, std::shared_ptr<platform::GattCharacteristic> object,
+    const ServicePtr& service) {
+  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
   GattId id;
   if (const ErrorCode code = parts_.tree.MakeGattId(service->platform->AttributeHandle(),
                                                     object->AttributeHandle(), 0, id)) {
@@ -87,14 +93,17 @@ ErrorCode AttributeDiscovery::RegisterCharacteristic(
         {service->id.c_str(), record->id.c_str(), "", record->uuidText.c_str(), record->name});
   }
   if (parts_.settings.Flag(Setting::AutoDiscoverDescriptors)) {
-    if (const ErrorCode code = DiscoverDescriptorsOf(service, record)) return code;
+    if (const ErrorCode code = DiscoverDescriptorsOf(device, *service, record)) return code;
   }
+  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
   parts_.selection.ExposeCharacteristics(service);
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(const ServicePtr& service,
+ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(const DevicePtr& device,
+                                                    const ServiceEntry& service,
                                                     const CharacteristicPtr& characteristic) {
+  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
   const Quoted id{characteristic->id.View()};
   parts_.log.Write(Information, kDiscovery,
                    "Beginning discovery of descriptors for characteristic ID ", id, ".");
@@ -104,7 +113,7 @@ ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(const ServicePtr& service,
   });
   if (found.code != error::kSuccess) return found.code;
   const Descriptors& descriptors = found.result->descriptors;
-  if (const ErrorCode code = RegisterDescriptors(descriptors, *service, characteristic)) {
+  if (const ErrorCode code = RegisterDescriptors(device, descriptors, service, characteristic)) {
     return code;
   }
   characteristic->state.Mark(lazy_mark::kDescriptorsKnown);
@@ -118,6 +127,7 @@ ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(const ServicePtr& service,
 ErrorCode AttributeDiscovery::DiscoverDescriptorsWithUuid(const ServiceEntry& service,
                                                           const CharacteristicPtr& characteristic,
                                                           const Uuid& uuid) {
+  const DevicePtr device = parts_.connection.Device();
   const Quoted name{DescriptorName(uuid)};
   const Quoted id{characteristic->id.View()};
   parts_.log.Write(Debug, kDiscovery, "Trying to discover the ", name,
@@ -127,24 +137,29 @@ ErrorCode AttributeDiscovery::DiscoverDescriptorsWithUuid(const ServiceEntry& se
   });
   if (found.code != error::kSuccess) return found.code;
   const Descriptors& descriptors = found.result->descriptors;
-  if (const ErrorCode code = RegisterDescriptors(descriptors, service, characteristic)) return code;
+  if (const ErrorCode code = RegisterDescriptors(device, descriptors, service, characteristic))
+    return code;
   parts_.log.Write(Debug, kDiscovery, "Finished; discovered ", descriptors.size(), " ", name,
                    " descriptors for characteristic ID ", id, ".");
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::RegisterDescriptors(const Descriptors& objects,
+ErrorCode AttributeDiscovery::RegisterDescriptors(const DevicePtr& device,
+                                                  const Descriptors& objects,
                                                   const ServiceEntry& service,
                                                   const CharacteristicPtr& characteristic) {
   for (const auto& object : objects) {
-    if (const ErrorCode code = RegisterDescriptor(object, service, characteristic)) return code;
+    if (const ErrorCode code = RegisterDescriptor(device, object, service, characteristic))
+      return code;
   }
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::RegisterDescriptor(std::shared_ptr<platform::GattDescriptor> object,
+ErrorCode AttributeDiscovery::RegisterDescriptor(const DevicePtr& device,
+                                                 std::shared_ptr<platform::GattDescriptor> object,
                                                  const ServiceEntry& service,
                                                  const CharacteristicPtr& characteristic) {
+  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
   GattId id;
   if (const ErrorCode code = parts_.tree.MakeGattId(service.platform->AttributeHandle(),
                                                     characteristic->platform->AttributeHandle(),

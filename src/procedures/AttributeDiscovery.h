@@ -15,7 +15,8 @@ namespace corvaneble {
 
 /// Discovers the characteristics of a service and the descriptors of a characteristic, records them
 /// and announces them. Always asks the device, never a cache. Runs on the thread that calls a
-/// method; the first failure ends it and what was recorded before stays.
+/// method; the first failure ends it and what was recorded before stays. Ends with 605 when the
+/// host has let go of `device` meanwhile.
 class AttributeDiscovery {
  public:
   struct Parts {
@@ -29,6 +30,8 @@ class AttributeDiscovery {
     GattCall& gatt;
   };
 
+  using DevicePtr = Connection::DevicePtr;
+
   explicit AttributeDiscovery(const Parts& parts) : parts_(parts) {}
 
   /// Methods 6 and 7.
@@ -38,11 +41,9 @@ class AttributeDiscovery {
                                               std::string_view characteristicId);
 
   /// The characteristics with the listed UUIDs, in the order of the list; all when it is empty.
-  [[nodiscard]] ErrorCode DiscoverCharacteristicsOf(const ServicePtr& service,
+  [[nodiscard]] ErrorCode DiscoverCharacteristicsOf(const DevicePtr& device,
+                                                    const ServicePtr& service,
                                                     const std::vector<Uuid>& filter);
-
-  [[nodiscard]] ErrorCode DiscoverDescriptorsOf(const ServicePtr& service,
-                                                const CharacteristicPtr& characteristic);
 
   /// Makes sure that a kind of descriptor has been looked for: queries the device unless a record
   /// with the UUID is there already.
@@ -55,12 +56,17 @@ class AttributeDiscovery {
 
   ErrorCode Collect(const ServiceEntry& service, const std::vector<Uuid>& filter,
                     Characteristics& found);
-  ErrorCode RegisterCharacteristic(std::shared_ptr<platform::GattCharacteristic> object,
+  ErrorCode RegisterCharacteristic(const DevicePtr& device,
+                                   std::shared_ptr<platform::GattCharacteristic> object,
                                    const ServicePtr& service);
-  ErrorCode RegisterDescriptor(std::shared_ptr<platform::GattDescriptor> object,
+  ErrorCode DiscoverDescriptorsOf(const DevicePtr& device, const ServiceEntry& service,
+                                  const CharacteristicPtr& characteristic);
+  ErrorCode RegisterDescriptor(const DevicePtr& device,
+                               std::shared_ptr<platform::GattDescriptor> object,
                                const ServiceEntry& service,
                                const CharacteristicPtr& characteristic);
-  ErrorCode RegisterDescriptors(const Descriptors& objects, const ServiceEntry& service,
+  ErrorCode RegisterDescriptors(const DevicePtr& device, const Descriptors& objects,
+                                const ServiceEntry& service,
                                 const CharacteristicPtr& characteristic);
   ErrorCode DiscoverDescriptorsWithUuid(const ServiceEntry& service,
                                         const CharacteristicPtr& characteristic, const Uuid& uuid);

@@ -60,8 +60,8 @@ ErrorCode ServiceDiscovery::Discover(std::string_view serviceUuids,
   if (const ErrorCode code = DiscoverFrom(walk, serviceFilter, parent, found)) return code;
   if (parts_.settings.Flag(Setting::AutoDiscoverCharacteristics)) return error::kSuccess;
   for (const ServicePtr& service : found) {
-    if (const ErrorCode code =
-            parts_.attributes.DiscoverCharacteristicsOf(service, characteristicFilter)) {
+    if (const ErrorCode code = parts_.attributes.DiscoverCharacteristicsOf(walk.device, service,
+                                                                           characteristicFilter)) {
       return code;
     }
   }
@@ -202,7 +202,7 @@ ErrorCode ServiceDiscovery::RegisterService(Walk& walk,
     if (const ErrorCode code = DiscoverIncludedServices(walk, {}, record, included)) return code;
   }
   if (parts_.settings.Flag(Setting::AutoDiscoverCharacteristics)) {
-    return parts_.attributes.DiscoverCharacteristicsOf(record, {});
+    return parts_.attributes.DiscoverCharacteristicsOf(walk.device, record, {});
   }
   return error::kSuccess;
 }
