@@ -1,22 +1,19 @@
 #include "platform/linux/LinuxWatcher.h"
 
-#include <atomic>
 #include <utility>
 
 #include "platform/linux/DeviceAdvertisement.h"
 
 namespace corvaneble::platform::linux_radio {
 
-/// One scan, from asking BlueZ for it to its end. Created and ended on the radio's thread.
+/// One scan, from asking BlueZ for it to its end. On the radio's thread alone.
 class LinuxWatcher::Scan {
  public:
-  Scan(LinuxSession& session, std::string adapterPath, BluetoothLEScanningMode mode,
-       BluetoothLEAdvertisementFilter filter, Received received)
+  Scan(LinuxSession& session, std::string adapterPath, ScanOrderPtr order)
       : session_(session.weak_from_this()),
         adapterPath_(std::move(adapterPath)),
-        active_(mode == BluetoothLEScanningMode::Active),
-        filter_(std::move(filter)),
-        received_(std::move(received)) {}
+        order_(std::move(order)),
+        active_(order_->mode == BluetoothLEScanningMode::Active) {}
 
   /// Listens before BlueZ is asked, so that the first packet is not missed.
   void Begin(const std::shared_ptr<Scan>& self, LinuxSession& session,
@@ -36,15 +33,11 @@ class LinuxWatcher::Scan {
     user_ = session.Scanning().Add(adapterPath_, started);
   }
 
-  /// No packet is reported any more, but for one whose report has begun. Any thread.
-  void Mute() { muted_ = true; }
-
-  void End(Discovery::Done done) {
-    Mute();
+  void End() {
     monitor_.reset();
     deviceChanged_.Reset();
     const auto session = session_.lock();
-    if (session && user_ != 0) session->Scanning().Remove(std::exchange(user_, 0), std::move(done));
+    if (session && user_ != 0) session->Scanning().Remove(std::exchange(user_, 0));
   }
 
  private:
@@ -62,24 +55,21 @@ class LinuxWatcher::Scan {
 
   void Report(ByteView payload, std::uint64_t address, std::int16_t rssi,
               BluetoothLEAdvertisementType type) {
-    if (muted_) return;
+    if (order_->over) return;
     // A handler that waits lets the next report in: that one then needs storage of its own.
     std::optional<BluetoothLEAdvertisement> nested;
     BluetoothLEAdvertisement& advertisement = reporting_ ? nested.emplace() : advertisement_;
     const bool outer = std::exchange(reporting_, true);
     advertisement.Assign(payload);
-    if (filter_.Passes(advertisement)) received_.Raise({advertisement, address, rssi, type});
+    if (order_->filter.Passes(advertisement))
+      order_->received.Raise({advertisement, address, rssi, type});
     reporting_ = outer;
   }
 
   const std::weak_ptr<LinuxSession> session_;
   const std::string adapterPath_;
+  const ScanOrderPtr order_;
   const bool active_;
-  const BluetoothLEAdvertisementFilter filter_;
-  const Received received_;
-  std::atomic<bool> muted_{false};
-
-  // Below: the radio's thread alone.
   std::unique_ptr<HciMonitor> monitor_;
   EventToken deviceChanged_;
   Discovery::UserId user_ = 0;
@@ -88,90 +78,46 @@ class LinuxWatcher::Scan {
 };
 
 LinuxWatcher::~LinuxWatcher() {
-  if (!scan_) return;
-  scan_->Mute();
-  session_->Loop()->Post([scan = std::move(scan_)] { scan->End({}); });
+  if (scan_) session_->Loop()->Post([scan = std::move(scan_)] { scan->End(); });
 }
 
-BluetoothLEAdvertisementWatcherStatus LinuxWatcher::Status() const {
-  const std::lock_guard lock(mutex_);
-  return status_;
-}
-
-void LinuxWatcher::SetScanningMode(BluetoothLEScanningMode mode) {
-  const std::lock_guard lock(mutex_);
-  mode_ = mode;
-}
-
-void LinuxWatcher::SetAdvertisementFilter(BluetoothLEAdvertisementFilter filter) {
-  const std::lock_guard lock(mutex_);
-  filter_ = std::move(filter);
-}
-
-void LinuxWatcher::Start() {
-  std::uint32_t attempt = 0;
-  {
-    const std::lock_guard lock(mutex_);
-    if (starting_ || status_ == WatcherStatus::Started) return;
-    starting_ = true;
-    attempt = ++attempt_;
-  }
-  session_->Run([weak = weak_from_this(), attempt](LinuxSession& session) {
-    if (const auto self = weak.lock()) self->Begin(session, attempt);
+void LinuxWatcher::BeginScan(ScanOrderPtr order) {
+  session_->Run([weak = weak_from_this(), order = std::move(order)](LinuxSession& session) {
+    if (const auto self = weak.lock()) self->Begin(session, order);
   });
 }
 
-void LinuxWatcher::Begin(LinuxSession& session, std::uint32_t attempt) {
-  if (!session.WhyNoAdapter().empty()) return OnStarted(attempt, BluetoothError::RadioNotAvailable);
-  std::shared_ptr<Scan> scan;
-  {
-    const std::lock_guard lock(mutex_);
-    if (!starting_ || attempt != attempt_) return;
-    scan_ = scan =
-        std::make_shared<Scan>(session, session.Adapter()->path, mode_, filter_, received_);
-  }
-  scan->Begin(scan, session, [weak = weak_from_this(), attempt](BluetoothError error) {
-    if (const auto self = weak.lock()) self->OnStarted(attempt, error);
-  });
-}
-
-void LinuxWatcher::OnStarted(std::uint32_t attempt, BluetoothError error) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (attempt != attempt_) return;
-    if (std::exchange(starting_, false)) status_ = WatcherStatus::Started;
-    if (status_ != WatcherStatus::Started) return;  // stopped meanwhile
-  }
-  if (error == BluetoothError::Success) return;
-  session_->NotifyWhyNoAdapter();
-  Finish(WatcherStatus::Aborted, error);
-}
-
-void LinuxWatcher::Stop() {
-  std::shared_ptr<Scan> scan;
-  {
-    const std::lock_guard lock(mutex_);
-    if (!starting_ && status_ != WatcherStatus::Started) return;
-    starting_ = false;
-    status_ = WatcherStatus::Stopping;
-    if (scan_) scan_->Mute();
-  }
+void LinuxWatcher::EndScan() {
   session_->Loop()->Post([weak = weak_from_this()] {
-    if (const auto self = weak.lock())
-      self->Finish(WatcherStatus::Stopped, BluetoothError::Success);
+    const auto self = weak.lock();
+    if (!self || !self->OnSilent()) return;
+    self->LetGoOfScan();
+    self->RaiseStopped(BluetoothError::Success);
   });
 }
 
-void LinuxWatcher::Finish(WatcherStatus status, BluetoothError error) {
-  std::shared_ptr<Scan> ended;
-  {
-    const std::lock_guard lock(mutex_);
-    if (status_ != WatcherStatus::Started && status_ != WatcherStatus::Stopping) return;
-    status_ = status;
-    ended = std::move(scan_);
+void LinuxWatcher::Begin(LinuxSession& session, const ScanOrderPtr& order) {
+  if (order->over) return;
+  if (!session.WhyNoAdapter().empty()) return OnStarted(order, BluetoothError::RadioNotAvailable);
+  scan_ = std::make_shared<Scan>(session, session.Adapter()->path, order);
+  const auto scan = scan_;
+  scan->Begin(scan, session, [weak = weak_from_this(), order](BluetoothError error) {
+    if (const auto self = weak.lock()) self->OnStarted(order, error);
+  });
+}
+
+void LinuxWatcher::OnStarted(const ScanOrderPtr& order, BluetoothError error) {
+  if (error == BluetoothError::Success) {
+    OnListening(order);
+  } else if (OnAborted(order)) {
+    LetGoOfScan();
+    session_->NotifyWhyNoAdapter();
+    RaiseStopped(error);
   }
-  if (ended) ended->End({});
-  stopped_.Raise({error});
+}
+
+void LinuxWatcher::LetGoOfScan() {
+  if (const auto scan = std::exchange(scan_, nullptr)) scan->End();
 }
 
 }  // namespace corvaneble::platform::linux_radio

@@ -21,23 +21,18 @@ bool IsScannable(BluetoothLEAdvertisementType type) {
 }  // namespace
 
 ScanSession::ScanSession(std::weak_ptr<Timeline> timeline,
-                         std::shared_ptr<const AirTraffic> traffic, BluetoothLEScanningMode mode,
-                         BluetoothLEAdvertisementFilter filter, Received received)
+                         std::shared_ptr<const AirTraffic> traffic, ScanOrderPtr order)
     : timeline_(std::move(timeline)),
       traffic_(std::move(traffic)),
-      activeScanning_(mode == BluetoothLEScanningMode::Active),
-      filter_(std::move(filter)),
-      received_(std::move(received)) {}
+      order_(std::move(order)),
+      activeScanning_(order_->mode == BluetoothLEScanningMode::Active) {}
 
 void ScanSession::Begin(const Aborted& aborted) {
   const auto timeline = timeline_.lock();
   if (!timeline) return;
   const Timeline::TimePoint now = timeline->Now();
   for (const RadioEvent& event : traffic_->radioEvents) {
-    At(now + event.at, [aborted, error = event.error](ScanSession& self) {
-      self.End();
-      aborted(error);
-    });
+    At(now + event.at, [aborted, error = event.error](ScanSession&) { aborted(error); });
   }
   milliseconds phase = kPhaseStep;
   playing_.reserve(traffic_->advertisers.size());  // tasks point into it
@@ -45,8 +40,8 @@ void ScanSession::Begin(const Aborted& aborted) {
     const AdvertisingScenario& scenario = advertiser->scenario;
     const bool hasScanResponse = scenario.scanResponse && IsScannable(scenario.type);
     playing_.push_back(
-        {advertiser.get(), filter_.Passes(advertiser->packet),
-         activeScanning_ && hasScanResponse && filter_.Passes(advertiser->scanResponse),
+        {advertiser.get(), order_->filter.Passes(advertiser->packet),
+         activeScanning_ && hasScanResponse && order_->filter.Passes(advertiser->scanResponse),
          now + phase % std::max(scenario.interval, kShortestInterval)});
     phase += kPhaseStep;
     Playing& playing = playing_.back();
@@ -116,13 +111,13 @@ void ScanSession::ReportCaptured(Replay& replay) {
   const CapturedReport& report = replay.capture->reports[replay.next++];
   if (report.type == BluetoothLEAdvertisementType::ScanResponse && !activeScanning_) return;
   replay.current.Assign(report.payload);
-  if (filter_.Passes(replay.current))
+  if (order_->filter.Passes(replay.current))
     Report(replay.current, report.address, report.rssi, report.type);
 }
 
 void ScanSession::Report(const BluetoothLEAdvertisement& advertisement, std::uint64_t address,
                          std::int16_t rssi, BluetoothLEAdvertisementType type) {
-  if (IsActive()) received_.Raise({advertisement, address, rssi, type});
+  if (IsActive()) order_->received.Raise({advertisement, address, rssi, type});
 }
 
 }  // namespace corvaneble::platform::simulated

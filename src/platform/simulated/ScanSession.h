@@ -1,12 +1,11 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
 
-#include "platform/BluetoothAdvertisement.h"
+#include "platform/StatefulWatcher.h"
 #include "platform/simulated/Scenario.h"
 #include "platform/simulated/Timeline.h"
 
@@ -32,21 +31,17 @@ struct AirTraffic {
   std::vector<RadioEvent> radioEvents;
 };
 
-/// One scan, from `Started` to its end: plays the traffic on the radio's thread. Ends with `End`
-/// or when the last reference dies.
+/// One scan, from `Started` to its end: plays the traffic on the radio's thread, until its order is
+/// over or the last reference dies.
 class ScanSession : public std::enable_shared_from_this<ScanSession> {
  public:
-  using Received = BluetoothLEAdvertisementWatcher::Received;
   using Aborted = std::function<void(BluetoothError)>;
 
   ScanSession(std::weak_ptr<Timeline> timeline, std::shared_ptr<const AirTraffic> traffic,
-              BluetoothLEScanningMode mode, BluetoothLEAdvertisementFilter filter,
-              Received received);
+              ScanOrderPtr order);
 
   /// Begins; on the radio's thread. `aborted` is called there when the radio ends the scan.
   void Begin(const Aborted& aborted);
-  /// No packet is reported any more, but for one whose report has begun. Any thread.
-  void End() { active_.store(false, std::memory_order_release); }
 
  private:
   struct Playing {
@@ -63,7 +58,7 @@ class ScanSession : public std::enable_shared_from_this<ScanSession> {
     BluetoothLEAdvertisement current;  ///< storage for the packet being reported
   };
 
-  bool IsActive() const { return active_.load(std::memory_order_acquire); }
+  bool IsActive() const { return !order_->over; }
   void At(Timeline::TimePoint due, std::function<void(ScanSession&)> action);
   void Advertise(Playing& playing);
   void PlayCapture(Replay& replay);
@@ -73,10 +68,8 @@ class ScanSession : public std::enable_shared_from_this<ScanSession> {
 
   const std::weak_ptr<Timeline> timeline_;
   const std::shared_ptr<const AirTraffic> traffic_;
+  const ScanOrderPtr order_;
   const bool activeScanning_;
-  const BluetoothLEAdvertisementFilter filter_;
-  const Received received_;
-  std::atomic<bool> active_{true};
 
   // Below: the radio's thread alone; neither list changes once the scan has begun.
   std::vector<Playing> playing_;

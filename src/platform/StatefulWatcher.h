@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+#include "platform/BluetoothAdvertisement.h"
+
+namespace corvaneble::platform {
+
+/// What one call of `Start` asked for. It is over, for good, when the watcher was stopped, aborted
+/// or let go of; from then on no packet is reported any more, but for one whose report has begun.
+struct ScanOrder {
+  const BluetoothLEScanningMode mode;
+  const BluetoothLEAdvertisementFilter filter;
+  const BluetoothLEAdvertisementWatcher::Received received;
+  std::atomic<bool> over{false};
+};
+
+using ScanOrderPtr = std::shared_ptr<ScanOrder>;
+
+/// The watcher of a radio that begins and ends its scans on a thread of its own: the status and how
+/// it changes. The radio carries orders out.
+class StatefulWatcher : public BluetoothLEAdvertisementWatcher {
+ public:
+  ~StatefulWatcher() override;
+
+  BluetoothLEAdvertisementWatcherStatus Status() const final;
+  void SetScanningMode(BluetoothLEScanningMode mode) final;
+  void SetAdvertisementFilter(BluetoothLEAdvertisementFilter filter) final;
+  void Start() final;
+  void Stop() final;
+  EventToken OnReceived(Received::Handler handler) final {
+    return received_.Add(std::move(handler));
+  }
+  EventToken OnStopped(Stopped::Handler handler) final { return stopped_.Add(std::move(handler)); }
+
+ protected:
+  /// Has the radio begin, unless the order is over by then, and then call `OnListening`, or
+  /// `OnAborted` when it cannot. Any thread.
+  virtual void BeginScan(ScanOrderPtr order) = 0;
+  /// Has the radio end the scan that it has begun, if any, and then call `OnSilent`. Any thread.
+  virtual void EndScan() = 0;
+
+  /// What the radio has done. Each returns whether the status has changed; where it has become
+  /// `Stopped` or `Aborted`, the radio calls `RaiseStopped` next.
+  bool OnListening(const ScanOrderPtr& order);
+  bool OnSilent();
+  bool OnAborted(const ScanOrderPtr& order);
+
+  void RaiseStopped(BluetoothError error) const { stopped_.Raise({error}); }
+
+ private:
+  using WatcherStatus = BluetoothLEAdvertisementWatcherStatus;
+
+  Received received_;
+  Stopped stopped_;
+
+  mutable std::mutex mutex_;  // guards the fields below; not held while anything is called
+  WatcherStatus status_ = WatcherStatus::Created;
+  BluetoothLEScanningMode mode_ = BluetoothLEScanningMode::Passive;
+  BluetoothLEAdvertisementFilter filter_;
+  ScanOrderPtr order_;  ///< the one that is not over yet
+};
+
+}  // namespace corvaneble::platform
