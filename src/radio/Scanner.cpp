@@ -45,8 +45,8 @@ ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
   parts_.log.Write(LogLevel::Debug, log_type::kScanning,
                    "Scanning parameters:\r\n\tActive scanning: ", activeScanning_.load(),
                    "\r\n\tService UUIDs: ", filterText, ".");
-  mayStartLater_ = true;
   watcher->Start();
+  mayStartLater_ = true;
   if (!WaitUntilStarted(*watcher)) {
     parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning failed to start.");
     return error::kSuccess;
@@ -136,30 +136,31 @@ const HeldAdvertisement* Scanner::CurrentAdvertisement() const {
   return mine != reporting_.rend() ? mine->second : nullptr;
 }
 
-std::unique_ptr<HeldAdvertisement> Scanner::TakeIdle() {
+Scanner::Lease Scanner::TakeIdle() {
   const std::lock_guard lock(mutex_);
   if (idle_.empty()) idle_.push_back(std::make_unique<HeldAdvertisement>());
-  std::unique_ptr<HeldAdvertisement> held = std::move(idle_.back());
+  reporting_.emplace_back(std::this_thread::get_id(), idle_.back().get());
+  idle_.reserve(idle_.size() + reporting_.size());  // putting back must not fail
+  Lease held(idle_.back().release(), {this});
   idle_.pop_back();
-  reporting_.emplace_back(std::this_thread::get_id(), held.get());
   return held;
 }
 
-void Scanner::PutBack(std::unique_ptr<HeldAdvertisement> held) {
+void Scanner::PutBack(HeldAdvertisement* held) {
   held->Release();
   const std::lock_guard lock(mutex_);
-  std::erase_if(reporting_, [&](const auto& report) { return report.second == held.get(); });
-  idle_.push_back(std::move(held));
+  std::erase_if(reporting_, [&](const auto& report) { return report.second == held; });
+  idle_.emplace_back(held);
 }
 
 [[gnu::hot]] void Scanner::OnReceived(
     const platform::BluetoothLEAdvertisementReceivedEventArgs& args) {
-  std::unique_ptr<HeldAdvertisement> held = TakeIdle();
+  const Lease held = TakeIdle();
   parts_.events.FireAdvertisement(held->Hold(args, parts_.codec));
-  PutBack(std::move(held));
 }
 
 void Scanner::OnStopped(const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args) {
+  mayStartLater_ = false;
   const char* reason = EnumText(args.error);
   if (Watcher()->Status() == BluetoothLEAdvertisementWatcherStatus::Aborted) {
     parts_.events.FireError(

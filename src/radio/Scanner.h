@@ -70,8 +70,15 @@ class Scanner {
   void OnReceived(const platform::BluetoothLEAdvertisementReceivedEventArgs& args);
   void OnStopped(const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args);
 
-  std::unique_ptr<HeldAdvertisement> TakeIdle();
-  void PutBack(std::unique_ptr<HeldAdvertisement> held);
+  /// An advertisement that the calling thread reports until it puts it back.
+  struct Return {
+    Scanner* scanner;
+    void operator()(HeldAdvertisement* held) const { scanner->PutBack(held); }
+  };
+  using Lease = std::unique_ptr<HeldAdvertisement, Return>;
+
+  Lease TakeIdle();
+  void PutBack(HeldAdvertisement* held);
 
   Parts parts_;
   std::atomic<std::int32_t> activeScanning_{0};
