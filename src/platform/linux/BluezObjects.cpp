@@ -129,7 +129,7 @@ const DeviceObject* BluezObjects::Device(const std::string& adapterPath,
   const auto path = devicePaths_.find({adapterPath, address});
   if (path == devicePaths_.end()) return nullptr;
   const auto device = devices_.find(path->second);
-  return device == devices_.end() ? nullptr : &device->second;
+  return device == devices_.end() ? nullptr : device->second.get();
 }
 
 void BluezObjects::AskForAll() {
@@ -194,14 +194,14 @@ void BluezObjects::OnPropertiesChanged(sd_bus_message* message) {
   } else if (interface == kDevice) {
     const auto found = devices_.find(path);
     if (found == devices_.end()) return;
-    const std::uint64_t before = found->second.address;
-    const DeviceChange change = TakeDevice(found->second, reader);
-    const DeviceObject device = found->second;  // what the handlers do may remove it
-    if (device.address != before) {  // pairing tells the identity behind a private address
-      ForgetAddress(device, before);
-      devicePaths_[{device.adapterPath, device.address}] = path;
+    const std::shared_ptr<DeviceObject> device = found->second;  // the handlers may remove it
+    const std::uint64_t before = device->address;
+    const DeviceChange change = TakeDevice(*device, reader);
+    if (device->address != before) {  // pairing tells the identity behind a private address
+      ForgetAddress(*device, before);
+      devicePaths_[{device->adapterPath, device->address}] = path;
     }
-    if (change.heard || change.name) deviceChanged_.Raise(device, change);
+    if (change.heard || change.name) deviceChanged_.Raise(*device, change);
   }
 }
 
@@ -212,13 +212,13 @@ void BluezObjects::TakeObject(const std::string& path, BusReader& reader, bool a
       TakeAdapter(path, reader);
       if (announce) adaptersChanged_.Raise();
     } else if (interface == kDevice) {
-      DeviceObject device;
-      device.path = path;
-      DeviceChange change = TakeDevice(device, reader);
+      const auto device = std::make_shared<DeviceObject>();
+      device->path = path;
+      DeviceChange change = TakeDevice(*device, reader);
       change.name = false;
-      devicePaths_[{device.adapterPath, device.address}] = path;
+      devicePaths_[{device->adapterPath, device->address}] = path;
       devices_.insert_or_assign(path, device);
-      if (announce) deviceChanged_.Raise(device, change);
+      if (announce) deviceChanged_.Raise(*device, change);
     }
   });
 }
@@ -264,7 +264,7 @@ void BluezObjects::RemoveObject(const std::string& path, const std::string& inte
   } else if (interface == kDevice) {
     const auto device = devices_.find(path);
     if (device == devices_.end()) return;
-    ForgetAddress(device->second, device->second.address);
+    ForgetAddress(*device->second, device->second->address);
     devices_.erase(device);
   }
 }

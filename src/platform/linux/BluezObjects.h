@@ -107,7 +107,7 @@ class BluezObjects {
   std::uint32_t generation_ = 0;  ///< of the daemon; answers of an earlier one are ignored
   std::vector<std::function<void()>> waiting_;
   std::map<std::string, AdapterObject> adapters_;
-  std::map<std::string, DeviceObject> devices_;
+  std::map<std::string, std::shared_ptr<DeviceObject>> devices_;
   std::map<std::pair<std::string, std::uint64_t>, std::string> devicePaths_;  ///< by address
   AdaptersChanged adaptersChanged_;
   DeviceChanged deviceChanged_;
