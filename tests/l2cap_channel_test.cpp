@@ -169,11 +169,15 @@ TEST_F(L2capChannelTest, WhatDoesNotFitIntoTheSocketFollowsInOrder) {
   for (std::uint16_t i = 0; i < kCommands; ++i)
     ASSERT_TRUE(channel->Send(std::array{std::uint8_t{0x52}, static_cast<std::uint8_t>(i),
                                          static_cast<std::uint8_t>(i >> 8)}));
+  WakeSignal sent;
+  channel->WhenSent([&] { sent.Set(); });
+  EXPECT_FALSE(sent.IsSet());
   for (std::uint16_t i = 0; i < kCommands; ++i) {
     std::uint8_t pdu[8];
     ASSERT_EQ(::recv(peer.Get(), pdu, sizeof pdu, 0), 3);
     ASSERT_EQ(pdu[1] | pdu[2] << 8, i);
   }
+  WaitFor(sent);
 }
 
 TEST_F(L2capChannelTest, NothingIsKeptForALinkThatHasEnded) {

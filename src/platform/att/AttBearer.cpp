@@ -88,11 +88,13 @@ void AttBearer::Start(Reply ready) {
   Transmit(request);
 }
 
-bool AttBearer::Command(const Pdu& command) {
-  if (!IsUsable()) return false;
-  if (channel_->Send(command)) return true;
+void AttBearer::Command(const Pdu& command, Callback<void(bool left)> sent) {
+  if (!IsUsable()) return sent(false);
+  if (channel_->Send(command))
+    return channel_->WhenSent(
+        [this, self = shared_from_this(), sent = std::move(sent)] { sent(IsUsable()); });
   Shutdown(ChannelError::Unreachable);
-  return false;
+  sent(false);
 }
 
 [[gnu::hot]] void AttBearer::Begin() {
@@ -168,7 +170,7 @@ void AttBearer::OnClosed(ChannelError error) {
 }
 
 [[gnu::hot]] void AttBearer::OnPdu(ByteView pdu) {
-  if (pdu.empty() || pdu.size() > kMaxMtu) return Drop();
+  if (pdu.empty() || pdu.size() > kMaxMtu) return;
   const Opcode opcode = OpcodeOf(pdu);
   if (IsResponse(opcode)) return OnResponse(pdu);
   switch (opcode) {
@@ -180,9 +182,9 @@ void AttBearer::OnClosed(ChannelError error) {
     case Opcode::MultipleHandleValueNotification:
       return OnMultipleHandleValues(pdu);
     case Opcode::HandleValueConfirmation:  // of an indication that a client never sends
-      return Drop();
+      return;
     default:
-      return IsCommand(opcode) ? Drop() : OnRequest(pdu);
+      if (!IsCommand(opcode)) OnRequest(pdu);
   }
 }
 
@@ -193,7 +195,7 @@ void AttBearer::OnClosed(ChannelError error) {
   std::optional<Pdu> next;
   {
     const std::lock_guard lock(mutex_);
-    if (!IsOutstanding(request)) return Drop();
+    if (!IsOutstanding(request)) return;
     reply = std::move(outstanding_->reply);
     outstanding_.reset();
     next = BeginNext();
@@ -204,14 +206,14 @@ void AttBearer::OnClosed(ChannelError error) {
 
 void AttBearer::OnErrorResponse(ByteView pdu) {
   const auto error = ErrorResponse::Parse(pdu);
-  if (!error) return Drop();
+  if (!error) return;
   std::optional<Exchange> refused;
   std::optional<Pdu> next;
   bool raise = false;
   bool retried = false;
   {
     const std::lock_guard lock(mutex_);
-    if (!IsOutstanding(error->request)) return Drop();
+    if (!IsOutstanding(error->request)) return;
     refused.swap(outstanding_);
     if (AsksForSecurity(error->error) && !refused->sentSecured && security_ != Security::Refused) {
       retried = true;
@@ -257,14 +259,14 @@ void AttBearer::OnSecurityRaised(bool raised) {
 
 [[gnu::hot]] void AttBearer::OnHandleValue(ByteView pdu) {
   const auto message = HandleValue::Parse(pdu);
-  if (!message || message->value.size() > kMaxValueLength) return Drop();
+  if (!message || message->value.size() > kMaxValueLength) return;
   if (const auto listener = listener_.lock()) listener->OnValue(message->handle, message->value);
   if (message->opcode == Opcode::HandleValueIndication)
     Transmit(Pdu(Opcode::HandleValueConfirmation));
 }
 
 void AttBearer::OnMultipleHandleValues(ByteView pdu) {
-  if (!ForEachHandleValue(pdu, [](std::uint16_t, ByteView) {})) return Drop();
+  if (!ForEachHandleValue(pdu, [](std::uint16_t, ByteView) {})) return;
   if (const auto listener = listener_.lock())
     ForEachHandleValue(
         pdu, [&](std::uint16_t handle, ByteView value) { listener->OnValue(handle, value); });

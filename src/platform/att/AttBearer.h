@@ -71,8 +71,9 @@ class AttBearer final : public AttChannel::Listener,
   /// once per channel.
   void Request(const Pdu& request, Reply reply);
 
-  /// Sends a command; false when the channel has ended.
-  bool Command(const Pdu& command);
+  /// Sends a command and calls `sent` once it has left, false when the channel has ended: nobody
+  /// answers a command, and whoever sends many should not be far ahead of the link.
+  void Command(const Pdu& command, Callback<void(bool left)> sent);
 
   /// Ends the channel; requests not answered yet are lost.
   void Close() { Shutdown(ChannelError::Unreachable); }
@@ -80,8 +81,6 @@ class AttBearer final : public AttChannel::Listener,
   /// False once the channel has ended or is about to: every request would be lost.
   bool IsUsable() const { return !dead_; }
   std::uint16_t Mtu() const { return mtu_; }
-  /// How many PDUs were dropped as malformed or not asked for.
-  std::uint32_t DroppedPdus() const { return dropped_; }
 
   void OnPdu(ByteView pdu) override;
   void OnClosed(ChannelError error) override;
@@ -115,14 +114,12 @@ class AttBearer final : public AttChannel::Listener,
   void OnHandleValue(ByteView pdu);
   void OnMultipleHandleValues(ByteView pdu);
   void OnRequest(ByteView pdu);
-  void Drop() { ++dropped_; }
 
   const std::shared_ptr<AttChannel> channel_;
   const std::shared_ptr<Executor> executor_;
   const std::weak_ptr<Listener> listener_;
 
   std::atomic<std::uint16_t> mtu_{kDefaultMtu};
-  std::atomic<std::uint32_t> dropped_{0};
 
   mutable std::mutex mutex_;  // guards everything below; never held across a callback
   std::optional<Exchange> outstanding_;

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "platform/Bytes.h"
+#include "platform/Callback.h"
 
 namespace corvaneble::platform::att {
 
@@ -38,6 +39,10 @@ class AttChannel {
 
   /// Sends one PDU; false when the channel is closed. Any thread. Never calls the listener.
   virtual bool Send(ByteView pdu) = 0;
+
+  /// Calls `done` once what was sent has left this process, or never will: at once, or on a thread
+  /// of the backend.
+  virtual void WhenSent(Callback<void()> done) { done(); }
 
   /// Closes the channel; more calls do nothing.
   virtual void Close() = 0;

@@ -100,10 +100,11 @@ AsyncOperationPtr<GattWriteResult> AttCharacteristic::WriteValueWithResultAsync(
       context_->Link(),
       [self = shared_from_this(), option, bytes = Bytes(value.begin(), value.end())](
           const BearerPtr& bearer, const auto& operation) {
+        auto done = [operation](const GattResult& status) { Complete(*operation, status); };
         if (option == GattWriteOption::WriteWithoutResponse)
-          return Complete(*operation, WriteWithoutResponse(*bearer, self->valueHandle_, bytes));
+          return WriteWithoutResponse(*bearer, self->valueHandle_, bytes, std::move(done));
         WriteWholeValue(bearer, self->context_->LongWrites(), self->valueHandle_, bytes,
-                        [operation](const GattResult& status) { Complete(*operation, status); });
+                        std::move(done));
       });
 }
 
@@ -165,15 +166,17 @@ GattDescriptorsResult AttCharacteristic::Publish(const std::vector<DescriptorRec
 }
 
 void AttCharacteristic::SearchDescriptors(const BearerPtr& bearer, Found<DescriptorRecord> found) {
+  // That of the beginning: what changes meanwhile makes the handle out of date.
+  const std::uint32_t version = context_->DatabaseVersion();
   DiscoverDescriptors(
       bearer, static_cast<std::uint16_t>(valueHandle_ + 1), end_,
-      [self = shared_from_this(), found = std::move(found)](const GattResult& status,
-                                                            std::vector<DescriptorRecord> records) {
+      [self = shared_from_this(), version, found = std::move(found)](
+          const GattResult& status, std::vector<DescriptorRecord> records) {
         if (Succeeded(status)) {
           self->descriptors_.Store(records);
           for (const DescriptorRecord& record : records)
             if (record.uuid == Guid::FromAssignedNumber(gatt_uuid::kClientConfiguration))
-              self->configuration_ = self->context_->DatabaseVersion() << 16 | record.handle;
+              self->configuration_ = version << 16 | record.handle;
         }
         found(status, std::move(records));
       });

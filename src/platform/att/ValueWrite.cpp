@@ -114,12 +114,13 @@ void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
   });
 }
 
-GattResult WriteWithoutResponse(AttBearer& bearer, std::uint16_t handle, ByteView value) {
+void WriteWithoutResponse(AttBearer& bearer, std::uint16_t handle, ByteView value, WriteDone done) {
   if (value.size() + kWriteHeader > bearer.Mtu())
-    return ProtocolError(ErrorCode::InvalidAttributeValueLength);
-  if (!bearer.Command(HandleValue{Opcode::WriteCommand, handle, value}.Build()))
-    return StatusOf(ChannelError::Unreachable);
-  return {};
+    return done(ProtocolError(ErrorCode::InvalidAttributeValueLength));
+  bearer.Command(HandleValue{Opcode::WriteCommand, handle, value}.Build(),
+                 [done = std::move(done)](bool left) {
+                   done(left ? GattResult{} : StatusOf(ChannelError::Unreachable));
+                 });
 }
 
 }  // namespace corvaneble::platform::att

@@ -41,6 +41,6 @@ void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
 
 /// Sends a value without a response. What does not fit into one command, ATT_MTU - 3 bytes, is
 /// refused, never cut: Invalid Attribute Value Length (0x0D).
-GattResult WriteWithoutResponse(AttBearer& bearer, std::uint16_t handle, ByteView value);
+void WriteWithoutResponse(AttBearer& bearer, std::uint16_t handle, ByteView value, WriteDone done);
 
 }  // namespace corvaneble::platform::att

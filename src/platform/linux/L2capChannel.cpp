@@ -89,6 +89,14 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   return true;
 }
 
+void L2capChannel::WhenSent(Callback<void()> done) {
+  if (isCongested_) {
+    const std::lock_guard lock(mutex_);
+    if (isCongested_ && open_) return whenSent_.push_back(std::move(done));
+  }
+  done();
+}
+
 bool L2capChannel::SendNow(ByteView pdu) const {
   return ::send(socket_.Get(), pdu.data(), pdu.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
 }
@@ -182,13 +190,26 @@ void L2capChannel::GiveBack(bool ended) {
 }
 
 void L2capChannel::SendWaiting() {
-  const std::lock_guard lock(mutex_);
-  while (!waiting_.empty()) {
-    if (!SendNow(waiting_.front())) return;
-    waiting_.pop_front();
+  {
+    const std::lock_guard lock(mutex_);
+    while (!waiting_.empty()) {
+      if (!SendNow(waiting_.front())) return;
+      waiting_.pop_front();
+    }
+    isCongested_ = false;
+    WatchFor(kInput);
   }
-  isCongested_ = false;
-  WatchFor(kInput);
+  RunWhenSent();
+}
+
+void L2capChannel::RunWhenSent() {
+  std::vector<Callback<void()>> ready;
+  {
+    const std::lock_guard lock(mutex_);
+    ready.swap(whenSent_);
+  }
+  for (const Callback<void()>& done : ready)
+    done();
 }
 
 void L2capChannel::WatchFor(std::uint32_t events) {
@@ -232,6 +253,7 @@ void L2capChannel::End(att::ChannelError error) {
   loop_->Post([self = shared_from_this(), error] {
     self->loop_->Unwatch(self->watch_);
     self->SecurityDone(false);
+    self->RunWhenSent();
     if (const auto listener = self->listener_.lock()) listener->OnClosed(error);
   });
 }

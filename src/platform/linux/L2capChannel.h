@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "platform/att/AttChannel.h"
 #include "platform/att/AttPdu.h"
@@ -34,6 +35,7 @@ class L2capChannel final : public att::AttChannel,
 
   void Start(std::weak_ptr<Listener> listener) override;
   bool Send(ByteView pdu) override;
+  void WhenSent(Callback<void()> done) override;
   void Close() override { End(att::ChannelError::None); }
   /// Has the kernel encrypt the link, and pair when there is no key yet.
   void RaiseSecurity(std::function<void(bool raised)> done) override;
@@ -54,6 +56,7 @@ class L2capChannel final : public att::AttChannel,
   void Deliver(ByteView pdu);
   bool SendNow(ByteView pdu) const;
   void SendWaiting();
+  void RunWhenSent();
   void Secure(std::function<void(bool raised)> done);
   bool IsSecured() const;
   void SecurityDone(bool raised);
@@ -65,8 +68,9 @@ class L2capChannel final : public att::AttChannel,
   const FileDescriptor socket_;  // closed with the channel; shut down when the channel ends
   std::atomic<bool> open_{true};
 
-  std::mutex mutex_;                      // guards what waits to be sent
-  std::deque<Bytes> waiting_;             ///< PDUs that the kernel does not take yet
+  std::mutex mutex_;           // guards what waits to be sent
+  std::deque<Bytes> waiting_;  ///< PDUs that the kernel does not take yet
+  std::vector<Callback<void()>> whenSent_;
   std::atomic<bool> isCongested_{false};  ///< something waits; written under the lock
 
   std::mutex inputMutex_;  // held while a PDU is received; guards what was received and not handled

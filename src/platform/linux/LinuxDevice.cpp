@@ -34,11 +34,14 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
       });
   }
 
+  // Of several reasons for one try, such as a link lost during a try, the last sets its time.
   void TryAfterPause() {
-    if (const auto loop = loop_.lock())
-      loop->PostAfter(pause_, [weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->Try();
-      });
+    const auto loop = loop_.lock();
+    if (!loop) return;
+    loop->Cancel(next_);
+    next_ = loop->PostAfter(pause_, [weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->Try();
+    });
     pause_ = std::min(pause_ * 2, kLongestPause);
   }
 
@@ -61,7 +64,10 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
 
   const std::weak_ptr<EventLoop> loop_;
   std::weak_ptr<att::GattClient> client_;
-  std::chrono::milliseconds pause_ = kFirstPause;  // the radio's thread alone
+
+  // Below: the radio's thread alone.
+  std::chrono::milliseconds pause_ = kFirstPause;
+  EventLoop::TaskId next_ = 0;
 };
 
 std::shared_ptr<LinuxDevice> LinuxDevice::Create(LinuxSession& session, const DeviceObject& device,
