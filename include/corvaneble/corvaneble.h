@@ -24,8 +24,9 @@
  * Conventions
  *
  * - Codes. Set, Do and CheckIndex answer 0 or an error code (CorvaneBLE_Error); the code and a text
- *   stay readable with GetLastErrorCode and GetLastError. A success sets the code to 0 and leaves
- *   the text alone. Nothing ever throws across this boundary.
+ *   stay readable with GetLastErrorCode and GetLastError. Only returned, not kept: Set's -1 and
+ * 432, CheckIndex's 280, and the codes of the two conversions. A success sets the code to 0 and
+ * leaves the text alone. Nothing ever throws across this boundary.
  * - Values are pointer-sized (intptr_t): an integer or boolean is the value itself, a text is a
  *   pointer to NUL-terminated text, bytes are a pointer and a count in the `lengths` array beside.
  *   A null text counts as the empty one.

@@ -86,7 +86,7 @@ ErrorCode Writer::WriteUserDescription(const CharacteristicEntry& characteristic
   const auto written =
       parts_.wait.Await([&] { return (*found)->platform->WriteValueWithResultAsync(bytes); });
   if (written.code == error::kPlatformFailure) return written.code;
-  if (!written.result) return error::kTimeout;
+  if (!written.result) return parts_.errors.Raise(failure::kTimeout);
   const ErrorCode code = parts_.reporter.ReportGattResult(*written.result, log_type::kDebug);
   parts_.log.Write(
       LogLevel::Debug, log_type::kDebug,

@@ -9,10 +9,6 @@ namespace corvaneble {
 
 using std::chrono::milliseconds;
 
-bool AsyncWait::DoEvents(const platform::WakeSignal* signal) {
-  return radio_.pump->Step(kPumpWait, signal);
-}
-
 [[gnu::hot]] bool AsyncWait::WaitFor(const platform::WakeSignal& done) {
   const std::int64_t limit = std::int64_t{timeoutSeconds_} * 1000;  // 0: no limit
   const std::uint32_t begin = radio_.clock->TickCount();

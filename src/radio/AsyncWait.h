@@ -42,9 +42,8 @@ class AsyncWait {
   /// How long a wait lasts at most; 0: for ever.
   std::chrono::milliseconds Limit() const { return std::chrono::seconds(timeoutSeconds_.load()); }
 
-  /// One pumping step on the calling thread, of at most 20 ms; ends early when `signal` is set.
-  /// False when the instance's message window is gone.
-  bool DoEvents(const platform::WakeSignal* signal = nullptr);
+  /// One pumping step on the calling thread, of at most 20 ms.
+  void DoEvents() { radio_.pump->Step(kPumpWait, nullptr); }
 
   /// Stores the text of a failure that the platform raised, and returns its code.
   [[nodiscard]] ErrorCode Report(const platform::PlatformFailure& failure);

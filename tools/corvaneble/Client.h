@@ -39,8 +39,6 @@ class Client {
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
 
-  void SetHandler(Handler handler) { handler_ = std::move(handler); }
-
   std::string Config(const std::string& text);
 
   void StartScanning(const std::string& serviceUuids);

@@ -81,7 +81,7 @@ void StoreResult(const MethodCall& call, std::size_t position, const void* point
     case Method::DiscoverServices:
       return parts_.services.DiscoverServices(texts[0], texts[1]);
     case Method::DoEvents:
-      (void)parts_.wait.DoEvents();
+      parts_.wait.DoEvents();
       return error::kSuccess;
     case Method::PostValue:
       return parts_.writer.PostValue(texts[0], texts[1], inputs.bytes[2]);

@@ -87,7 +87,6 @@ inline constexpr std::uint16_t kCharacteristic = 0x2803;
 inline constexpr std::uint16_t kExtendedProperties = 0x2900;
 inline constexpr std::uint16_t kUserDescription = 0x2901;
 inline constexpr std::uint16_t kClientConfiguration = 0x2902;
-inline constexpr std::uint16_t kServerConfiguration = 0x2903;
 inline constexpr std::uint16_t kPresentationFormat = 0x2904;
 inline constexpr std::uint16_t kAggregateFormat = 0x2905;
 inline constexpr std::uint16_t kDeviceName = 0x2A00;
@@ -291,7 +290,6 @@ class AttributeList {
   Opcode ResponseOpcode() const { return opcode_; }
   std::size_t Count() const { return elements_.size() / elementSize_; }
   /// Bytes of one element, handles included.
-  std::size_t ElementSize() const { return elementSize_; }
   ByteView Element(std::size_t index) const {
     return elements_.subspan(index * elementSize_, elementSize_);
   }

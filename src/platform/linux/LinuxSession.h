@@ -30,7 +30,6 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
 
   BluezObjects& Objects() { return objects_; }
   Discovery& Scanning() { return discovery_; }
-  SystemBus& Bus() { return bus_; }
 
   /// The adapter to use: the one with the name, else a powered one before others; null when there
   /// is none.
