@@ -16,7 +16,7 @@ ErrorCode Connection::Connect(std::string_view serverId) {
 
   const std::uint64_t address = ParseServerId(id);
   platform::Radio& radio = *parts_.radio.radio;
-  radio.SetWaitLimit(parts_.wait.Limit());
+  ApplyTimeout();
   const auto device =
       parts_.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
   if (device.code != error::kSuccess) return device.code;

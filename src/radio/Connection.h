@@ -45,6 +45,9 @@ class Connection {
   /// or 604. The radio link itself is opened by the first GATT operation.
   [[nodiscard]] ErrorCode Connect(std::string_view serverId);
 
+  /// Tells the radio how long calls wait; when that has changed.
+  void ApplyTimeout() { parts_.radio.radio->SetWaitLimit(parts_.wait.Limit()); }
+
   /// Forgets what was discovered and releases the device; nothing happens without one.
   [[nodiscard]] ErrorCode Disconnect();
 

@@ -240,6 +240,7 @@ ErrorCode PropertyTable::WriteInteger(Property property, std::int32_t index, std
       return parts_.fields.SetValueFormatIndex(parts_.selection.ExposedAt(index), value);
     case Property::Timeout:
       parts_.timeoutSeconds = std::max(value, 0);
+      parts_.connection.ApplyTimeout();
       return error::kSuccess;
     default:
       return error::kUnknown;

@@ -71,7 +71,7 @@ void AttBearer::Start(Reply ready) {
   });
 }
 
-[[gnu::hot]] void AttBearer::Request(const Pdu& request, Reply reply) {
+[[gnu::hot]] void AttBearer::Request(const Pdu& request, Reply reply, OnRefusal onRefusal) {
   std::unique_lock lock(mutex_);
   if (dead_) {
     const ChannelError reason = reason_;
@@ -79,10 +79,10 @@ void AttBearer::Start(Reply ready) {
     return reply(Lost(reason));
   }
   if (outstanding_) {
-    queue_.emplace_back(request, std::move(reply));
+    queue_.emplace_back(request, std::move(reply), onRefusal);
     return;
   }
-  outstanding_.emplace(request, std::move(reply));
+  outstanding_.emplace(request, std::move(reply), onRefusal);
   Begin();
   lock.unlock();
   Transmit(request);
@@ -215,7 +215,8 @@ void AttBearer::OnErrorResponse(ByteView pdu) {
     const std::lock_guard lock(mutex_);
     if (!IsOutstanding(error->request)) return;
     refused.swap(outstanding_);
-    if (AsksForSecurity(error->error) && !refused->sentSecured && security_ != Security::Refused) {
+    if (AsksForSecurity(error->error) && refused->onRefusal == OnRefusal::SecureLink &&
+        !refused->sentSecured && security_ != Security::Refused) {
       retried = true;
       refused->refusal = error->error;
       if (security_ == Security::Raised) {

@@ -66,10 +66,14 @@ class AttBearer final : public AttChannel::Listener,
   /// `Lost` leaves a usable bearer. Called once, before any request.
   void Start(Reply ready);
 
-  /// Sends a request, at once when none is outstanding, on the calling thread. A request refused
-  /// for want of authentication or encryption is repeated once the link is secured; that is tried
-  /// once per channel.
-  void Request(const Pdu& request, Reply reply);
+  /// What becomes of a refusal for want of authentication or encryption.
+  enum class OnRefusal {
+    SecureLink,  ///< the link is secured, once per channel, and the request repeated
+    Stands,      ///< for what nobody asked for: a person may have to agree to a pairing
+  };
+
+  /// Sends a request, at once when none is outstanding, on the calling thread.
+  void Request(const Pdu& request, Reply reply, OnRefusal onRefusal = OnRefusal::SecureLink);
 
   /// Sends a command and calls `sent` once it has left, false when the channel has ended: nobody
   /// answers a command, and whoever sends many should not be far ahead of the link.
@@ -89,10 +93,12 @@ class AttBearer final : public AttChannel::Listener,
   enum class Security { Untried, Raising, Raised, Refused };
 
   struct Exchange {
-    Exchange(const Pdu& pdu, Reply&& whenDone) : request(pdu), reply(std::move(whenDone)) {}
+    Exchange(const Pdu& pdu, Reply&& whenDone, OnRefusal whenRefused)
+        : request(pdu), reply(std::move(whenDone)), onRefusal(whenRefused) {}
 
     Pdu request;
     Reply reply;
+    OnRefusal onRefusal;
     Executor::TimePoint deadline{};
     bool sentSecured = false;  ///< the link had been secured when the request went out
     ErrorCode refusal{};       ///< why it waits for security

@@ -76,8 +76,9 @@ void GattContext::FindServiceChangedConfiguration(const BearerPtr& bearer,
         const auto configuration = FindUuid(found, gatt_uuid::kClientConfiguration);
         if (configuration == found.end()) return;
         const std::uint8_t indicate[] = {0x02, 0x00};
-        bearer->Request(HandleValue{Opcode::WriteRequest, configuration->handle, indicate}.Build(),
-                        [](const AttReply&) {});
+        bearer->Request(
+            HandleValue{Opcode::WriteRequest, configuration->handle, indicate}.Build(),
+            [](const AttReply&) {}, AttBearer::OnRefusal::Stands);
       });
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/socket.h>
+
 #include <cstdint>
 
 /// The kernel's interface to Bluetooth sockets, as far as the radio uses it. The layouts and
@@ -53,5 +55,12 @@ struct HciFilter {
   std::uint16_t opcode = 0;
 };
 static_assert(sizeof(HciFilter) == 16);
+
+/// The kernel drops what does not fit while the radio's thread is held up by a host, and what fits
+/// by default is some ninety packets. It takes as much of this as it allows.
+inline void EnlargeReceiveBuffer(int socket) {
+  constexpr int kBytes = 1 << 20;
+  setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &kBytes, sizeof kBytes);
+}
 
 }  // namespace corvaneble::platform::linux_radio::kernel

@@ -1,8 +1,12 @@
 #include "platform/linux/BluezObjects.h"
 
+#include <systemd/sd-bus.h>
+
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "platform/HexText.h"
@@ -16,13 +20,26 @@ constexpr const char* kNoDaemon =
     "BlueZ's daemon does not run; start bluetoothd (systemctl start bluetooth).";
 constexpr std::chrono::seconds kFirstAnswer{10};
 
+/// Whether the kernel has a controller. Systems do not start the daemon without one, and may not
+/// say that they did not.
+bool HasController() {
+  std::error_code none;
+  return std::filesystem::directory_iterator("/sys/class/bluetooth", none) !=
+         std::filesystem::directory_iterator();
+}
+
+const char* WhyNoDaemon() {
+  return HasController() ? kNoDaemon : kNoAdapter;
+}
+
 std::string WhyNoObjects(const BusError& error) {
   const auto is = [&](std::string_view name) {
     return error.name == "org.freedesktop.DBus.Error." + std::string(name);
   };
   if (is("AccessDenied")) return "D-Bus does not let this user talk to BlueZ: " + error.text;
-  if (is("ServiceUnknown") || is("NameHasNoOwner") || is("Spawn.ServiceNotFound") || is("NoReply"))
-    return kNoDaemon;
+  if (is("ServiceUnknown") || is("NameHasNoOwner") || is("NoReply") ||
+      error.name.starts_with("org.freedesktop.DBus.Error.Spawn."))
+    return WhyNoDaemon();
   return "BlueZ does not answer: " + error.text;
 }
 
@@ -88,6 +105,10 @@ constexpr DeviceProperty kDeviceProperties[] = {
     {"ManufacturerData", &TakeManufacturerData, kHeard},
     {"ServiceData", &TakeServiceData, kHeard},
     {"AdvertisingFlags", &TakeAdvertisingFlags, {}},
+    {"Paired",
+     [](DeviceObject& device, BusReader& reader) { device.paired = reader.Boolean(); },
+     {}},
+    {"Class", [](DeviceObject& device, BusReader&) { device.classic = true; }, {}},
 };
 
 }  // namespace
@@ -115,8 +136,12 @@ void BluezObjects::End(const std::string& reason) {
 }
 
 void BluezObjects::WhenKnown(std::function<void()> then) {
-  if (known_) return then();
+  const bool hasFailed = known_ && !absence_.empty() && bus_.IsOpen();
+  if (known_ && !hasFailed) return then();
   waiting_.push_back(std::move(then));
+  if (!hasFailed) return;
+  known_ = false;
+  AskForAll();
 }
 
 const AdapterObject* BluezObjects::Adapter(const std::string& path) const {
@@ -124,18 +149,22 @@ const AdapterObject* BluezObjects::Adapter(const std::string& path) const {
   return found == adapters_.end() ? nullptr : &found->second;
 }
 
+const DeviceObject* BluezObjects::Device(const std::string& path) const {
+  const auto found = devices_.find(path);
+  return found == devices_.end() ? nullptr : found->second.get();
+}
+
 const DeviceObject* BluezObjects::Device(const std::string& adapterPath,
                                          std::uint64_t address) const {
   const auto path = devicePaths_.find({adapterPath, address});
-  if (path == devicePaths_.end()) return nullptr;
-  const auto device = devices_.find(path->second);
-  return device == devices_.end() ? nullptr : device->second.get();
+  return path == devicePaths_.end() ? nullptr : Device(path->second);
 }
 
 void BluezObjects::AskForAll() {
   const std::uint32_t generation = ++generation_;
   bus_.Call(
-      "/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects", {},
+      "/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects",
+      [](sd_bus_message* call) { return sd_bus_message_set_auto_start(call, HasController()); },
       [this, generation](sd_bus_message* reply, const BusError* error) {
         if (generation == generation_) OnAll(reply, error);
       },
@@ -161,7 +190,7 @@ void BluezObjects::OnOwnerChanged(sd_bus_message* message) {
   BusReader reader(message);
   reader.Text();
   reader.Text();
-  Forget(kNoDaemon);
+  Forget(WhyNoDaemon());
   if (reader.Text().empty()) {
     Known();  // also when it went before it had answered
   } else {

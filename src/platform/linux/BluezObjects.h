@@ -17,6 +17,10 @@
 namespace corvaneble::platform::linux_radio {
 
 /// What BlueZ says of an adapter (org.bluez.Adapter1).
+/// What to tell the user where there is no adapter.
+inline constexpr const char* kNoAdapter =
+    "There is no Bluetooth adapter; is one plugged in, and its driver loaded?";
+
 struct AdapterObject {
   std::string path;  ///< ends in the adapter's name, such as "hci0"
   std::uint64_t address = 0;
@@ -40,6 +44,11 @@ struct DeviceObject {
   std::map<std::uint16_t, Bytes> manufacturerData;
   std::map<Guid, Bytes, bool (*)(const Guid&, const Guid&)> serviceData{&IsLess};
   std::optional<std::uint8_t> advertisingFlags;
+  bool paired = false;
+  bool classic = false;  ///< the device also knows BR/EDR
+
+  /// Whether there is a key for Low Energy. That a device is paired may mean BR/EDR alone.
+  bool IsBonded() const { return paired && !classic; }
 
  private:
   static bool IsLess(const Guid& a, const Guid& b) { return a.BigEndian() < b.BigEndian(); }
@@ -66,7 +75,7 @@ class BluezObjects {
   void End(const std::string& reason);
 
   /// Calls `then` when it is known what there is: at once, or after the daemon has answered or
-  /// failed to.
+  /// failed to. One that failed is asked again.
   void WhenKnown(std::function<void()> then);
 
   /// Why there are no objects, for the user; empty when there are.
@@ -74,6 +83,7 @@ class BluezObjects {
 
   const std::map<std::string, AdapterObject>& Adapters() const { return adapters_; }
   const AdapterObject* Adapter(const std::string& path) const;
+  const DeviceObject* Device(const std::string& path) const;
   const DeviceObject* Device(const std::string& adapterPath, std::uint64_t address) const;
 
   [[nodiscard]] EventToken OnAdaptersChanged(AdaptersChanged::Handler handler) {

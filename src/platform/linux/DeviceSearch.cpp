@@ -15,7 +15,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
         address_(address),
         found_(std::move(found)) {}
 
-  void Begin(LinuxSession& session, std::chrono::milliseconds limit) {
+  void Begin(LinuxSession& session) {
     self_ = shared_from_this();
     deviceChanged_ = session.Objects().OnDeviceChanged(
         [weak = weak_from_this()](const DeviceObject& device, DeviceChange) {
@@ -23,7 +23,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
           if (self && device.address == self->address_ && device.adapterPath == self->adapterPath_)
             self->End();
         });
-    timer_ = session.Loop()->PostAfter(limit, [weak = weak_from_this()] {
+    timer_ = session.Loop()->PostAfter(session.SearchLimit(), [weak = weak_from_this()] {
       if (const auto self = weak.lock()) self->End();
     });
     user_ = session.Scanning().Add(adapterPath_, [weak = weak_from_this()](BluetoothError error) {
@@ -66,8 +66,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
 
 }  // namespace
 
-void FindDevice(LinuxSession& session, std::uint64_t address, std::chrono::milliseconds limit,
-                DeviceFound found) {
+void FindDevice(LinuxSession& session, std::uint64_t address, DeviceFound found) {
   if (!session.WhyNoAdapter().empty()) {
     session.NotifyWhyNoAdapter();
     return found(nullptr);
@@ -75,7 +74,7 @@ void FindDevice(LinuxSession& session, std::uint64_t address, std::chrono::milli
   const std::string path = session.Adapter()->path;
   if (const DeviceObject* const known = session.Objects().Device(path, address))
     return found(known);
-  std::make_shared<DeviceSearch>(session, path, address, std::move(found))->Begin(session, limit);
+  std::make_shared<DeviceSearch>(session, path, address, std::move(found))->Begin(session);
 }
 
 }  // namespace corvaneble::platform::linux_radio

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -13,8 +12,7 @@ namespace corvaneble::platform::linux_radio {
 using DeviceFound = std::function<void(const DeviceObject* device)>;
 
 /// Finds a device by its address: at once when BlueZ knows it, else by discovering until it is
-/// heard or `limit` has passed. On the radio's thread.
-void FindDevice(LinuxSession& session, std::uint64_t address, std::chrono::milliseconds limit,
-                DeviceFound found);
+/// heard or the session's `SearchLimit` has passed. On the radio's thread.
+void FindDevice(LinuxSession& session, std::uint64_t address, DeviceFound found);
 
 }  // namespace corvaneble::platform::linux_radio

@@ -49,6 +49,7 @@ FileDescriptor OpenSocket(std::uint16_t index) {
   if (!socket || !AcceptsLeEvents(socket.Get()) ||
       bind(socket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
     return {};
+  kernel::EnlargeReceiveBuffer(socket.Get());
   return socket;
 }
 

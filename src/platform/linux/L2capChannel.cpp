@@ -20,8 +20,9 @@ constexpr std::chrono::seconds kPairingLimit{30};
 constexpr int kLargestBatch = 32;
 constexpr int kSignsOfABurst = 4;
 
-/// How many PDUs a waiting thread keeps at most for the radio's, which may be held up by the host:
-/// about as many as fit into the socket, where the sender is made to wait.
+/// How many PDUs a waiting thread keeps at most for the radio's, which may be held up by the host.
+/// As many again fit into the socket; what comes then is lost, for the kernel cannot make a sender
+/// wait.
 constexpr std::size_t kMostKept = 256;
 
 /// What the radio's thread watches for always; a thread that waits is woken in its place.
@@ -42,11 +43,6 @@ bool MaySendLater(int socket, int error) {
 }
 
 }  // namespace
-
-att::ChannelError ToChannelError(int error) {
-  const bool denied = error == EACCES || error == EPERM || error == EAFNOSUPPORT;
-  return denied ? att::ChannelError::AccessDenied : att::ChannelError::Unreachable;
-}
 
 L2capChannel::L2capChannel(std::shared_ptr<EventLoop> loop, FileDescriptor socket,
                            std::shared_ptr<void> keepAlive)
@@ -111,10 +107,11 @@ bool L2capChannel::SendNow(ByteView pdu) const {
 
 // An end may have PDUs before it; the socket gives them once it has been asked for its error.
 void L2capChannel::ReceiveRest() {
-  socklen_t size = sizeof error_;
-  if (error_ == 0) getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, &error_, &size);
+  int error = 0;
+  socklen_t size = sizeof error;
+  getsockopt(socket_.Get(), SOL_SOCKET, SO_ERROR, &error, &size);
   ReceiveAll();
-  End(ToChannelError(error_));
+  End();
 }
 
 void L2capChannel::ReceiveAll() {
@@ -140,7 +137,7 @@ void L2capChannel::ReceiveAll() {
   if (size > 0)
     Deliver(ByteView(pdu).first(static_cast<std::size_t>(size)));
   else
-    End(ToChannelError(size == 0 ? error_ : errno));
+    End();
   return size > 0;
 }
 
@@ -228,9 +225,10 @@ void L2capChannel::Secure(std::function<void(bool raised)> done) {
     return done(IsSecured());  // the kernel refuses where the device has seen to it meanwhile
   securityDone_ = std::move(done);
   securityTimer_ = loop_->PostAfter(kPairingLimit, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->SecurityDone(false);
+    if (const auto self = weak.lock()) self->End();
   });
-  // The kernel lets nothing be sent until the link is secured; when that fails, it ends the link.
+  // The kernel lets nothing be sent until the link is secured. When that fails it mostly ends the
+  // link; where it does not, as when this side refused, the channel is of no more use.
   WatchFor(kInput | EPOLLOUT);
 }
 
@@ -247,14 +245,15 @@ void L2capChannel::SecurityDone(bool raised) {
   if (const auto done = std::exchange(securityDone_, {})) done(raised);
 }
 
-void L2capChannel::End(att::ChannelError error) {
+void L2capChannel::End() {
   if (!open_.exchange(false)) return;
   shutdown(socket_.Get(), SHUT_RDWR);
-  loop_->Post([self = shared_from_this(), error] {
+  loop_->Post([self = shared_from_this()] {
     self->loop_->Unwatch(self->watch_);
     self->SecurityDone(false);
     self->RunWhenSent();
-    if (const auto listener = self->listener_.lock()) listener->OnClosed(error);
+    if (const auto listener = self->listener_.lock())
+      listener->OnClosed(att::ChannelError::Unreachable);
   });
 }
 

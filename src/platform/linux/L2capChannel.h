@@ -18,9 +18,6 @@
 
 namespace corvaneble::platform::linux_radio {
 
-/// What an errno of a Bluetooth socket means for whoever wanted the channel.
-[[nodiscard]] att::ChannelError ToChannelError(int error);
-
 /// The kernel's ATT channel to one device: a connected L2CAP socket, one PDU a packet. The listener
 /// is called on the radio's thread; a wait inside one of its calls runs the next call nested.
 /// Responses may come on a thread of the host instead, one that waits in the loop.
@@ -36,7 +33,7 @@ class L2capChannel final : public att::AttChannel,
   void Start(std::weak_ptr<Listener> listener) override;
   bool Send(ByteView pdu) override;
   void WhenSent(Callback<void()> done) override;
-  void Close() override { End(att::ChannelError::None); }
+  void Close() override { End(); }
   /// Has the kernel encrypt the link, and pair when there is no key yet.
   void RaiseSecurity(std::function<void(bool raised)> done) override;
 
@@ -61,7 +58,7 @@ class L2capChannel final : public att::AttChannel,
   bool IsSecured() const;
   void SecurityDone(bool raised);
   void WatchFor(std::uint32_t events);
-  void End(att::ChannelError error);
+  void End();
 
   const std::shared_ptr<void> keepAlive_;
   const std::shared_ptr<EventLoop> loop_;
@@ -80,7 +77,6 @@ class L2capChannel final : public att::AttChannel,
 
   // Below: the radio's thread alone.
   EventLoop::WatchId watch_ = 0;
-  int error_ = 0;   ///< the errno that the channel ended with
   int filled_ = 0;  ///< how often in a row there were as many PDUs as asked for
   std::function<void(bool raised)> securityDone_;
   EventLoop::TaskId securityTimer_ = 0;

@@ -37,15 +37,16 @@ const sockaddr* Generic(const kernel::L2capAddress& address) {
 }
 
 /// Begins to connect; the errno when that fails at once.
-int BeginConnect(const AdapterObject& adapter, DeviceAddress peer, FileDescriptor& socket) {
+int BeginConnect(const kernel::L2capAddress& local, const kernel::L2capAddress& remote,
+                 std::uint8_t securityLevel, FileDescriptor& socket) {
   socket = FileDescriptor(::socket(
       kernel::kAfBluetooth, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, kernel::kProtocolL2cap));
   if (!socket) return errno;
-  const auto local = SocketAddress(adapter.address, adapter.randomAddress);
   if (bind(socket.Get(), Generic(local), sizeof local) != 0) return errno;
-  const kernel::Security low;
-  setsockopt(socket.Get(), kernel::kSolBluetooth, kernel::kSecurityOption, &low, sizeof low);
-  const auto remote = SocketAddress(peer.address, peer.random);
+  const kernel::Security security{securityLevel, 0};
+  setsockopt(socket.Get(), kernel::kSolBluetooth, kernel::kSecurityOption, &security,
+             sizeof security);
+  kernel::EnlargeReceiveBuffer(socket.Get());
   if (connect(socket.Get(), Generic(remote), sizeof remote) != 0 && errno != EINPROGRESS)
     return errno;
   return 0;
@@ -55,6 +56,12 @@ int SocketError(int socket) {
   int error = 0;
   socklen_t size = sizeof error;
   return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+/// What an errno of a Bluetooth socket means for whoever wanted the channel.
+att::ChannelError ToChannelError(int error) {
+  const bool denied = error == EACCES || error == EPERM || error == EAFNOSUPPORT;
+  return denied ? att::ChannelError::AccessDenied : att::ChannelError::Unreachable;
 }
 
 /// Whether the next try may do better: the kernel gives a device that it has heard a few seconds to
@@ -71,12 +78,11 @@ bool IsWorthAnotherTry(int error) {
 /// One `Open`, with all its tries. On the radio's thread alone, but for its cancellation.
 class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
  public:
-  Attempt(const std::shared_ptr<LinuxSession>& session, DeviceAddress peer, milliseconds limit,
-          Opened opened)
+  Attempt(const std::shared_ptr<LinuxSession>& session, Peer peer, Opened opened)
       : session_(session),
         loop_(session->Loop()),
-        peer_(peer),
-        end_(SteadyClock::now() + limit),
+        peer_(std::move(peer)),
+        end_(SteadyClock::now() + session->SearchLimit()),
         opened_(std::move(opened)) {}
 
   void Begin(LinuxSession& session) {
@@ -102,9 +108,17 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
 
   void Try() {
     const auto session = session_.lock();
-    const AdapterObject* const adapter = session ? session->Adapter() : nullptr;
+    const AdapterObject* const adapter =
+        session ? session->Objects().Adapter(peer_.adapterPath) : nullptr;
     if (!adapter || !adapter->powered) return Finish({}, att::ChannelError::Unreachable);
-    if (const int error = BeginConnect(*adapter, peer_, socket_)) return OnFailed(error);
+    const DeviceObject* const known = session->Objects().Device(peer_.path);
+    if (known) peer_ = Peer(*known);
+    encrypts_ = known && known->IsBonded() && !keyIsLost_;
+    const int error =
+        BeginConnect(SocketAddress(adapter->address, adapter->randomAddress),
+                     SocketAddress(peer_.address, peer_.randomAddress),
+                     encrypts_ ? kernel::kSecurityMedium : kernel::kSecurityLow, socket_);
+    if (error != 0) return OnFailed(error);
     watch_ = loop_->Watch(socket_.Get(), EPOLLOUT,
                           [self = shared_from_this()](std::uint32_t) { self->OnReady(); });
   }
@@ -124,8 +138,12 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
     socket_.Reset();
     Release();
     const auto session = session_.lock();
+    // What a device remembers of a bond, such as subscriptions, it takes up when the link is
+    // encrypted; but one that has lost its key can still be used without.
+    keyIsLost_ |= encrypts_ && !IsWorthAnotherTry(error);
     if (session) Explain(*session, error);
-    if (!session || !IsWorthAnotherTry(error) || SteadyClock::now() + pause_ >= end_)
+    if (!session || !(keyIsLost_ || IsWorthAnotherTry(error)) ||
+        SteadyClock::now() + pause_ >= end_)
       return Finish({}, ToChannelError(error));
     retryTimer_ = loop_->PostAfter(pause_, [self = shared_from_this()] {
       const auto alive = self->session_.lock();
@@ -138,6 +156,10 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
   void Explain(LinuxSession& session, int error) {
     if (error == EBUSY && !std::exchange(saidBusy_, true))
       session.Notify("Another program holds the connection to the device; trying again.");
+    if (encrypts_ && keyIsLost_)
+      session.Notify(
+          "The device does not accept the key of its pairing; remove the pairing (bluetoothctl "
+          "remove) and pair again.");
     if (error == EAFNOSUPPORT)
       session.Notify(
           "This process may not open Bluetooth sockets; a container needs the host's "
@@ -164,7 +186,7 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
 
   const std::weak_ptr<LinuxSession> session_;
   const std::shared_ptr<EventLoop> loop_;
-  const DeviceAddress peer_;
+  Peer peer_;
   const SteadyClock::time_point end_;
   Opened opened_;  ///< empty once called
   FileDescriptor socket_;
@@ -175,6 +197,8 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
   int lastError_ = ETIMEDOUT;
   bool paused_ = false;
   bool saidBusy_ = false;
+  bool encrypts_ = false;  ///< the present try
+  bool keyIsLost_ = false;
 };
 
 L2capConnector::~L2capConnector() {
@@ -183,7 +207,7 @@ L2capConnector::~L2capConnector() {
 }
 
 void L2capConnector::Open(Opened opened) {
-  const auto attempt = std::make_shared<Attempt>(session_, peer_, limit_, std::move(opened));
+  const auto attempt = std::make_shared<Attempt>(session_, peer_, std::move(opened));
   attempt_ = attempt;
   session_->Run([attempt](LinuxSession& session) { attempt->Begin(session); });
 }

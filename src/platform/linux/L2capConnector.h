@@ -1,27 +1,21 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <utility>
 
 #include "platform/att/AttChannel.h"
 #include "platform/linux/LinuxSession.h"
 
 namespace corvaneble::platform::linux_radio {
 
-/// Where a device is found on the air.
-struct DeviceAddress {
-  std::uint64_t address = 0;
-  bool random = false;
-};
-
 /// Opens the kernel's ATT channel to one device. While another program holds that channel, or the
-/// device does not answer, it tries again until its time is up.
+/// device does not answer, it tries again until the session's `SearchLimit` has passed.
 class L2capConnector final : public att::AttConnector {
  public:
-  L2capConnector(std::shared_ptr<LinuxSession> session, DeviceAddress peer,
-                 std::chrono::milliseconds limit)
-      : session_(std::move(session)), peer_(peer), limit_(limit) {}
+  L2capConnector(std::shared_ptr<LinuxSession> session, const DeviceObject& device)
+      : session_(std::move(session)), peer_(device) {}
   ~L2capConnector() override;
 
   void Open(Opened opened) override;
@@ -29,9 +23,22 @@ class L2capConnector final : public att::AttConnector {
  private:
   class Attempt;
 
+  /// Who a device is: BlueZ may forget it, and learn that it has another address than it showed.
+  struct Peer {
+    explicit Peer(const DeviceObject& device)
+        : path(device.path),
+          adapterPath(device.adapterPath),
+          address(device.address),
+          randomAddress(device.randomAddress) {}
+
+    std::string path;
+    std::string adapterPath;
+    std::uint64_t address;
+    bool randomAddress;
+  };
+
   const std::shared_ptr<LinuxSession> session_;
-  const DeviceAddress peer_;
-  const std::chrono::milliseconds limit_;
+  const Peer peer_;
   std::weak_ptr<Attempt> attempt_;  // set by `Open`, of which there is one at a time
 };
 

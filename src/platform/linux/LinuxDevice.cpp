@@ -70,13 +70,12 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
   EventLoop::TaskId next_ = 0;
 };
 
-std::shared_ptr<LinuxDevice> LinuxDevice::Create(LinuxSession& session, const DeviceObject& device,
-                                                 std::chrono::milliseconds limit) {
-  return std::shared_ptr<LinuxDevice>(new LinuxDevice(session, device, limit));
+std::shared_ptr<LinuxDevice> LinuxDevice::Create(LinuxSession& session,
+                                                 const DeviceObject& device) {
+  return std::shared_ptr<LinuxDevice>(new LinuxDevice(session, device));
 }
 
-LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device,
-                         std::chrono::milliseconds limit)
+LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device)
     : address_(device.address), relink_(std::make_shared<Relink>(session.Loop())) {
   name_->name = device.name;
   att::GattClientEvents events;
@@ -88,9 +87,8 @@ LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device,
     changed.Raise({range});
   };
   client_ = std::make_shared<att::GattClient>(
-      std::make_shared<L2capConnector>(session.shared_from_this(),
-                                       DeviceAddress{device.address, device.randomAddress}, limit),
-      session.Loop(), std::move(events));
+      std::make_shared<L2capConnector>(session.shared_from_this(), device), session.Loop(),
+      std::move(events));
   relink_->SetClient(client_);
 
   deviceChanged_ =

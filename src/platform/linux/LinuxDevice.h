@@ -17,9 +17,8 @@ namespace corvaneble::platform::linux_radio {
 /// are raised on the radio's thread.
 class LinuxDevice final : public BluetoothLEDevice {
  public:
-  /// On the radio's thread. `limit` bounds the opening of a link.
-  static std::shared_ptr<LinuxDevice> Create(LinuxSession& session, const DeviceObject& device,
-                                             std::chrono::milliseconds limit);
+  /// On the radio's thread.
+  static std::shared_ptr<LinuxDevice> Create(LinuxSession& session, const DeviceObject& device);
   ~LinuxDevice() override;
 
   std::uint64_t BluetoothAddress() const override { return address_; }
@@ -52,7 +51,7 @@ class LinuxDevice final : public BluetoothLEDevice {
     std::string name;
   };
 
-  LinuxDevice(LinuxSession& session, const DeviceObject& device, std::chrono::milliseconds limit);
+  LinuxDevice(LinuxSession& session, const DeviceObject& device);
 
   // Handlers registered elsewhere hold copies of these: copies of a source share its handlers.
   Changed connectionStatusChanged_;

@@ -1,7 +1,5 @@
 #include "platform/linux/LinuxRadio.h"
 
-#include <algorithm>
-#include <atomic>
 #include <system_error>
 #include <utility>
 
@@ -13,19 +11,6 @@
 
 namespace corvaneble::platform::linux_radio {
 namespace {
-
-using std::chrono::milliseconds;
-
-/// How long a search or the opening of a link lasts for a caller who would wait for ever, and at
-/// most for any other.
-constexpr milliseconds kLongestSearch{30'000};
-
-/// Ends before the caller stops waiting.
-milliseconds WithMargin(milliseconds limit) {
-  if (limit <= milliseconds{0}) return kLongestSearch;
-  const milliseconds margin = std::min(limit / 10, milliseconds{1'000});
-  return std::min(limit - margin, kLongestSearch);
-}
 
 class LinuxAdapter final : public BluetoothAdapter {
  public:
@@ -72,20 +57,19 @@ class LinuxRadio final : public Radio {
   AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
       std::uint64_t address) override {
     auto operation = std::make_shared<CompletableOperation<BluetoothLEDevice>>();
-    const milliseconds limit = WithMargin(waitLimit_);
-    session_->Run([operation, address, limit, absence = absence_](LinuxSession& session) {
+    session_->Run([operation, address, absence = absence_](LinuxSession& session) {
       if (!session.Adapter()) return CompleteWithout(*operation, session, absence);
-      FindDevice(session, address, limit,
-                 [operation, limit, weak = session.weak_from_this()](const DeviceObject* device) {
-                   const auto alive = weak.lock();
-                   operation->Complete(device && alive ? LinuxDevice::Create(*alive, *device, limit)
-                                                       : nullptr);
-                 });
+      FindDevice(
+          session, address,
+          [operation, weak = session.weak_from_this()](const DeviceObject* device) {
+            const auto alive = weak.lock();
+            operation->Complete(device && alive ? LinuxDevice::Create(*alive, *device) : nullptr);
+          });
     });
     return operation;
   }
 
-  void SetWaitLimit(milliseconds limit) override { waitLimit_ = limit; }
+  void SetWaitLimit(std::chrono::milliseconds limit) override { session_->SetWaitLimit(limit); }
 
   EventToken OnNotice(Notice::Handler handler) override {
     Notice notices = session_->Notices();  // copies share their handlers
@@ -95,7 +79,6 @@ class LinuxRadio final : public Radio {
  private:
   const std::shared_ptr<LinuxSession> session_;
   const Absence absence_;
-  std::atomic<milliseconds> waitLimit_{milliseconds{0}};
 };
 
 }  // namespace

@@ -1,11 +1,20 @@
 #include "platform/linux/LinuxSession.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "platform/linux/Rfkill.h"
 
 namespace corvaneble::platform::linux_radio {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// For a caller who would wait for ever, and at most for any other.
+constexpr milliseconds kLongestSearch{30'000};
+
+}  // namespace
 
 std::shared_ptr<LinuxSession> LinuxSession::Create(std::string adapterName) {
   std::shared_ptr<LinuxSession> session(new LinuxSession(std::move(adapterName)));
@@ -34,6 +43,13 @@ void LinuxSession::Run(std::function<void(LinuxSession&)> task) {
   });
 }
 
+milliseconds LinuxSession::SearchLimit() const {
+  const milliseconds limit = waitLimit_;
+  if (limit <= milliseconds{0}) return kLongestSearch;
+  const milliseconds margin = std::min(limit / 10, milliseconds{1'000});
+  return std::min(limit - margin, kLongestSearch);
+}
+
 void LinuxSession::OpenBus() {
   if (bus_.IsOpen()) return;
   if (const int error = bus_.Open(); error == 0) {
@@ -56,13 +72,14 @@ const AdapterObject* LinuxSession::Adapter() const {
 
 std::string LinuxSession::WhyNoAdapter() const {
   const AdapterObject* const adapter = Adapter();
+  if (!adapter && IsBluetoothBlocked())
+    return "Bluetooth is blocked; unblock it (rfkill unblock bluetooth).";
   if (!adapter && !objects_.Absence().empty()) return objects_.Absence();
   if (!adapter && !adapterName_.empty() && !objects_.Adapters().empty())
     return "There is no Bluetooth adapter with the name " + adapterName_ + ".";
-  if (!adapter)
-    return "BlueZ knows no Bluetooth adapter; is one plugged in, and its driver loaded?";
+  if (!adapter) return kNoAdapter;
   if (adapter->powered) return {};
-  if (IsBluetoothBlocked(adapter->Name()))
+  if (IsAdapterBlocked(adapter->Name()))
     return "The Bluetooth adapter " + adapter->Name() +
            " is blocked; unblock it (rfkill unblock bluetooth).";
   return "The Bluetooth adapter " + adapter->Name() +

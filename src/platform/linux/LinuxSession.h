@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -13,8 +15,8 @@
 namespace corvaneble::platform::linux_radio {
 
 /// What everything of one Linux radio shares: its thread, its connection to BlueZ, the adapter it
-/// uses. Lives as long as anything that uses it; apart from `Run`, `Loop` and `Notices` all of it
-/// belongs to the radio's thread.
+/// uses. Lives as long as anything that uses it; apart from `Run`, `Loop`, `Notices` and the limit
+/// all of it belongs to the radio's thread.
 class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
  public:
   /// `adapterName` is "hci1" and the like; empty for the one that suits best.
@@ -27,6 +29,11 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   /// Runs `task` on the radio's thread once it is known what BlueZ has; the bus is opened by the
   /// first. Any thread.
   void Run(std::function<void(LinuxSession&)> task);
+
+  /// How long callers wait from now on; 0: for ever.
+  void SetWaitLimit(std::chrono::milliseconds limit) { waitLimit_ = limit; }
+  /// How long a search or the opening of a link lasts at most: it ends before its caller gives up.
+  std::chrono::milliseconds SearchLimit() const;
 
   BluezObjects& Objects() { return objects_; }
   Discovery& Scanning() { return discovery_; }
@@ -49,6 +56,7 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   const std::string adapterName_;
   const std::shared_ptr<EventLoop> loop_ = std::make_shared<EventLoop>();
   Radio::Notice notices_;
+  std::atomic<std::chrono::milliseconds> waitLimit_{std::chrono::milliseconds{0}};
   SystemBus bus_;
   BluezObjects objects_{bus_};
   Discovery discovery_{bus_, objects_};

@@ -14,16 +14,27 @@ std::string FirstLine(const std::filesystem::path& file) {
   return line;
 }
 
-}  // namespace
-
-bool IsBluetoothBlocked(const std::string& adapterName) {
-  std::error_code none;
-  for (const auto& entry : std::filesystem::directory_iterator("/sys/class/rfkill", none)) {
-    const std::filesystem::path& folder = entry.path();
-    if (FirstLine(folder / "name") == adapterName)
-      return FirstLine(folder / "soft") == "1" || FirstLine(folder / "hard") == "1";
+/// Whether a switch that has `value` in its file `key` is on.
+bool IsBlocked(const char* key, const std::string& value) {
+  std::error_code ended;
+  for (std::filesystem::directory_iterator entry("/sys/class/rfkill", ended), end;
+       !ended && entry != end; entry.increment(ended)) {
+    const std::filesystem::path& folder = entry->path();
+    if (FirstLine(folder / key) == value &&
+        (FirstLine(folder / "soft") == "1" || FirstLine(folder / "hard") == "1"))
+      return true;
   }
   return false;
+}
+
+}  // namespace
+
+bool IsAdapterBlocked(const std::string& adapterName) {
+  return IsBlocked("name", adapterName);
+}
+
+bool IsBluetoothBlocked() {
+  return IsBlocked("type", "bluetooth");
 }
 
 }  // namespace corvaneble::platform::linux_radio
