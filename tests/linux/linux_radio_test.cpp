@@ -357,6 +357,21 @@ TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
   EXPECT_EQ(host.Read(secret, "", value), 0) << host.LastError();
   EXPECT_EQ(value, "secret");
   EXPECT_TRUE(host.Lines(CORVANEBLE_EVENT_DISCONNECTED).empty());
+
+  host.Do(CORVANEBLE_METHOD_DISCONNECT);  // with the key the next link needs no pairing
+  Tell("pairing off");
+  std::this_thread::sleep_for(3s);
+  Tell("advertise");
+  Connect();
+  EXPECT_EQ(host.Read(Find(kOwnService, kSecret), "", value), 0) << host.LastError();
+
+  host.Do(CORVANEBLE_METHOD_DISCONNECT);
+  CallBluez("hci1", "Adapter1 RemoveDevice o /org/bluez/hci1/dev_00_AA_01_00_00_00");
+  std::this_thread::sleep_for(3s);
+  Tell("advertise");
+  Connect();
+  EXPECT_TRUE(Within(20s, [&] { return host.Discover() == 0; })) << host.LastError();
+  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "does not accept the key of its pairing", 1s));
 }
 
 }  // namespace

@@ -108,6 +108,9 @@ constexpr DeviceProperty kDeviceProperties[] = {
     {"Paired",
      [](DeviceObject& device, BusReader& reader) { device.paired = reader.Boolean(); },
      {}},
+    {"Bonded",
+     [](DeviceObject& device, BusReader& reader) { device.bonded = reader.Boolean(); },
+     {}},
     {"Class", [](DeviceObject& device, BusReader&) { device.classic = true; }, {}},
 };
 

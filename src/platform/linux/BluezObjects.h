@@ -44,11 +44,12 @@ struct DeviceObject {
   std::map<std::uint16_t, Bytes> manufacturerData;
   std::map<Guid, Bytes, bool (*)(const Guid&, const Guid&)> serviceData{&IsLess};
   std::optional<std::uint8_t> advertisingFlags;
-  bool paired = false;
+  bool paired = false;   ///< told late, when all services are known
+  bool bonded = false;   ///< an older BlueZ does not say
   bool classic = false;  ///< the device also knows BR/EDR
 
-  /// Whether there is a key for Low Energy. That a device is paired may mean BR/EDR alone.
-  bool IsBonded() const { return paired && !classic; }
+  /// Whether there is a key for Low Energy; with BR/EDR, the key may be that one's alone.
+  bool HasKey() const { return (paired || bonded) && !classic; }
 
  private:
   static bool IsLess(const Guid& a, const Guid& b) { return a.BigEndian() < b.BigEndian(); }

@@ -113,7 +113,7 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
     if (!adapter || !adapter->powered) return Finish({}, att::ChannelError::Unreachable);
     const DeviceObject* const known = session->Objects().Device(peer_.path);
     if (known) peer_ = Peer(*known);
-    encrypts_ = known && known->IsBonded() && !keyIsLost_;
+    encrypts_ = known && known->HasKey() && !keyIsLost_;
     const int error =
         BeginConnect(SocketAddress(adapter->address, adapter->randomAddress),
                      SocketAddress(peer_.address, peer_.randomAddress),
