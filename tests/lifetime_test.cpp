@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "support/Host.h"
@@ -104,6 +105,26 @@ TEST(Destroy, WorksFromInsideAnyCallback) {
     EXPECT_TRUE(destroyed) << where;
     EXPECT_EQ(after, 0) << where;
   }
+}
+
+TEST(Destroy, EndsWhatAnotherThreadWaitsFor) {
+  Host host(R"({"time": "real", "peripherals": [{"address": "00A050C4E2F1", "services": [
+    {"uuid": "180F", "handle": 32, "characteristics": [
+      {"uuid": "2A19", "handle": 33, "properties": ["read"], "neverResponds": true}]}]}]})");
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
+  ASSERT_EQ(host.Discover("180F"), 0);
+  std::atomic<bool> reading = false;
+  host.onEvent = [&](const HostEvent&) { return reading = true, 0; };  // the log, as it begins
+  std::thread destroyer([&] {
+    while (!reading)
+      std::this_thread::yield();
+    host.Destroy();
+  });
+  const auto begin = std::chrono::steady_clock::now();
+  std::string value;
+  EXPECT_NE(host.Read("002000210000", "", value), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+  destroyer.join();
 }
 
 }  // namespace

@@ -53,6 +53,7 @@ std::shared_ptr<BLEClient> BLEClient::FromHandle(void* handle) {
 void BLEClient::Destroy() {
   gate_.Close();
   engine_.Detach();
+  engine_.Disconnect();
   self_.reset();
 }
 

@@ -41,6 +41,8 @@ class BLEClientEngine : public ComponentBase {
 
   /// Ends the delivery of platform callbacks, after waiting for those on other threads.
   void Detach() { bridge_->Detach(); }
+  /// Releases the server: what another thread waits for ends.
+  void Disconnect() { (void)connection_.Disconnect(); }
 
   PropertyTable& Properties() { return properties_; }
   MethodTable& Methods() { return methods_; }
