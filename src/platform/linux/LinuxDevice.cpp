@@ -4,22 +4,22 @@
 #include <utility>
 
 #include "platform/Utf.h"
-#include "platform/att/AttPdu.h"
+#include "platform/linux/L2capConnector.h"
 
 namespace corvaneble::platform::linux_radio {
 
 /// Opens a lost link again: at growing intervals, until it is there or the device is let go.
 class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
  public:
-  explicit Relink(std::weak_ptr<EventLoop> loop) : loop_(std::move(loop)) {}
-
-  /// Before any link is opened.
-  void SetClient(std::weak_ptr<att::GattClient> client) { client_ = std::move(client); }
+  Relink(std::weak_ptr<EventLoop> loop, std::weak_ptr<att::GattClient> client)
+      : loop_(std::move(loop)), client_(std::move(client)) {}
 
   /// On the radio's thread.
-  void OnLinkChanged(bool open) {
+  void OnLinkChanged() {
+    const auto client = client_.lock();
+    if (!client) return;
     pause_ = kFirstPause;
-    if (!open) Schedule();
+    if (!client->IsLinkOpen()) Schedule();
   }
 
  private:
@@ -48,11 +48,8 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
   void Try() {
     const auto client = client_.lock();
     if (!client || client->IsLinkOpen()) return;
-    // Any operation over the air opens the link; this is the smallest.
-    client
-        ->GetGattServicesForUuidAsync(Guid::FromAssignedNumber(att::gatt_uuid::kGenericAccess),
-                                      BluetoothCacheMode::Uncached)
-        ->OnCompleted([weak = weak_from_this()](AsyncOperation<GattDeviceServicesResult>& tried) {
+    OpenLink(*client)->OnCompleted(
+        [weak = weak_from_this()](AsyncOperation<GattDeviceServicesResult>& tried) {
           const auto self = weak.lock();
           if (!self) return;
           const GattCommunicationStatus status = tried.GetResults()->status;
@@ -63,36 +60,22 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
   }
 
   const std::weak_ptr<EventLoop> loop_;
-  std::weak_ptr<att::GattClient> client_;
+  const std::weak_ptr<att::GattClient> client_;
 
   // Below: the radio's thread alone.
   std::chrono::milliseconds pause_ = kFirstPause;
   EventLoop::TaskId next_ = 0;
 };
 
-std::shared_ptr<LinuxDevice> LinuxDevice::Create(LinuxSession& session,
-                                                 const DeviceObject& device) {
-  return std::shared_ptr<LinuxDevice>(new LinuxDevice(session, device));
-}
-
 LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device)
-    : address_(device.address), relink_(std::make_shared<Relink>(session.Loop())) {
+    : AttDevice(std::make_shared<L2capConnector>(session.shared_from_this(), device),
+                session.Loop()),
+      address_(device.address) {
   name_->name = device.name;
-  att::GattClientEvents events;
-  events.linkChanged = [changed = connectionStatusChanged_, relink = relink_](bool open) {
-    relink->OnLinkChanged(open);
-    changed.Raise();
-  };
-  events.servicesChanged = [changed = servicesChanged_](const std::u16string& range) {
-    changed.Raise({range});
-  };
-  client_ = std::make_shared<att::GattClient>(
-      std::make_shared<L2capConnector>(session.shared_from_this(), device), session.Loop(),
-      std::move(events));
-  relink_->SetClient(client_);
-
+  linkChanged_ = OnConnectionStatusChanged(
+      [relink = std::make_shared<Relink>(session.Loop(), Client())] { relink->OnLinkChanged(); });
   deviceChanged_ =
-      session.Objects().OnDeviceChanged([path = device.path, kept = name_, changed = nameChanged_](
+      session.Objects().OnDeviceChanged([path = device.path, kept = name_, changed = NameChanged()](
                                             const DeviceObject& now, DeviceChange change) {
         if (!change.name || now.path != path) return;
         {
@@ -102,15 +85,6 @@ LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device)
         }
         changed.Raise();
       });
-}
-
-LinuxDevice::~LinuxDevice() {
-  client_->Close();
-}
-
-BluetoothConnectionStatus LinuxDevice::ConnectionStatus() const {
-  return client_->IsLinkOpen() ? BluetoothConnectionStatus::Connected
-                               : BluetoothConnectionStatus::Disconnected;
 }
 
 std::u16string LinuxDevice::Name() const {

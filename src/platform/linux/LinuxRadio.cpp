@@ -59,12 +59,12 @@ class LinuxRadio final : public Radio {
     auto operation = std::make_shared<CompletableOperation<BluetoothLEDevice>>();
     session_->Run([operation, address, absence = absence_](LinuxSession& session) {
       if (!session.Adapter()) return CompleteWithout(*operation, session, absence);
-      FindDevice(
-          session, address,
-          [operation, weak = session.weak_from_this()](const DeviceObject* device) {
-            const auto alive = weak.lock();
-            operation->Complete(device && alive ? LinuxDevice::Create(*alive, *device) : nullptr);
-          });
+      FindDevice(session, address,
+                 [operation, weak = session.weak_from_this()](const DeviceObject* device) {
+                   const auto alive = weak.lock();
+                   operation->Complete(
+                       device && alive ? std::make_shared<LinuxDevice>(*alive, *device) : nullptr);
+                 });
     });
     return operation;
   }
