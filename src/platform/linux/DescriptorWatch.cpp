@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/PlatformFailure.h"
+#include "platform/RadioThread.h"
 
 namespace corvaneble::platform::linux_radio {
 namespace {
@@ -66,7 +66,7 @@ void DescriptorWatch::Wait(std::chrono::milliseconds limit) {
   if (event.data.u64 == kWakeId) {
     wake_.Clear();
   } else if (const auto handler = HandlerOf(event.data.u64)) {
-    (*handler)(event.events);
+    RunOnRadioThread(*handler, event.events);
   }
 }
 

@@ -8,6 +8,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "platform/RadioThread.h"
+
 namespace corvaneble::platform::linux_radio {
 namespace {
 
@@ -24,9 +26,9 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const std::lock_guard lock(mutex_);
     const TaskId id = ++lastId_;
     if (stopped_) return id;
+    StartThread();
     const auto place = queue_.emplace(std::pair(due, id), std::move(task)).first;
     dueTimes_.emplace(id, due);
-    StartThread();
     if (place == queue_.begin() && due < sleepsUntil_ && !IsLoopThread()) descriptors_.Wake();
     return id;
   }
@@ -103,7 +105,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   // Down to `TimeToSleep` all expect mutex_ to be held.
   void StartThread() {
     if (threadId_.load() != std::thread::id()) return;
-    thread_ = std::thread([self = shared_from_this()] {
+    thread_ = StartRadioThread([self = shared_from_this()] {
       while (!self->IsStopped())
         self->RunOnce(kLongestWait);
     });
@@ -138,7 +140,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
       node = queue_.extract(queue_.begin());
       dueTimes_.erase(node.key().second);
     }
-    node.mapped()();
+    RunOnRadioThread(node.mapped());
     return true;
   }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/RadioThread.h"
 #include "platform/SystemServices.h"
 
 namespace corvaneble::platform::simulated {
@@ -110,13 +111,11 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   TaskId Submit(TimePoint due, Task task) {
     const TaskId id = ++lastId_;
     if (stopped_) return id;
+    if (!thread_.joinable())
+      thread_ = StartRadioThread([self = shared_from_this()] { self->Run(); });
     const auto place = queue_.emplace(std::pair(due, id), std::move(task)).first;
     dueTimes_.emplace(id, due);
-    if (!thread_.joinable()) {
-      thread_ = std::thread([self = shared_from_this()] { self->Run(); });
-    } else if (place == queue_.begin()) {
-      wake_.notify_one();
-    }
+    if (place == queue_.begin()) wake_.notify_one();
     return id;
   }
 
@@ -139,7 +138,7 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
     dueTimes_.erase(node.key().second);
     ++running_;
     lock.unlock();
-    node.mapped()();
+    RunOnRadioThread(node.mapped());
     node = {};
     lock.lock();
     --running_;
