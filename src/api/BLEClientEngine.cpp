@@ -36,16 +36,8 @@ void BLEClientEngine::Attach(std::weak_ptr<void> owner) {
 }
 
 platform::GattCharacteristic::ValueChanged::Handler BLEClientEngine::ValueChangedHandler() {
-  // One reference beside the engine's: the handler is copied to every characteristic and must fit
-  // into a std::function without an allocation of its own.
-  struct Context {
-    BLEClientEngine* engine;
-    std::shared_ptr<BLEEvent> bridge;
-  };
-  return [context = std::make_shared<Context>(Context{this, bridge_})](
-             platform::GattCharacteristic& sender, platform::ByteView value) {
-    context->bridge->Deliver(
-        [&] { context->engine->subscriptions_.OnValueChanged(sender, value); });
+  return [this, bridge = bridge_](platform::GattCharacteristic& sender, platform::ByteView value) {
+    bridge->Deliver([&] { subscriptions_.OnValueChanged(sender, value); });
   };
 }
 

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
-#include <map>
 #include <mutex>
 #include <thread>
-#include <unordered_map>
 #include <utility>
 
 #include "platform/RadioThread.h"
+#include "platform/TaskQueue.h"
 
 namespace corvaneble::platform::linux_radio {
 namespace {
@@ -24,22 +23,18 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
  public:
   TaskId Submit(SteadyClock::time_point due, Task task) {
     const std::lock_guard lock(mutex_);
-    const TaskId id = ++lastId_;
+    const TaskId id = queue_.NewId();
     if (stopped_) return id;
     StartThread();
-    const auto place = queue_.emplace(std::pair(due, id), std::move(task)).first;
-    dueTimes_.emplace(id, due);
-    if (place == queue_.begin() && due < sleepsUntil_ && !IsLoopThread()) descriptors_.Wake();
+    const bool isFirst = queue_.Add(id, due, std::move(task));
+    if (isFirst && due < sleepsUntil_ && !IsLoopThread()) descriptors_.Wake();
     return id;
   }
 
   void Cancel(TaskId id) {
-    Queue::node_type forgotten;  // dies after the lock: a task may own anything
+    TaskQueue::Taken forgotten;  // dies after the lock
     const std::lock_guard lock(mutex_);
-    const auto due = dueTimes_.find(id);
-    if (due == dueTimes_.end()) return;
-    forgotten = queue_.extract({due->second, id});
-    dueTimes_.erase(due);
+    forgotten = queue_.Take(id);
   }
 
   WatchId Watch(int fd, std::uint32_t events, ReadyHandler handler) {
@@ -80,13 +75,12 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
 
   void Stop() {
-    Queue tasks;
+    TaskQueue dropped;  // dies after the lock
     std::thread thread;
     {
       const std::lock_guard lock(mutex_);
       stopped_ = true;
-      tasks.swap(queue_);
-      dueTimes_.clear();
+      std::swap(dropped, queue_);
       thread = std::move(thread_);
     }
     descriptors_.Close();
@@ -100,8 +94,6 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
 
  private:
-  using Queue = std::map<std::pair<SteadyClock::time_point, TaskId>, Task>;
-
   // Down to `TimeToSleep` all expect mutex_ to be held.
   void StartThread() {
     if (threadId_.load() != std::thread::id()) return;
@@ -117,7 +109,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   milliseconds TimeToSleep(milliseconds limit) {
     const auto now = SteadyClock::now();
     if (sleepsUntil_ <= now) sleepsUntil_ = now + kLongestWait;
-    if (!queue_.empty()) sleepsUntil_ = std::min(sleepsUntil_, queue_.begin()->first.first);
+    if (!queue_.IsEmpty()) sleepsUntil_ = std::min(sleepsUntil_, queue_.FirstDue());
     const auto left = std::chrono::ceil<milliseconds>(sleepsUntil_ - now);
     return std::clamp(left, milliseconds{0}, limit);
   }
@@ -133,14 +125,13 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
 
   bool RunDueTask() {
-    Queue::node_type node;
+    TaskQueue::Taken due;
     {
       const std::lock_guard lock(mutex_);
-      if (queue_.empty() || queue_.begin()->first.first > SteadyClock::now()) return false;
-      node = queue_.extract(queue_.begin());
-      dueTimes_.erase(node.key().second);
+      if (!queue_.IsDue(SteadyClock::now())) return false;
+      due = queue_.TakeFirst();
     }
-    RunOnRadioThread(node.mapped());
+    RunOnRadioThread(due.mapped());
     return true;
   }
 
@@ -162,9 +153,7 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   bool stopped_ = false;
   std::weak_ptr<LendableInput> lent_;
   SteadyClock::time_point sleepsUntil_{};  ///< when the thread wakes without being woken
-  TaskId lastId_ = 0;
-  Queue queue_;
-  std::unordered_map<TaskId, SteadyClock::time_point> dueTimes_;  ///< of the queued tasks
+  TaskQueue queue_;
 };
 
 EventLoop::EventLoop() : core_(std::make_shared<Core>()) {}

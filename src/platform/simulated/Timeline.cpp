@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <map>
 #include <mutex>
 #include <thread>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "platform/RadioThread.h"
 #include "platform/SystemServices.h"
+#include "platform/TaskQueue.h"
 
 namespace corvaneble::platform::simulated {
 namespace {
@@ -52,12 +51,9 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   }
 
   void Cancel(TaskId id) {
-    Queue::node_type forgotten;  // dies after the lock: a task may own anything
+    TaskQueue::Taken forgotten;  // dies after the lock
     const std::lock_guard lock(mutex_);
-    const auto due = dueTimes_.find(id);
-    if (due == dueTimes_.end()) return;
-    forgotten = queue_.extract({due->second, id});
-    dueTimes_.erase(due);
+    forgotten = queue_.Take(id);
   }
 
   bool IsRadioThread() const {
@@ -76,13 +72,12 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   }
 
   void Stop() {
-    Queue dropped;
+    TaskQueue dropped;  // dies after the lock
     std::thread thread;
     {
       const std::lock_guard lock(mutex_);
       stopped_ = true;
-      dropped.swap(queue_);
-      dueTimes_.clear();
+      std::swap(dropped, queue_);
       thread = std::move(thread_);
     }
     wake_.notify_one();
@@ -96,7 +91,6 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   }
 
  private:
-  using Queue = std::map<std::pair<TimePoint, TaskId>, Task>;
   using Lock = std::unique_lock<std::mutex>;
 
   /// A thread that waits in virtual time.
@@ -109,13 +103,11 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   TimePoint LockedNow() const { return virtual_ ? now_ : std::chrono::steady_clock::now(); }
 
   TaskId Submit(TimePoint due, Task task) {
-    const TaskId id = ++lastId_;
+    const TaskId id = queue_.NewId();
     if (stopped_) return id;
     if (!thread_.joinable())
       thread_ = StartRadioThread([self = shared_from_this()] { self->Run(); });
-    const auto place = queue_.emplace(std::pair(due, id), std::move(task)).first;
-    dueTimes_.emplace(id, due);
-    if (place == queue_.begin()) wake_.notify_one();
+    if (queue_.Add(id, due, std::move(task))) wake_.notify_one();
     return id;
   }
 
@@ -124,28 +116,26 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
     while (!stopped_) {
       if (virtual_) {
         if (!AdvanceVirtual(lock)) wake_.wait(lock);
-      } else if (queue_.empty()) {
+      } else if (queue_.IsEmpty()) {
         wake_.wait(lock);
       } else if (!RunDueTask(lock)) {
-        const TimePoint due = queue_.begin()->first.first;
-        wake_.wait_until(lock, due);
+        wake_.wait_until(lock, TimePoint(queue_.FirstDue()));
       }
     }
   }
 
   void RunFirstTask(Lock& lock) {
-    auto node = queue_.extract(queue_.begin());
-    dueTimes_.erase(node.key().second);
+    TaskQueue::Taken first = queue_.TakeFirst();
     ++running_;
     lock.unlock();
-    RunOnRadioThread(node.mapped());
-    node = {};
+    RunOnRadioThread(first.mapped());
+    first = {};
     lock.lock();
     --running_;
   }
 
   bool RunDueTask(Lock& lock) {
-    if (queue_.empty() || queue_.begin()->first.first > LockedNow()) return false;
+    if (!queue_.IsDue(LockedNow())) return false;
     RunFirstTask(lock);
     return true;
   }
@@ -160,8 +150,8 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
         (*std::min_element(waiters_.begin(), waiters_.end(), [](auto* a, auto* b) {
           return a->end < b->end;
         }))->end;
-    if (!queue_.empty() && queue_.begin()->first.first <= end) {
-      now_ = std::max(now_, queue_.begin()->first.first);
+    if (queue_.IsDue(end)) {
+      now_ = std::max(now_, queue_.FirstDue());
       RunFirstTask(lock);
       return true;
     }
@@ -181,8 +171,7 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   void WaitVirtual(Lock& lock, milliseconds duration, const WakeSignal* signal, bool nested) {
     Waiter waiter{now_ + duration, signal};
     if (signal && signal->IsSet()) return;
-    const bool nothingDue = queue_.empty() || queue_.begin()->first.first > waiter.end;
-    if (nothingDue && waiters_.empty() && running_ == 0) {
+    if (!queue_.IsDue(waiter.end) && waiters_.empty() && running_ == 0) {
       now_ = waiter.end;
       return;
     }
@@ -204,7 +193,7 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
       TimePoint next = std::chrono::steady_clock::now();
       if (next >= end) return;
       next = signal ? std::min(end, next + kSignalCheck) : end;
-      if (!queue_.empty()) next = std::min(next, queue_.begin()->first.first);
+      if (!queue_.IsEmpty()) next = std::min(next, queue_.FirstDue());
       wake_.wait_until(lock, next);
     }
   }
@@ -216,11 +205,9 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   std::thread thread_;
   bool stopped_ = false;
   int running_ = 0;  ///< tasks begun and not finished; more than one when waits nest
-  TaskId lastId_ = 0;
-  Queue queue_;
-  std::unordered_map<TaskId, TimePoint> dueTimes_;  ///< of the queued tasks, for `Cancel`
-  TimePoint now_{};                                 ///< virtual mode
-  std::vector<Waiter*> waiters_;                    ///< virtual mode; owned by the waiting threads
+  TaskQueue queue_;
+  TimePoint now_{};               ///< virtual mode
+  std::vector<Waiter*> waiters_;  ///< virtual mode; owned by the waiting threads
 };
 
 Timeline::Timeline(Mode mode)
