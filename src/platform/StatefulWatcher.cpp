@@ -26,7 +26,7 @@ void StatefulWatcher::Start() {
   {
     const std::lock_guard lock(mutex_);
     if (order_) return;
-    order_ = order = ScanOrderPtr(new ScanOrder{mode_, filter_, received_});
+    order_ = order = std::make_shared<ScanOrder>(mode_, filter_, received_);
   }
   BeginScan(std::move(order));
 }

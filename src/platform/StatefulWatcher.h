@@ -12,6 +12,13 @@ namespace corvaneble::platform {
 /// What one call of `Start` asked for. It is over, for good, when the watcher was stopped, aborted
 /// or let go of; from then on no packet is reported any more, but for one whose report has begun.
 struct ScanOrder {
+  ScanOrder(BluetoothLEScanningMode scanningMode,
+            BluetoothLEAdvertisementFilter advertisementFilter,
+            BluetoothLEAdvertisementWatcher::Received receivedEvent)
+      : mode(scanningMode),
+        filter(std::move(advertisementFilter)),
+        received(std::move(receivedEvent)) {}
+
   const BluetoothLEScanningMode mode;
   const BluetoothLEAdvertisementFilter filter;
   const BluetoothLEAdvertisementWatcher::Received received;
