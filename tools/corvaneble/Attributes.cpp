@@ -40,10 +40,11 @@ std::vector<int> Matches(Client& client, const Level& level, const std::string& 
   return matches;
 }
 
-int TheOne(Client& client, const Level& level, const std::string& wanted) {
+int TheOne(Client& client, const Level& level, const std::string& wanted,
+           const std::string& owner = "the device") {
   const auto matches = Matches(client, level, wanted);
   if (matches.empty())
-    throw std::runtime_error("the device has no " + std::string(level.kind) + " " + wanted);
+    throw std::runtime_error(owner + " has no " + std::string(level.kind) + " " + wanted);
   if (matches.size() == 1) return matches.front();
   std::string text = "the device has several: name the " + std::string(level.kind) + " by one of";
   for (const int match : matches)
@@ -79,7 +80,8 @@ FoundAttribute FindAttribute(Client& client, const AttributePath& wanted) {
   client.DiscoverCharacteristics(found.path.service,
                                  IsIdentifier(characteristic) ? "" : characteristic);
   client.SetText(CORVANEBLE_PROPERTY_SERVICE, found.path.service);
-  const int index = found.index = TheOne(client, kCharacteristics, characteristic);
+  const int index = found.index =
+      TheOne(client, kCharacteristics, characteristic, "service " + wanted.service);
   found.path.characteristic = take(kCharacteristics, index);
   if (wanted.descriptor.empty()) {
     found.formats = FormatsOf(client, index);
@@ -87,7 +89,8 @@ FoundAttribute FindAttribute(Client& client, const AttributePath& wanted) {
   }
   client.DiscoverDescriptors(found.path.service, found.path.characteristic);
   client.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC, found.path.characteristic);
-  found.path.descriptor = take(kDescriptors, TheOne(client, kDescriptors, wanted.descriptor));
+  found.path.descriptor = take(kDescriptors, TheOne(client, kDescriptors, wanted.descriptor,
+                                                    "characteristic " + characteristic));
   return found;
 }
 

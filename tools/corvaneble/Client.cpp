@@ -1,5 +1,6 @@
 #include "Client.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <chrono>
@@ -27,7 +28,7 @@ Client::Client(Handler handler, int timeout, int logLevel) : handler_(std::move(
   handle_.reset(CorvaneBLE_BLEClient_Create(&Client::OnEvent, this, nullptr, 0));
   if (!handle_) throw std::bad_alloc();
   Config("CodePage=65001");
-  Config("LogLevel=" + std::to_string(logLevel));
+  Config("LogLevel=" + std::to_string(std::max(logLevel, int{CORVANEBLE_LOG_INFO})));
   if (timeout >= 0) SetNumber(CORVANEBLE_PROPERTY_TIMEOUT, timeout);
 }
 

@@ -34,7 +34,8 @@ class Client {
  public:
   using Handler = std::function<void(const Event&)>;
 
-  /// Identifiers are the library's; `timeout` is in seconds, kept as it is when negative.
+  /// Identifiers are the library's; `timeout` is in seconds, kept as it is when negative. Log lines
+  /// come up to `logLevel`, and at least those that inform.
   explicit Client(Handler handler = {}, int timeout = -1, int logLevel = CORVANEBLE_LOG_NONE);
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;

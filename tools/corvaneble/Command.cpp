@@ -1,5 +1,8 @@
 #include "Command.h"
 
+#include <cmath>
+#include <cstdlib>
+
 #include "Attributes.h"
 #include "Names.h"
 #include "Terminal.h"
@@ -7,6 +10,19 @@
 
 namespace corvaneble::tool {
 namespace {
+
+/// A message whose further lines are set in below the first.
+std::string Indented(std::string_view text) {
+  std::string lines;
+  for (;;) {
+    const std::size_t end = text.find("\r\n");
+    lines += Sanitize(text.substr(0, end));
+    if (end == std::string_view::npos) return lines;
+    text.remove_prefix(end + 2);
+    if (text.substr(0, 1) == "\t") text.remove_prefix(1);
+    lines += "\n      ";
+  }
+}
 
 std::string NormalizeAddress(std::string text) {
   if (text.size() == 17)
@@ -20,10 +36,13 @@ std::string NormalizeAddress(std::string text) {
 }  // namespace
 
 Client::Handler Session::Reporting(Client::Handler handler) const {
-  return [handler = std::move(handler)](const Event& event) {
-    if (const auto* line = std::get_if<LogLine>(&event))
+  return [level = logLevel, handler = std::move(handler)](const Event& event) {
+    const auto* line = std::get_if<LogLine>(&event);
+    if (line && line->level <= level)
       Write(Stream::Diagnostics, "log " + std::to_string(line->level) + " " + line->kind + ": " +
-                                     Sanitize(line->message) + "\n");
+                                     Indented(line->message) + "\n");
+    else if (line && line->kind == "Radio")  // something that the user can do something about
+      Complain(line->message);
     if (const auto* error = std::get_if<ErrorReported>(&event))
       Complain(std::to_string(error->code) + " " + error->text);
     if (handler) handler(event);
@@ -48,6 +67,23 @@ void AddCharacteristic(CLI::App& command, AttributePath& path) {
 std::string CheckAttribute(const std::string& text) {
   if (IsIdentifier(text) || !CanonicalUuid(text).empty()) return "";
   return "an identifier has 12 hexadecimal digits, a UUID 4, 8, 32, or 36 with dashes";
+}
+
+std::string CheckUuid(const std::string& text) {
+  return CanonicalUuid(text).empty() ? "a UUID has 4, 8, 32 hexadecimal digits, or 36 with dashes"
+                                     : "";
+}
+
+std::string CheckSeconds(const std::string& text) {
+  char* end = nullptr;
+  const double seconds = std::strtod(text.c_str(), &end);
+  const bool isNumber = end == text.c_str() + text.size() && std::isfinite(seconds);
+  return isNumber && seconds >= 0 ? "" : "must be a number of seconds, 0 or more";
+}
+
+std::string CheckCount(const std::string& text) {
+  const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
+  return isNumber ? "" : "must be a number, 0 or more";
 }
 
 std::string Examples(std::initializer_list<const char*> lines) {

@@ -53,6 +53,11 @@ void AddCharacteristic(CLI::App& command, AttributePath& path);
 /// Checks an argument: what is wrong with `text` as a UUID or an identifier; empty when nothing is.
 std::string CheckAttribute(const std::string& text);
 
+/// The same for a UUID, for a time in seconds and for a count.
+std::string CheckUuid(const std::string& text);
+std::string CheckSeconds(const std::string& text);
+std::string CheckCount(const std::string& text);
+
 /// The lines under a command's help.
 std::string Examples(std::initializer_list<const char*> lines);
 

@@ -92,12 +92,15 @@ void AddDemoCommand(CLI::App& app, Session& session) {
   const auto seconds = std::make_shared<double>(3);
   command->add_option("--for", *seconds, "How long to scan (3)")
       ->type_name("SECONDS")
-      ->check(CLI::Validator(CLI::NonNegativeNumber).description(""));
+      ->check(CheckSeconds);
   command->footer(Examples({"demo", "--log debug demo"}) +
                   "\nUses the simulated radio unless --radio names another one.");
   command->callback([&session, seconds] {
     if (session.radio.empty()) session.radio = "simulated";
-    session.run = [&session, seconds] { return Demo(session).Run(*seconds); };
+    session.run = [&session, seconds] {
+      if (session.json) throw UsageError("the demo is for people: it has no --json");
+      return Demo(session).Run(*seconds);
+    };
   });
 }
 

@@ -24,6 +24,31 @@ void WatchForInterrupt() {
 #endif
 }
 
+#ifdef _WIN32
+InterruptibleCalls::InterruptibleCalls() = default;  // they are
+InterruptibleCalls::~InterruptibleCalls() = default;
+#else
+namespace {
+
+void RestartCalls(bool restart) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    action.sa_flags = restart ? action.sa_flags | SA_RESTART : action.sa_flags & ~SA_RESTART;
+    sigaction(signal, &action, nullptr);
+  }
+}
+
+}  // namespace
+
+InterruptibleCalls::InterruptibleCalls() {
+  RestartCalls(false);
+}
+InterruptibleCalls::~InterruptibleCalls() {
+  RestartCalls(true);
+}
+#endif
+
 bool Interrupted() {
   return interrupted;
 }

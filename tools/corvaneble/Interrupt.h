@@ -9,6 +9,15 @@ void WatchForInterrupt();
 
 bool Interrupted();
 
+/// While it lives, an interrupt also ends a call to the system that waits, such as for input.
+class InterruptibleCalls {
+ public:
+  InterruptibleCalls();
+  ~InterruptibleCalls();
+  InterruptibleCalls(const InterruptibleCalls&) = delete;
+  InterruptibleCalls& operator=(const InterruptibleCalls&) = delete;
+};
+
 /// What an interrupted command throws once it is between two operations.
 struct InterruptedError {};
 void StopIfInterrupted();

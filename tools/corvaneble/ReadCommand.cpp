@@ -45,7 +45,10 @@ void AddReadCommand(CLI::App& app, Session& session) {
   command->footer(Examples({"read C0FFEE123456 180F 2A19", "read C0FFEE123456 180A 2A29 --raw",
                             "--json read C0FFEE123456 000A00000000 000A000B0000"}));
   command->callback([&session, options] {
-    session.run = [&session, options] { return RunRead(session, *options); };
+    session.run = [&session, options] {
+      if (session.json && options->raw) throw UsageError("choose one of --json and --raw");
+      return RunRead(session, *options);
+    };
   });
 }
 

@@ -78,6 +78,7 @@ class Scan {
     while (!Interrupted() && !stopped_ && heard_ < options_.count && elapsed() < options_.seconds) {
       client_.Step();
       view_.Refresh();
+      CheckOutput();
     }
     const bool endedByItself = stopped_.has_value();
     client_.StopScanning();
@@ -121,13 +122,15 @@ void AddScanCommand(CLI::App& app, Session& session) {
   command->add_option("--service", options->services, "Only devices that list this service")
       ->type_name("UUID")
       ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(CheckUuid);
   command->add_flag("--active", options->active, "Ask the devices for their scan response");
   command->add_option("--for", options->seconds, "End after this time")
       ->type_name("SECONDS")
-      ->check(CLI::Validator(CLI::NonNegativeNumber).description(""));
+      ->check(CheckSeconds);
   command->add_option("--count", options->count, "End after this many advertisements")
-      ->type_name("N");
+      ->type_name("N")
+      ->check(CheckCount);
   command->footer(Examples({"scan", "scan --active --for 10", "scan --service 180D --service 180F",
                             "--json scan --count 100 > heard.jsonl"}) +
                   "\nWithout --for and --count it goes on until Ctrl-C. On a terminal it shows a "

@@ -1,7 +1,10 @@
 #include "Terminal.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <stdexcept>
 
 #include "Text.h"
 
@@ -16,6 +19,9 @@
 
 namespace corvaneble::tool {
 namespace {
+
+/// The errno of the first output that was lost; written where events are shown, on one thread.
+int outputError = 0;
 
 std::FILE* File(Stream stream) {
   return stream == Stream::Output ? stdout : stderr;
@@ -62,8 +68,14 @@ void Write(Stream stream, std::string_view text) {
 #ifdef _WIN32
   if (stream == Stream::Output) _setmode(_fileno(stdout), _O_BINARY);
 #endif
-  std::fwrite(text.data(), 1, text.size(), File(stream));
-  std::fflush(File(stream));
+  const bool written = std::fwrite(text.data(), 1, text.size(), File(stream)) == text.size() &&
+                       std::fflush(File(stream)) == 0;
+  if (!written && stream == Stream::Output && outputError == 0) outputError = errno;
+}
+
+void CheckOutput() {
+  if (outputError != 0)
+    throw std::runtime_error(std::string("cannot write the output: ") + std::strerror(outputError));
 }
 
 void WriteLine(std::string line) {

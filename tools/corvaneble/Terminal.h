@@ -26,6 +26,10 @@ void UseBinaryInput();
 void Write(Stream stream, std::string_view text);
 void WriteLine(std::string line);
 
+/// Throws when something written to standard output was lost, as on a full disk. What goes on
+/// writing asks now and then.
+void CheckOutput();
+
 /// A message for the person at the terminal, on standard error: "corvaneble: TEXT".
 void Complain(std::string_view text);
 

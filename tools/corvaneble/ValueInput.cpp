@@ -1,11 +1,13 @@
 #include "ValueInput.h"
 
-#include <fstream>
-#include <iostream>
-#include <iterator>
-#include <stdexcept>
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
 
 #include "Command.h"
+#include "Interrupt.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -21,24 +23,29 @@ int Digit(char c) {
   return c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
 }
 
+[[noreturn]] void FailToRead(const std::string& name, int error) {
+  StopIfInterrupted();
+  throw UsageError("cannot read " + name + ": " + std::strerror(error));
+}
+
 /// At most one byte more than a value can have: enough to see that it is too long.
-Bytes ReadSome(std::istream& stream) {
-  Bytes bytes;
-  for (char c = 0; bytes.size() <= kLongestValue && stream.get(c);)
-    bytes.push_back(static_cast<std::uint8_t>(c));
+Bytes ReadSome(std::FILE* file, const std::string& name) {
+  Bytes bytes(kLongestValue + 1);
+  bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
+  if (std::ferror(file) != 0) FailToRead(name, errno);
   return bytes;
 }
 
 Bytes ReadFile(const std::string& path) {
   if (path == "-") {
     UseBinaryInput();
-    return ReadSome(std::cin);
+    const InterruptibleCalls interruptible;
+    return ReadSome(stdin, "standard input");
   }
-  std::ifstream file(path, std::ios::binary);
-  Bytes bytes = ReadSome(file);
-  if (!file.is_open() || file.bad() || (bytes.empty() && !file.eof()))
-    throw std::runtime_error("cannot read " + path);
-  return bytes;
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                             &std::fclose);
+  if (!file) FailToRead(path, errno);
+  return ReadSome(file.get(), path);
 }
 
 }  // namespace

@@ -58,6 +58,7 @@ class Watch {
       if (std::exchange(backAgain_, false)) SubscribeAll();
       client_.Step();
       view_->Refresh(false);
+      CheckOutput();
     }
     UnsubscribeAll();
     view_->Refresh(true);
@@ -113,6 +114,9 @@ class Watch {
   void OnEvent(const Event& event) {
     if (const auto* value = std::get_if<ValueReceived>(&event)) OnValue(*value);
     if (const auto* link = std::get_if<LinkChanged>(&event)) OnLink(*link);
+    const auto* update = std::get_if<ServerUpdated>(&event);
+    if (update && update->name.empty())
+      Say("the device has changed its services; if no more values come, watch it anew");
   }
 
   void OnValue(const ValueReceived& received) {
@@ -194,8 +198,10 @@ void AddWatchCommand(CLI::App& app, Session& session) {
   command->add_flag("--all", options->wish.all, "All that can notify or indicate");
   command->add_option("--for", options->seconds, "End after this time")
       ->type_name("SECONDS")
-      ->check(CLI::Validator(CLI::NonNegativeNumber).description(""));
-  command->add_option("--count", options->count, "End after this many values")->type_name("N");
+      ->check(CheckSeconds);
+  command->add_option("--count", options->count, "End after this many values")
+      ->type_name("N")
+      ->check(CheckCount);
   command->add_flag("--csv", options->csv, "A table for spreadsheets: one line a value");
   command->add_option("--plot", options->plot, "At the end, draw the numbers over time")
       ->type_name("FILE.svg");

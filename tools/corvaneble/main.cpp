@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <iostream>
 #include <map>
 #include <string_view>
 
@@ -42,8 +43,18 @@ const std::map<std::string, int> kLogLevels = {{"none", CORVANEBLE_LOG_NONE},
                                                {"detail", CORVANEBLE_LOG_DETAIL},
                                                {"debug", CORVANEBLE_LOG_DEBUG}};
 
+std::string CheckRadio(const std::string& name) {
+  for (const std::string_view radio : {"auto", "simulated", "linux", "windows"})
+    if (name == radio) return "";
+  for (const std::string_view prefix : {"simulated:", "linux:"})
+    if (std::string_view(name).substr(0, prefix.size()) == prefix) return "";
+  return "a radio is auto, simulated, simulated:FILE.json, linux, linux:hciN or windows";
+}
+
 void AddGlobalOptions(CLI::App& app, Session& session) {
-  app.add_option("--radio", session.radio, "The radio to use")->type_name("NAME");
+  app.add_option("--radio", session.radio, "The radio to use")
+      ->type_name("NAME")
+      ->check(CheckRadio);
   app.add_option("--timeout", session.timeout, "Time for each operation of the radio (60)")
       ->type_name("SECONDS")
       ->check(CLI::Range(0, 86400).description(""));
@@ -65,6 +76,7 @@ int Run(Session& session) {
   WatchForInterrupt();
   try {
     const int code = session.run();
+    CheckOutput();
     return Interrupted() ? kInterrupted : code;
   } catch (const InterruptedError&) {
     return kInterrupted;
@@ -86,7 +98,7 @@ int Main(int argc, char** argv) {
   CLI::App app(kDescription, "corvaneble");
   app.footer(kFooter);
   app.set_version_flag("--version", "corvaneble " CORVANEBLE_VERSION);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);  // so that a word that is no command is named
   app.fallthrough();
   AddGlobalOptions(app, session);
   AddScanCommand(app, session);
@@ -103,9 +115,12 @@ int Main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kUsage;
+    if (app.exit(error) != 0) return kUsage;
+    return std::cout.flush() ? kDone : kFailed;
   }
-  return Run(session);
+  if (session.run) return Run(session);
+  Complain("a command is missing; corvaneble --help lists them");
+  return kUsage;
 }
 
 }  // namespace
