@@ -39,6 +39,21 @@ class BindingTest(unittest.TestCase):
             self.assertEqual(client.read_value(service.id, notepad.id, name.id).decode(),
                              "Zettel für Küche")
 
+    def test_arguments_of_the_wrong_kind(self):
+        with client_in("echo.json") as client:
+            for error, action in [
+                    (TypeError, lambda: client.connect(0xC40E00000003)),
+                    (TypeError, lambda: client.connect(None)),
+                    (TypeError, lambda: client.read_value("001200000000", 0x0013)),
+                    (TypeError, lambda: client.write_value("001200000000", "001200130000", 5)),
+                    (TypeError, lambda: setattr(client, "timeout", "5")),
+                    (TypeError, lambda: setattr(client, "service", 5)),
+                    (OverflowError, lambda: setattr(client, "timeout", 2**32)),
+                    (OverflowError, lambda: client.service_id(2**40))]:
+                with self.assertRaises(error):
+                    action()
+            self.assertEqual(client.timeout, 60)
+
     def test_what_handlers_raise_is_raised(self):
         client = client_in("advertisers.json")
         client.on(corvaneble.StartScan, lambda event: 1 / 0)  # inside the call

@@ -25,6 +25,7 @@ from __future__ import annotations
 
 import ctypes
 import ctypes.util
+import operator
 import os
 import queue
 import sys
@@ -291,6 +292,8 @@ _CALLBACK = (ctypes.WINFUNCTYPE if _IS_STDCALL else ctypes.CFUNCTYPE)(  # type: 
     ctypes.c_int32, ctypes.c_void_p, ctypes.c_int32, ctypes.c_int32,
     ctypes.POINTER(ctypes.c_ssize_t), ctypes.POINTER(ctypes.c_int32))
 
+_OUT = ctypes.c_ssize_t(0)  # where the library puts something
+
 _library: Optional[ctypes.CDLL] = None
 
 
@@ -298,16 +301,21 @@ def load(path: Optional[str] = None) -> ctypes.CDLL:
     """Loads the library, once for the process; a Client does so by itself.
 
     ``path`` is a file, or a name for the system's search. Without it: the environment variable
-    CORVANEBLE_LIBRARY, then the system's own. Raises OSError when there is none.
+    CORVANEBLE_LIBRARY, the system's own, then the one built beside this file. Raises OSError when
+    there is none.
     """
     global _library
     if _library is not None and path is None:
         return _library
     default = "corvaneble.dll" if sys.platform == "win32" else "libcorvaneble.so"
+    built = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../build", default)
     name = (path or os.environ.get("CORVANEBLE_LIBRARY") or ctypes.util.find_library("corvaneble")
-            or default)
+            or (built if os.path.exists(built) else default))
     open_library = ctypes.WinDLL if _IS_STDCALL else ctypes.CDLL  # type: ignore[attr-defined]
-    library = open_library(name)
+    try:
+        library = open_library(name)
+    except OSError as error:
+        raise OSError(f"{error}; CORVANEBLE_LIBRARY=FILE names the library to use") from None
     handle, number, text = ctypes.c_void_p, ctypes.c_int32, ctypes.c_char_p
     numbers, values = ctypes.POINTER(number), ctypes.POINTER(ctypes.c_ssize_t)
     prototypes = {
@@ -342,6 +350,8 @@ def _property(number: int, kind: Callable[[Any], Any], doc: str,
         return self._get(number, 0, kind)
 
     def write(self: Client, value: Any) -> None:
+        if isinstance(value, str) != (kind is str):
+            raise TypeError(f"a {kind.__name__} is expected, not {type(value).__name__}")
         self._set(number, 0, value)
 
     return property(read, write if writable else None, None, doc)
@@ -471,7 +481,8 @@ class Client:
     active_scanning = _property(1, bool, "Whether devices are asked for their scan response.", True)
 
     def start_scanning(self, service_uuids: str = "") -> None:
-        """Listens for devices that advertise one of these services, for all without any."""
+        """Listens for devices that advertise all of these services; for every device without any.
+        While it scans already, nothing happens."""
         self._call(13, service_uuids)
 
     def stop_scanning(self) -> None:
@@ -495,7 +506,8 @@ class Client:
     def discover(self, service_uuids: str = "", characteristic_uuids: str = "",
                  descriptors: bool = False, included_by: str = "") -> None:
         """Discovers services with their characteristics, and descriptors if wanted."""
-        self._call(5, service_uuids, characteristic_uuids, int(descriptors), included_by)
+        self._call(5, service_uuids, characteristic_uuids, ctypes.c_ssize_t(descriptors),
+                   included_by)
 
     def discover_services(self, uuids: str = "", included_by: str = "") -> None:
         self._call(8, uuids, included_by)
@@ -567,17 +579,17 @@ class Client:
 
     def read_value(self, service_id: str, characteristic_id: str, descriptor_id: str = "") -> bytes:
         """Reads from the device: a descriptor, or the characteristic's own value."""
-        params, lengths = self._call(11, service_id, characteristic_id, descriptor_id, 0)
+        params, lengths = self._call(11, service_id, characteristic_id, descriptor_id, _OUT)
         return ctypes.string_at(params[3], lengths[3]) if lengths[3] else b""
 
     def write_value(self, service_id: str, characteristic_id: str, value: bytes,
                     descriptor_id: str = "") -> None:
         """Writes with response."""
-        self._call(17, service_id, characteristic_id, descriptor_id, bytes(value))
+        self._call(17, service_id, characteristic_id, descriptor_id, _bytes(value))
 
     def post_value(self, service_id: str, characteristic_id: str, value: bytes) -> None:
         """Writes without response."""
-        self._call(10, service_id, characteristic_id, bytes(value))
+        self._call(10, service_id, characteristic_id, _bytes(value))
 
     def subscribe(self, service_id: str, characteristic_id: str) -> None:
         """Has the device send the values, which arrive as Value events."""
@@ -598,23 +610,29 @@ class Client:
 
     def config(self, text: str) -> str:
         """Reads or writes a setting: "Name", "Name[index]" or "Name=value"."""
-        params, _ = self._call(2, text, 0)
+        params, _ = self._call(2, text, _OUT)
         return _text(params[1])
 
     # The library's functions.
 
-    def _call(self, method: int, *values: Union[str, bytes, int]) -> tuple[Any, Any]:
+    def _call(self, method: int, *values: Union[str, bytes, ctypes.c_ssize_t]) -> tuple[Any, Any]:
+        """A number is passed as it is. It must be said to be one: where the library takes a text,
+        it would be an address in memory."""
+        for value in values:
+            if not isinstance(value, (str, bytes, ctypes.c_ssize_t)):
+                raise TypeError(f"a text is expected, not {type(value).__name__}")
         texts = [value.encode() if isinstance(value, str) else value for value in values]
         params = (ctypes.c_ssize_t * max(len(texts), 1))()
         lengths = (ctypes.c_int32 * max(len(texts), 1))()
         for i, (value, text) in enumerate(zip(values, texts)):
-            params[i] = text if isinstance(text, int) else _address(text)
+            params[i] = _address(text) if isinstance(text, bytes) else text.value
             lengths[i] = len(value) if isinstance(value, bytes) else 0
         self._check(self._library.Do(self._handle, method, len(texts), params, lengths, None))
         return params, lengths
 
     def _get(self, number: int, index: int, kind: Callable[[Any], Any]) -> Any:
         length = ctypes.c_int32()
+        index = _fits(index)
         value = self._library.Get(self._handle, number, index, ctypes.byref(length), None)
         if number:  # reading the version leaves the last error alone
             self._check(self._library.GetLastErrorCode(self._handle))
@@ -624,8 +642,8 @@ class Client:
 
     def _set(self, number: int, index: int, value: Union[str, int]) -> None:
         text = value.encode() if isinstance(value, str) else b""
-        passed = _address(text) if isinstance(value, str) else int(value)
-        self._check(self._library.Set(self._handle, number, index, passed, 0))
+        passed = _address(text) if isinstance(value, str) else _fits(value)
+        self._check(self._library.Set(self._handle, number, _fits(index), passed, 0))
 
     def _check(self, code: int) -> None:
         if code:  # what handlers raised waits for the next call
@@ -682,6 +700,20 @@ def _callback_of(client: weakref.ref[Client]) -> Any:
 
 def _end(library: ctypes.CDLL, handle: int, _callback: Any) -> None:
     library.Destroy(handle)
+
+
+def _fits(number: Any) -> int:
+    """A number that is one of the library's 32 bits."""
+    number = operator.index(number)
+    if not -2**31 <= number < 2**31:
+        raise OverflowError(f"{number} has more than 32 bits")
+    return number
+
+
+def _bytes(value: Any) -> bytes:
+    if isinstance(value, (int, str)):  # bytes(5) would be five zeros
+        raise TypeError(f"bytes are expected, not {type(value).__name__}")
+    return bytes(value)
 
 
 def _address(data: bytes) -> int:

@@ -227,8 +227,9 @@ enum CorvaneBLE_Method {
   CORVANEBLE_METHOD_READ_VALUE = 11,
   /** Selects for the indexed properties. 0: service; 1: characteristic; empty selects none. */
   CORVANEBLE_METHOD_SELECT = 12,
-  /** 0: UUIDs of services that an advertisement must list, empty for every advertisement. 613 when
-   *  there is no radio. Success does not prove that the radio listens: StartScan does. */
+  /** 0: UUIDs of services, all of which an advertisement must list; empty for every advertisement.
+   *  During a scan nothing happens and its filter stays. 613 when there is no radio. Success does
+   *  not prove that the radio listens: StartScan does. */
   CORVANEBLE_METHOD_START_SCANNING = 13,
   CORVANEBLE_METHOD_STOP_SCANNING = 14, /**< Returns when the radio has stopped. */
   /** 0: service; 1: characteristic. Its values arrive as Value events. */
