@@ -139,8 +139,8 @@ const HeldAdvertisement* Scanner::CurrentAdvertisement() const {
 Scanner::Lease Scanner::TakeIdle() {
   const std::lock_guard lock(mutex_);
   if (idle_.empty()) idle_.push_back(std::make_unique<HeldAdvertisement>());
-  reporting_.emplace_back(std::this_thread::get_id(), idle_.back().get());
   idle_.reserve(idle_.size() + reporting_.size());  // putting back must not fail
+  reporting_.emplace_back(std::this_thread::get_id(), idle_.back().get());
   Lease held(idle_.back().release(), {this});
   idle_.pop_back();
   return held;

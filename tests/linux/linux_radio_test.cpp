@@ -311,7 +311,9 @@ TEST_F(LinuxRadio, AnAdapterThatIsSwitchedOffEndsASearch) {
     std::this_thread::sleep_for(300ms);
     Power(false);
   });
+  const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"C0FFEE00FFFF"}), CORVANEBLE_ERROR_CONNECT_FAILED);
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);  // the search itself takes 4.5 s
   off.join();
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "switched off; switch it on", 1s));
   Power(true);

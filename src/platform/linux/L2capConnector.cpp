@@ -118,6 +118,7 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
         BeginConnect(SocketAddress(adapter->address, adapter->randomAddress),
                      SocketAddress(peer_.address, peer_.randomAddress),
                      encrypts_ ? kernel::kSecurityMedium : kernel::kSecurityLow, socket_);
+    encrypts_ &= error == 0;  // what fails at once fails for other reasons
     if (error != 0) return OnFailed(error);
     watch_ = loop_->Watch(socket_.Get(), EPOLLOUT,
                           [self = shared_from_this()](std::uint32_t) { self->OnReady(); });
@@ -197,7 +198,7 @@ class L2capConnector::Attempt : public std::enable_shared_from_this<Attempt> {
   int lastError_ = ETIMEDOUT;
   bool paused_ = false;
   bool saidBusy_ = false;
-  bool encrypts_ = false;  ///< the present try
+  bool encrypts_ = false;  ///< the present try has the kernel encrypt the link
   bool keyIsLost_ = false;
 };
 
