@@ -337,6 +337,29 @@ class BenchTest(ToolBase):
         self.assertEqual(order, sorted(order))
         self.assertEqual(done.stderr.count(b"Successfully subscribed"), 2)
 
+    def test_watch_follows_changed_services(self):
+        (device,) = BENCH_SCENARIO["peripherals"]
+        heart, *_ = device["services"]
+        for after, arguments, code, text in [
+                ([{"uuid": "180A"}, heart], ("180D", "2A37"), 0, b"changed its services"),
+                ([{"uuid": "180A"}, heart], ("--characteristic", "2A37"), 0, b"looking for"),
+                ([{"uuid": "180A"}], ("180D", "2A37"), 1, b"no service 180D")]:
+            events = [{"kind": "changeServices", "at": 1000, "services": after}]
+            radio = self.simulate("changing.json", {
+                **BENCH_SCENARIO,
+                "peripherals": [{**device, "services": [heart], "events": events}]})
+            plot = os.path.join(self.directory, "changing.svg")
+            with self.subTest(arguments, after=after):
+                done = self.run_tool("watch", BENCH, *arguments, "--count", "30", "--json",
+                                     "--plot", plot, code=code, radio=radio)
+                self.assertIn(text, done.stderr)
+                values = [json.loads(line) for line in done.stdout.splitlines()]
+                self.assertEqual({value["decoded"] for value in values},
+                                 {"72 bpm", "300 bpm", "73 bpm"})
+                self.assertEqual(len({value["characteristic"] for value in values}), 2 - code)
+                with open(plot, encoding="utf-8") as file:
+                    self.assertEqual(file.read().count("<title>Heart"), 1)
+
     def test_plot(self):
         texts, lines = self.drawing("180D", "2A37", "181A", "2A6E", "--count", "30")
         self.assertEqual(set(lines), {"Heart Rate Measurement", "At <the> window"})

@@ -22,14 +22,12 @@ ChartRecorder::ChartRecorder(std::string file) : file_(std::move(file)) {
   Require(std::ofstream(file_, std::ios::app).is_open(), file_);
 }
 
-void ChartRecorder::Begin(const std::vector<WatchedCharacteristic>& watched) {
-  for (const WatchedCharacteristic& characteristic : watched) {
-    std::string name = characteristic.Label();
-    const auto same = [&](const ChartSeries& other) { return other.name == name; };
-    if (std::any_of(chart_.series.begin(), chart_.series.end(), same))
-      name += " " + characteristic.path.characteristic;
-    chart_.series.push_back({std::move(name), "", {}});
-  }
+void ChartRecorder::AddSource(const WatchedCharacteristic& characteristic) {
+  std::string name = characteristic.Label();
+  const auto same = [&](const ChartSeries& other) { return other.name == name; };
+  if (std::any_of(chart_.series.begin(), chart_.series.end(), same))
+    name += " " + characteristic.path.characteristic;
+  chart_.series.push_back({std::move(name), "", {}});
 }
 
 void ChartRecorder::Add(std::size_t source, double seconds, const Interpretation& meaning) {

@@ -16,7 +16,7 @@ class ChartRecorder {
   /// Throws when `file` cannot be written.
   explicit ChartRecorder(std::string file);
 
-  void Begin(const std::vector<WatchedCharacteristic>& watched);
+  void AddSource(const WatchedCharacteristic& characteristic);
   void Add(std::size_t source, double seconds, const Interpretation& meaning);
   void LinkLost(double seconds);
   void LinkBack(double seconds);

@@ -122,6 +122,11 @@ bool LinkIsGone(int code) {
          code == CORVANEBLE_ERROR_UNREACHABLE;
 }
 
+void Link::Renew() {
+  client_.Disconnect();
+  client_.Connect(address_);
+}
+
 Link::~Link() {
   try {
     client_.Disconnect();

@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Client.h"
@@ -71,13 +72,19 @@ bool LinkIsGone(int code);
 /// Connected as long as it lives.
 class Link {
  public:
-  Link(Client& client, const std::string& address) : client_(client) { client_.Connect(address); }
+  Link(Client& client, std::string address) : client_(client), address_(std::move(address)) {
+    client_.Connect(address_);
+  }
   ~Link();
   Link(const Link&) = delete;
   Link& operator=(const Link&) = delete;
 
+  /// Connects anew; nothing is discovered then.
+  void Renew();
+
  private:
   Client& client_;
+  const std::string address_;
 };
 
 }  // namespace corvaneble::tool

@@ -15,9 +15,9 @@ constexpr char kTitles[] = "CHARACTERISTIC              VALUE                  C
 
 }  // namespace
 
-void LiveWatchView::Begin(const std::vector<WatchedCharacteristic>& watched) {
-  for (const WatchedCharacteristic& characteristic : watched)
-    rows_.push_back({Sanitize(characteristic.Label()), "", {}, 0});
+void LiveWatchView::AddSource(const WatchedCharacteristic& characteristic) {
+  rows_.push_back({Sanitize(characteristic.Label()), "", {}, 0});
+  changed_ = true;
 }
 
 void LiveWatchView::Show(const Sample& sample) {

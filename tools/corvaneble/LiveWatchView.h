@@ -12,7 +12,7 @@ namespace corvaneble::tool {
 /// how many values came.
 class LiveWatchView : public WatchView {
  public:
-  void Begin(const std::vector<WatchedCharacteristic>& watched) override;
+  void AddSource(const WatchedCharacteristic& characteristic) override;
   void Show(const Sample& sample) override;
   void Refresh(bool last) override;
   void Displaced() override { drawnLines_ = 0; }

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <chrono>
 #include <limits>
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "ChartRecorder.h"
 #include "Command.h"
@@ -46,19 +48,19 @@ class Watch {
   }
 
   int Run() {
-    const Link link(client_, options_.address);
+    Link link(client_, options_.address);
     const std::string name = client_.Text(CORVANEBLE_PROPERTY_SERVER_NAME);
-    Prepare();
+    const auto found = FindWatched(client_, options_.wish);
+    view_->Begin();
+    SetSources(found);
     begin_ = steady_clock::now();
     beginUtc_ = system_clock::now();
-    SubscribeAll();
-    if (subscribed_ == 0 && !offline_ && !Interrupted())
-      throw std::runtime_error("nothing to watch");
-    while (!Interrupted() && received_ < options_.count && Elapsed() < options_.seconds) {
-      if (std::exchange(backAgain_, false)) SubscribeAll();
-      client_.Step();
-      view_->Refresh(false);
-      CheckOutput();
+    SubscribeToSome();
+    try {
+      Follow(link);
+    } catch (...) {  // what was seen until then is worth its chart
+      if (recorder_) Draw(name);
+      throw;
     }
     UnsubscribeAll();
     view_->Refresh(true);
@@ -67,12 +69,60 @@ class Watch {
   }
 
  private:
-  void Prepare() {
-    watched_ = FindWatched(client_, options_.wish);
-    for (std::size_t i = 0; i < watched_.size(); ++i)
-      sources_.emplace(watched_[i].path.characteristic, i);
-    view_->Begin(watched_);
-    if (recorder_) recorder_->Begin(watched_);
+  void Follow(Link& link) {
+    while (!Interrupted() && received_ < options_.count && Elapsed() < options_.seconds) {
+      if (!offline_ && std::exchange(changed_, false))
+        StartAnew(link);
+      else if (std::exchange(backAgain_, false))
+        SubscribeAll();
+      client_.Step();
+      view_->Refresh(false);
+      CheckOutput();
+    }
+  }
+
+  /// Identifiers are handles, which may mean something else by now: what was discovered is good for
+  /// nothing, and the library forgets it only with the link.
+  void StartAnew(Link& link) {
+    Say("the device has changed its services; looking for the characteristics again");
+    if (recorder_) recorder_->LinkLost(Elapsed());
+    try {
+      link.Renew();
+      backAgain_ = changed_ = false;
+      SetSources(FindWatched(client_, options_.wish));
+      SubscribeToSome();
+    } catch (const ClientError&) {
+      if (!offline_) throw;
+      changed_ = true;  // once more when the link is back
+      return;
+    }
+    if (recorder_ && !offline_) recorder_->LinkBack(Elapsed());
+  }
+
+  /// What is found again goes on where it was shown before, whatever its identifier is now.
+  void SetSources(const std::vector<WatchedCharacteristic>& found) {
+    sources_.clear();
+    for (WatchedCharacteristic& gone : watched_)
+      gone.path = {};
+    for (const WatchedCharacteristic& one : found) {
+      const auto known = std::find_if(watched_.begin(), watched_.end(), [&](const auto& old) {
+        return old.path.characteristic.empty() && old.uuid == one.uuid;
+      });
+      sources_.emplace(one.path.characteristic, known - watched_.begin());
+      if (known != watched_.end()) {
+        *known = one;
+        continue;
+      }
+      watched_.push_back(one);
+      view_->AddSource(one);
+      if (recorder_) recorder_->AddSource(one);
+    }
+  }
+
+  void SubscribeToSome() {
+    SubscribeAll();
+    if (subscribed_ == 0 && !offline_ && !Interrupted())
+      throw std::runtime_error("nothing to watch");
   }
 
   double Elapsed() const { return SecondsAt(steady_clock::now()); }
@@ -84,7 +134,9 @@ class Watch {
   /// writes the configuration again when a link came back.
   void SubscribeAll() {
     subscribed_ = 0;
-    for (const WatchedCharacteristic& characteristic : watched_) {
+    ListenForChanges();
+    for (const auto& [id, source] : sources_) {
+      const WatchedCharacteristic& characteristic = watched_[source];
       if (Interrupted()) return;
       try {
         client_.Subscribe(characteristic.path);
@@ -99,12 +151,22 @@ class Watch {
     }
   }
 
+  /// The library asks a device to tell of changed services when it has discovered all of them, on
+  /// each link once.
+  void ListenForChanges() {
+    try {
+      client_.DiscoverServices("", "");
+    } catch (const ClientError&) {  // what keeps it from this keeps it from subscribing, and is
+                                    // said there
+    }
+  }
+
   /// Being disconnected ends what could not be ended here.
   void UnsubscribeAll() {
-    for (const WatchedCharacteristic& characteristic : watched_) {
+    for (const auto& [id, source] : sources_) {
       if (offline_) return;
       try {
-        client_.Unsubscribe(characteristic.path);
+        client_.Unsubscribe(watched_[source].path);
       } catch (const ClientError& failure) {
         if (LinkIsGone(failure.Code())) return;
       }
@@ -115,8 +177,7 @@ class Watch {
     if (const auto* value = std::get_if<ValueReceived>(&event)) OnValue(*value);
     if (const auto* link = std::get_if<LinkChanged>(&event)) OnLink(*link);
     const auto* update = std::get_if<ServerUpdated>(&event);
-    if (update && update->name.empty())
-      Say("the device has changed its services; if no more values come, watch it anew");
+    if (update && update->name.empty()) changed_ = true;
   }
 
   void OnValue(const ValueReceived& received) {
@@ -160,13 +221,15 @@ class Watch {
   const std::unique_ptr<WatchView> view_;
   std::optional<ChartRecorder> recorder_;
   std::vector<WatchedCharacteristic> watched_;
-  std::map<std::string, std::size_t, std::less<>> sources_;  // by characteristic, into `watched_`
+  // By characteristic, into `watched_`, where also those are that the device has no more.
+  std::map<std::string, std::size_t, std::less<>> sources_;
   steady_clock::time_point begin_;
   system_clock::time_point beginUtc_;
   std::size_t subscribed_ = 0;
   std::uint64_t received_ = 0;
   bool offline_ = false;
   bool backAgain_ = false;  // subscriptions are to be made again
+  bool changed_ = false;    // the device's services are others
   bool failed_ = false;
   Client client_;  // last: its events use all of the above
 };

@@ -44,9 +44,7 @@ class JsonView : public WatchView {
 /// RFC 4180, with the line ends of everything else here.
 class CsvView : public WatchView {
  public:
-  void Begin(const std::vector<WatchedCharacteristic>&) override {
-    WriteLine("time,service,characteristic,name,hex,value,unit");
-  }
+  void Begin() override { WriteLine("time,service,characteristic,name,hex,value,unit"); }
   void Show(const Sample& sample) override {
     const WatchedCharacteristic& of = sample.characteristic;
     const Interpretation& meaning = sample.meaning;

@@ -23,7 +23,9 @@ struct Sample {
 class WatchView {
  public:
   virtual ~WatchView() = default;
-  virtual void Begin(const std::vector<WatchedCharacteristic>& /*watched*/) {}
+  virtual void Begin() {}
+  /// Another characteristic is watched: the source after the last one.
+  virtual void AddSource(const WatchedCharacteristic& /*characteristic*/) {}
   virtual void Show(const Sample& sample) = 0;
   /// Draws anew what is drawn; called often.
   virtual void Refresh(bool /*last*/) {}
