@@ -51,6 +51,7 @@ class Demo {
     while (std::chrono::steady_clock::now() - begin < time) {
       StopIfInterrupted();
       client_.Step();
+      CheckOutput();
     }
     client_.StopScanning();
   }

@@ -13,6 +13,7 @@
 #include <io.h>
 #include <windows.h>
 #else
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #endif
@@ -56,6 +57,16 @@ TerminalSize OutputSize() {
     size = {window.ws_row, window.ws_col};
 #endif
   return size;
+}
+
+void OccupyClosedStreams() {
+#ifndef _WIN32
+  // A new file takes the lowest number that is free. Opened the wrong way round, so that using it
+  // fails as before.
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (fcntl(stream, F_GETFD) == -1)
+      (void)open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+#endif
 }
 
 void UseBinaryInput() {

@@ -19,6 +19,10 @@ struct TerminalSize {
 };
 TerminalSize OutputSize();
 
+/// Takes the places of standard streams that were closed, so that no file or connection opened
+/// later gets what is meant for them. Call first.
+void OccupyClosedStreams();
+
 /// From now on standard input is taken byte for byte.
 void UseBinaryInput();
 

@@ -94,6 +94,7 @@ int Run(Session& session) {
 }
 
 int Main(int argc, char** argv) {
+  OccupyClosedStreams();
   Session session;
   CLI::App app(kDescription, "corvaneble");
   app.footer(kFooter);
