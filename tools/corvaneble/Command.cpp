@@ -1,7 +1,10 @@
 #include "Command.h"
 
+#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <system_error>
 
 #include "Attributes.h"
 #include "Names.h"
@@ -77,13 +80,16 @@ std::string CheckUuid(const std::string& text) {
 std::string CheckSeconds(const std::string& text) {
   char* end = nullptr;
   const double seconds = std::strtod(text.c_str(), &end);
-  const bool isNumber = end == text.c_str() + text.size() && std::isfinite(seconds);
+  const bool isNumber = end != text.c_str() && *end == '\0' && std::isfinite(seconds);
   return isNumber && seconds >= 0 ? "" : "must be a number of seconds, 0 or more";
 }
 
 std::string CheckCount(const std::string& text) {
-  const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
-  return isNumber ? "" : "must be a number, 0 or more";
+  std::uint64_t count = 0;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, count);
+  if (error == std::errc::result_out_of_range) return "is too large";
+  return error == std::errc() && rest == end ? "" : "must be a number, 0 or more";
 }
 
 std::string Examples(std::initializer_list<const char*> lines) {

@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 #include <map>
+#include <sstream>
 #include <string_view>
 
 #include "Command.h"
@@ -34,7 +34,7 @@ constexpr char kFooter[] =
     "\n"
     "Exit codes:\n"
     "  0 done; 1 the operation failed; 2 wrong usage, or a bad scenario or capture file;\n"
-    "  130 interrupted";
+    "  130 interrupted; 141 whoever read the output has left";
 
 constexpr char kRadioVariable[] = "CORVANEBLE_RADIO";
 
@@ -93,6 +93,32 @@ int Run(Session& session) {
   }
 }
 
+/// What is wrong with a radio that the environment names, where the command line names none.
+std::string CheckRadioVariable(const Session& session) {
+  const char* radio = std::getenv(kRadioVariable);
+  if (!session.radio.empty() || !radio || !*radio) return "";
+  const std::string wrong = CheckRadio(radio);
+  return wrong.empty() ? "" : std::string(kRadioVariable) + ": " + wrong;
+}
+
+/// The arguments ask for no command: for help, or for something that does not exist.
+int EndOfParsing(CLI::App& app, Session& session, const CLI::ParseError& error) {
+  const auto words = app.remaining();
+  if (app.get_subcommands().empty() && !words.empty() && words.front().substr(0, 1) != "-") {
+    Complain("there is no command " + words.front() + "; corvaneble --help lists them");
+    return kUsage;
+  }
+  std::ostringstream help, complaint;
+  const int code = app.exit(error, help, complaint);
+  Write(Stream::Diagnostics, complaint.str());
+  if (code != 0) return kUsage;
+  session.run = [&] {
+    Write(Stream::Output, help.str());
+    return kDone;
+  };
+  return Run(session);
+}
+
 int Main(int argc, char** argv) {
   OccupyClosedStreams();
   Session session;
@@ -116,11 +142,12 @@ int Main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (app.exit(error) != 0) return kUsage;
-    return std::cout.flush() ? kDone : kFailed;
+    return EndOfParsing(app, session, error);
   }
-  if (session.run) return Run(session);
-  Complain("a command is missing; corvaneble --help lists them");
+  std::string wrong = CheckRadioVariable(session);
+  if (!session.run) wrong = "a command is missing; corvaneble --help lists them";
+  if (wrong.empty()) return Run(session);
+  Complain(wrong);
   return kUsage;
 }
 
