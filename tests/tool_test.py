@@ -198,7 +198,9 @@ class ToolTest(ToolBase):
 
     def test_wrong_usage(self):
         for arguments, text in [
-                ((), b"a command is missing"), (("foo",), b"foo"),
+                ((), b"a command is missing"), (("foo",), b"no command foo"),
+                (("scan", "foo"), b"foo"), (("scan", "--count", ""), b"--count"),
+                (("scan", "--count", "99999999999999999999"), b"--count: is too large"),
                 (("scan", "--for", "soon"), b"--for"), (("scan", "--for", "nan"), b"--for"),
                 (("scan", "--count", "-1"), b"--count"), (("scan", "--service", "zz"), b"UUID"),
                 (("tree", "strap"), b"address"), (("read", ADDRESS, "18"), b"UUID"),
@@ -206,14 +208,38 @@ class ToolTest(ToolBase):
                 (("demo", "--json"), b"--json"), (("--radio", "none", "scan"), b"linux:hciN")]:
             with self.subTest(arguments):
                 self.assertIn(text, self.run_tool(*arguments, code=2).stderr)
+        done = subprocess.run([TOOL, "scan"], env={**os.environ, "CORVANEBLE_RADIO": "none"},
+                              capture_output=True, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertIn(b"CORVANEBLE_RADIO: a radio is auto", done.stderr)
+
+    def test_log_lines_are_readable(self):
+        messages = self.run_tool("scan", "--count", "1", "--log", "debug").stderr.decode()
+        self.assertRegex(messages, r"(?m)^ +Active scanning: ")
+        self.assertNotIn("\ufffd", messages)
+
+    def test_why_there_is_no_adapter(self):
+        if b"This build has no" in self.run_tool("radios", radio="linux").stdout:
+            self.skipTest("only the Linux radio gives reasons")
+        nowhere = "unix:path=" + os.path.join(self.directory, "no-bus")
+        done = subprocess.run([TOOL, "--radio", "auto", "scan"], capture_output=True, timeout=60,
+                              env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": nowhere}, check=False)
+        self.assertEqual(done.returncode, 1)
+        reason, failure = done.stderr.splitlines()
+        self.assertRegex(reason, rb"^corvaneble: .*bus cannot be reached")
+        self.assertRegex(failure, rb"^corvaneble: 613 ")
 
     @unittest.skipUnless(os.path.exists("/dev/full"), "needs a device that is full")
     def test_lost_output_is_a_failure(self):
-        for arguments in ("read", ADDRESS, "180F", "2A19"), ("scan",), ("--help",):
-            with self.subTest(arguments), open("/dev/full", "wb") as full:
-                done = subprocess.run(self.command(*arguments), stdout=full, timeout=60,
-                                      stderr=subprocess.PIPE, check=False)
-                self.assertEqual(done.returncode, 1, done)
+        for arguments in ("read", ADDRESS, "180D", "2A38"), ("scan",), ("demo", "--for", "9"), (
+                "watch", ADDRESS, "--all", "--csv"), ("--help",):
+            for target in ">/dev/full", ">&-":
+                with self.subTest(arguments, target=target):
+                    done = subprocess.run(["sh", "-c", f'exec "$0" "$@" {target}',
+                                           *self.command(*arguments)],
+                                          stderr=subprocess.PIPE, timeout=60, check=False)
+                    self.assertEqual(done.returncode, 1, done)
+                    self.assertIn(b"cannot write the output: ", done.stderr)
 
     def test_bad_files(self):
         wrong = self.write("wrong.json", b'{"peripherals": [{"address": "nobody"}]}')
@@ -288,6 +314,12 @@ class BenchTest(ToolBase):
                 "--file", long), ("--file", "no-such-file"), ("--file", self.directory):
             with self.subTest(value):
                 self.assertEqual(self.run_tool("write", *CONTROL, *value, code=2).stdout, b"")
+        for source in "<&-", "</":
+            done = subprocess.run(["sh", "-c", f'exec "$0" "$@" {source}',
+                                   *self.command("write", *CONTROL, "--file", "-", "--read-back")],
+                                  capture_output=True, timeout=60, check=False)
+            self.assertEqual((done.returncode, done.stdout), (2, b""))
+            self.assertIn(b"cannot read standard input: ", done.stderr)
         for arguments, text in [
                 (("write", BENCH, "180D", "2A00", "01"), b"705 "),
                 (("write", *CONTROL, "010203040506070809"), b"713 "),
@@ -295,6 +327,19 @@ class BenchTest(ToolBase):
                 (("describe", *CONTROL, "--set", "x"), b"602 ")]:
             with self.subTest(arguments):
                 self.assertIn(text, self.run_tool(*arguments, code=1).stderr)
+
+    @unittest.skipUnless(os.path.exists("/proc/self/stat"), "needs to see that the tool waits")
+    def test_leaving_while_input_is_awaited(self):
+        with subprocess.Popen(self.command("write", *CONTROL, "--file", "-"),
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE) as tool:
+            os.write(tool.stdin.fileno(), b"\1")
+            state, unread = "", bytes(4)
+            while state != "S" or unread != bytes(4):
+                unread = fcntl.ioctl(tool.stdin, termios.FIONREAD, bytes(4))
+                with open(f"/proc/{tool.pid}/stat", encoding="ascii") as file:
+                    state = file.read().rsplit(") ", 1)[1][0]
+            tool.send_signal(signal.SIGINT)
+            self.assertEqual(tool.wait(60), 130)
 
     def test_describe_and_report(self):
         thermometer = (BENCH, "181A", "2A6E")

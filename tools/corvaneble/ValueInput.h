@@ -22,7 +22,7 @@ class ValueInput {
   bool FromOption() const { return textOption_->count() > 0 || fileOption_->count() > 0; }
 
   /// The value of the option, or what `hex` stands for. Throws `UsageError` when it is longer than
-  /// an attribute can be, another exception when the file cannot be read.
+  /// an attribute can be, or when the file cannot be read; an interrupt ends waiting for input.
   Bytes Load(std::string_view hex) const;
 
  private:
