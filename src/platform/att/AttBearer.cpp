@@ -92,7 +92,7 @@ void AttBearer::Command(const Pdu& command, Callback<void(bool left)> sent) {
   if (!IsUsable()) return sent(false);
   if (channel_->Send(command))
     return channel_->WhenSent(
-        [this, self = shared_from_this(), sent = std::move(sent)] { sent(IsUsable()); });
+        [self = shared_from_this(), sent = std::move(sent)] { sent(self->IsUsable()); });
   Shutdown(ChannelError::Unreachable);
   sent(false);
 }
