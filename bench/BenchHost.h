@@ -55,8 +55,16 @@ class LoopbackRadio final : public platform::Radio {
     Status_ Status() const override { return status_; }
     void SetScanningMode(platform::BluetoothLEScanningMode) override {}
     void SetAdvertisementFilter(platform::BluetoothLEAdvertisementFilter) override {}
-    void Start() override { status_ = Status_::Started; }
-    void Stop() override { status_ = Status_::Stopped; }
+    void Start() override {
+      status_ = Status_::Started;
+      begun_.Open();
+    }
+    void Stop() override {
+      status_ = Status_::Stopped;
+      over_.Open();
+    }
+    platform::Latch::SignalPtr Begun() override { return begun_.Signal(); }
+    platform::Latch::SignalPtr Over() override { return over_.Signal(); }
     platform::EventToken OnReceived(Received::Handler handler) override {
       return received_.Add(std::move(handler));
     }
@@ -69,6 +77,8 @@ class LoopbackRadio final : public platform::Radio {
 
    private:
     Status_ status_ = Status_::Created;
+    platform::Latch begun_;
+    platform::Latch over_;
     Received received_;
     Stopped stopped_;
   };

@@ -25,14 +25,24 @@ class Watcher final : public BluetoothLEAdvertisementWatcher {
   BluetoothLEAdvertisementWatcherStatus Status() const override { return status_; }
   void SetScanningMode(BluetoothLEScanningMode) override {}
   void SetAdvertisementFilter(BluetoothLEAdvertisementFilter) override {}
-  void Start() override { status_ = BluetoothLEAdvertisementWatcherStatus::Started; }
-  void Stop() override { status_ = BluetoothLEAdvertisementWatcherStatus::Stopped; }
+  void Start() override {
+    status_ = BluetoothLEAdvertisementWatcherStatus::Started;
+    begun_.Open();
+  }
+  void Stop() override {
+    status_ = BluetoothLEAdvertisementWatcherStatus::Stopped;
+    over_.Open();
+  }
+  Latch::SignalPtr Begun() override { return begun_.Signal(); }
+  Latch::SignalPtr Over() override { return over_.Signal(); }
   EventToken OnReceived(Received::Handler handler) override { return received_.Add(handler); }
   EventToken OnStopped(Stopped::Handler) override { return {}; }
 
   void Hear(const BluetoothLEAdvertisementReceivedEventArgs& args) { received_.Raise(args); }
 
  private:
+  Latch begun_;
+  Latch over_;
   Received received_;
   BluetoothLEAdvertisementWatcherStatus status_ = BluetoothLEAdvertisementWatcherStatus::Created;
 };

@@ -133,6 +133,45 @@ TEST(Scan, OneThatBeginsLateBeginsByItselfUnlessItWasStopped) {
   }
 }
 
+TEST(Scan, ASecondOneReplacesOneThatHasNotBegun) {
+  Host host(std::string(R"({"adapter": {"scanStartLatency": 3000}, )") + (kTraffic + 1));
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {"1809"}), 0);
+  ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 1), 0);
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {"180D"}), 0);
+  host.Pump(4000);
+  const auto lines = host.Lines(CORVANEBLE_EVENT_ADVERTISEMENT);
+  EXPECT_GE(std::count(lines.begin(), lines.end(), kStrap), 4);
+  EXPECT_TRUE(host.Events(CORVANEBLE_EVENT_STOP_SCAN).empty());
+}
+
+TEST(Scan, WaitingForOnesEndIsNotWaitingForTheNext) {
+  for (const int method : {CORVANEBLE_METHOD_STOP_SCANNING, CORVANEBLE_METHOD_CONNECT}) {
+    Host host(kTraffic);
+    ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 2), 0);
+    ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+    host.onEvent = [&](const HostEvent& event) {
+      return event.id == CORVANEBLE_EVENT_STOP_SCAN ? host.Do(CORVANEBLE_METHOD_START_SCANNING) : 0;
+    };
+    EXPECT_EQ(host.Do(method, {"00A050C4E2F1"}), 0);
+    ASSERT_TRUE(host.PumpUntil(CORVANEBLE_EVENT_START_SCAN, 2));
+    EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_SCANNING), 1);
+    host.onEvent = {};
+    EXPECT_EQ(host.Do(CORVANEBLE_METHOD_STOP_SCANNING), 0);
+  }
+}
+
+TEST(Scan, NothingIsLeftToStopOfOneThatWasRefused) {
+  Host host(R"({"time": "real", "adapter": {"startError": "disabledByUser"}})");
+  for (int round = 0; round < 200; ++round) {
+    ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), 0);
+    host.Config("LogLevel=2");
+    host.Forget();
+    ASSERT_EQ(host.Do(CORVANEBLE_METHOD_STOP_SCANNING), 0);
+    ASSERT_TRUE(host.Events(CORVANEBLE_EVENT_LOG).empty()) << round;
+    host.Config("LogLevel=0");
+  }
+}
+
 TEST(Scan, AnAbortedScanSaysWhyAndCanBeRepeated) {
   Host host(R"({"radioEvents": [{"at": 200, "error": "radioNotAvailable"}]})");
   for (int round = 0; round < 2; ++round) {

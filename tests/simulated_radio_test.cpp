@@ -178,33 +178,39 @@ TEST_F(SimulatedRadioTest, TheWatcherHearsWhatItAskedFor) {
                      {std::chrono::microseconds(4000), 7, false, Type::ScanResponse, -9, {}}};
   scenario.captures = {capture};
   Open(scenario);
-  const auto watcher = opened_.radio->CreateAdvertisementWatcher();
   std::string heard;
   int stops = 0;
-  const auto received = watcher->OnReceived([&](const auto& report) {
-    heard += report.bluetoothAddress != kStrap                ? 'c'
-             : report.advertisementType == Type::ScanResponse ? 'r'
-                                                              : 'p';
-  });
-  const auto stopped = watcher->OnStopped([&](const auto& args) {
-    EXPECT_EQ(args.error, BluetoothError::Success);
-    ++stops;
-  });
   for (const auto& [mode, filter, expected] : cases) {
+    const auto watcher = opened_.radio->CreateAdvertisementWatcher();
+    const auto received = watcher->OnReceived([&](const auto& report) {
+      heard += report.bluetoothAddress != kStrap                ? 'c'
+               : report.advertisementType == Type::ScanResponse ? 'r'
+                                                                : 'p';
+    });
+    const auto stopped = watcher->OnStopped([&](const auto& sender, const auto& args) {
+      EXPECT_EQ(sender.Status(), Status::Stopped);
+      EXPECT_EQ(args.error, BluetoothError::Success);
+      ++stops;
+    });
     heard.clear();
     watcher->SetScanningMode(mode);
     watcher->SetAdvertisementFilter({filter});
+    const auto begun = watcher->Begun();
     watcher->Start();
     Sleep(29);
-    EXPECT_NE(watcher->Status(), Status::Started);
+    EXPECT_EQ(watcher->Status(), Status::Created);
+    EXPECT_FALSE(begun->IsSet());
     Sleep(500);
     EXPECT_EQ(watcher->Status(), Status::Started);
+    EXPECT_TRUE(begun->IsSet());
     EXPECT_EQ(heard, expected);
     watcher->Stop();
     watcher->Stop();
     EXPECT_EQ(watcher->Status(), Status::Stopping);
+    EXPECT_FALSE(watcher->Over()->IsSet());
     Sleep(1);
     EXPECT_EQ(watcher->Status(), Status::Stopped);
+    EXPECT_TRUE(watcher->Over()->IsSet());
   }
   EXPECT_EQ(stops, 4);
 }
@@ -217,8 +223,8 @@ TEST_F(SimulatedRadioTest, TheRadioEndsAScanOnce) {
   const auto watcher = opened_.radio->CreateAdvertisementWatcher();
   std::vector<BluetoothError> reasons;
   int heard = 0;
-  const auto stopped = watcher->OnStopped([&](const auto& args) {
-    EXPECT_EQ(watcher->Status(), Status::Aborted);
+  const auto stopped = watcher->OnStopped([&](const auto& sender, const auto& args) {
+    EXPECT_EQ(sender.Status(), Status::Aborted);
     reasons.push_back(args.error);
   });
   const auto received = watcher->OnReceived([&](const auto&) { ++heard; });

@@ -8,6 +8,7 @@
 #include "platform/Bytes.h"
 #include "platform/Event.h"
 #include "platform/Guid.h"
+#include "platform/Latch.h"
 
 namespace corvaneble::platform {
 
@@ -136,25 +137,33 @@ struct BluetoothLEAdvertisementFilter {
   bool Passes(const BluetoothLEAdvertisement& advertisement) const;
 };
 
-/// Listens for advertisements. Created -> Started -> Stopping -> Stopped or Aborted, and Started
-/// again. All operations may be called from any thread, event handlers included.
+/// Listens for advertisements, once: `Created` until the radio listens, `Started`, `Stopping`, and
+/// `Stopped` or `Aborted` at the end. All operations may be called from any thread, event handlers
+/// included.
 class BluetoothLEAdvertisementWatcher {
  public:
   using Received = EventSource<const BluetoothLEAdvertisementReceivedEventArgs&>;
-  using Stopped = EventSource<const BluetoothLEAdvertisementWatcherStoppedEventArgs&>;
+  using Stopped = EventSource<const BluetoothLEAdvertisementWatcher&,
+                              const BluetoothLEAdvertisementWatcherStoppedEventArgs&>;
 
   virtual ~BluetoothLEAdvertisementWatcher() = default;
 
   virtual BluetoothLEAdvertisementWatcherStatus Status() const = 0;
-  /// Both take effect at the next `Start`.
+  /// Both before `Start`.
   virtual void SetScanningMode(BluetoothLEScanningMode mode) = 0;
   virtual void SetAdvertisementFilter(BluetoothLEAdvertisementFilter filter) = 0;
 
   /// Begins to listen; returns at once, `Status` becomes `Started` when the radio listens. A
-  /// radio that cannot listen ends in `Aborted` and raises `Stopped` with the reason.
+  /// radio that cannot listen ends in `Aborted` and raises `Stopped` with the reason. Called once.
   virtual void Start() = 0;
-  /// Ends listening; returns at once. `Stopped` is raised once, after the status has changed.
+  /// Ends listening, also where it has not begun yet; returns at once. `Stopped` is raised once,
+  /// after the status has changed. Nothing happens when the watcher is over already.
   virtual void Stop() = 0;
+
+  /// Each call gives a signal of the caller's own, which is set once the status has left
+  /// `Created`, and once it is `Stopped` or `Aborted`.
+  virtual Latch::SignalPtr Begun() = 0;
+  virtual Latch::SignalPtr Over() = 0;
 
   /// Both are raised on the platform's threads, `Received` possibly on several at once.
   [[nodiscard]] virtual EventToken OnReceived(Received::Handler handler) = 0;

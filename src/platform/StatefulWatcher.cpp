@@ -26,7 +26,7 @@ void StatefulWatcher::Start() {
   {
     const std::lock_guard lock(mutex_);
     if (order_) return;
-    order_ = order = std::make_shared<ScanOrder>(mode_, filter_, received_);
+    order_ = order = std::make_shared<ScanOrder>(mode_, std::move(filter_), received_);
   }
   BeginScan(std::move(order));
 }
@@ -34,32 +34,41 @@ void StatefulWatcher::Start() {
 void StatefulWatcher::Stop() {
   {
     const std::lock_guard lock(mutex_);
-    if (!order_) return;
-    std::exchange(order_, nullptr)->over = true;
+    if (!order_ || order_->over.exchange(true)) return;
     status_ = WatcherStatus::Stopping;
   }
+  begun_.Open();
   EndScan();
 }
 
-bool StatefulWatcher::OnListening(const ScanOrderPtr& order) {
-  const std::lock_guard lock(mutex_);
-  if (order_ != order || status_ == WatcherStatus::Started) return false;
-  status_ = WatcherStatus::Started;
+bool StatefulWatcher::OnListening() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (order_->over || status_ == WatcherStatus::Started) return false;
+    status_ = WatcherStatus::Started;
+  }
+  begun_.Open();
   return true;
 }
 
 bool StatefulWatcher::OnSilent() {
-  const std::lock_guard lock(mutex_);
-  if (status_ != WatcherStatus::Stopping) return false;
-  status_ = WatcherStatus::Stopped;
+  {
+    const std::lock_guard lock(mutex_);
+    if (status_ != WatcherStatus::Stopping) return false;
+    status_ = WatcherStatus::Stopped;
+  }
+  over_.Open();
   return true;
 }
 
-bool StatefulWatcher::OnAborted(const ScanOrderPtr& order) {
-  const std::lock_guard lock(mutex_);
-  if (order_ != order) return false;
-  std::exchange(order_, nullptr)->over = true;
-  status_ = WatcherStatus::Aborted;
+bool StatefulWatcher::OnAborted() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (order_->over.exchange(true)) return false;
+    status_ = WatcherStatus::Aborted;
+  }
+  begun_.Open();
+  over_.Open();
   return true;
 }
 

@@ -9,8 +9,8 @@
 
 namespace corvaneble::platform {
 
-/// What one call of `Start` asked for. It is over, for good, when the watcher was stopped, aborted
-/// or let go of; from then on no packet is reported any more, but for one whose report has begun.
+/// What a watcher was asked for. It is over, for good, when the watcher was stopped, aborted or let
+/// go of; from then on no packet is reported any more, but for one whose report has begun.
 struct ScanOrder {
   ScanOrder(BluetoothLEScanningMode scanningMode,
             BluetoothLEAdvertisementFilter advertisementFilter,
@@ -38,6 +38,8 @@ class StatefulWatcher : public BluetoothLEAdvertisementWatcher {
   void SetAdvertisementFilter(BluetoothLEAdvertisementFilter filter) final;
   void Start() final;
   void Stop() final;
+  Latch::SignalPtr Begun() final { return begun_.Signal(); }
+  Latch::SignalPtr Over() final { return over_.Signal(); }
   EventToken OnReceived(Received::Handler handler) final {
     return received_.Add(std::move(handler));
   }
@@ -45,30 +47,32 @@ class StatefulWatcher : public BluetoothLEAdvertisementWatcher {
 
  protected:
   /// Has the radio begin, unless the order is over by then, and then call `OnListening`, or
-  /// `OnAborted` when it cannot. Any thread.
+  /// `OnAborted` when it cannot. Called once, on any thread.
   virtual void BeginScan(ScanOrderPtr order) = 0;
   /// Has the radio end the scan that it has begun, if any, and then call `OnSilent`. Any thread.
   virtual void EndScan() = 0;
 
   /// What the radio has done. Each returns whether the status has changed; where it has become
   /// `Stopped` or `Aborted`, the radio calls `RaiseStopped` next.
-  bool OnListening(const ScanOrderPtr& order);
+  bool OnListening();
   bool OnSilent();
-  bool OnAborted(const ScanOrderPtr& order);
+  bool OnAborted();
 
-  void RaiseStopped(BluetoothError error) const { stopped_.Raise({error}); }
+  void RaiseStopped(BluetoothError error) const { stopped_.Raise(*this, {error}); }
 
  private:
   using WatcherStatus = BluetoothLEAdvertisementWatcherStatus;
 
   Received received_;
   Stopped stopped_;
+  Latch begun_;
+  Latch over_;
 
   mutable std::mutex mutex_;  // guards the fields below; not held while anything is called
   WatcherStatus status_ = WatcherStatus::Created;
   BluetoothLEScanningMode mode_ = BluetoothLEScanningMode::Passive;
   BluetoothLEAdvertisementFilter filter_;
-  ScanOrderPtr order_;  ///< the one that is not over yet
+  ScanOrderPtr order_;  ///< null until `Start`
 };
 
 }  // namespace corvaneble::platform

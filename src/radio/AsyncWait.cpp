@@ -9,16 +9,23 @@ namespace corvaneble {
 
 using std::chrono::milliseconds;
 
-[[gnu::hot]] bool AsyncWait::WaitFor(const platform::WakeSignal& done) {
-  const std::int64_t limit = std::int64_t{timeoutSeconds_} * 1000;  // 0: no limit
+namespace {
+
+/// A limit has passed when the clock is beyond it.
+constexpr milliseconds kTick{1};
+
+}  // namespace
+
+[[gnu::hot]] bool AsyncWait::WaitFor(const platform::WakeSignal& signal, milliseconds limit) {
   const std::uint32_t begin = radio_.clock->TickCount();
-  milliseconds step = limit == 0 ? longestStep_ : std::min(longestStep_, milliseconds(limit + 1));
-  while (!done.IsSet()) {
-    radio_.pump->Step(step, &done);
-    if (limit == 0 || done.IsSet()) continue;
-    const std::int64_t elapsed = radio_.clock->TickCount() - begin;  // right across a wrap
+  milliseconds left = limit;
+  while (!signal.IsSet()) {
+    radio_.pump->Step(limit.count() == 0 ? longestStep_ : std::min(longestStep_, left + kTick),
+                      &signal);
+    if (limit.count() == 0 || signal.IsSet()) continue;
+    const milliseconds elapsed(radio_.clock->TickCount() - begin);  // right across a wrap
     if (elapsed > limit) return false;
-    step = std::min(longestStep_, milliseconds(limit + 1 - elapsed));
+    left = limit - elapsed;
   }
   return true;
 }

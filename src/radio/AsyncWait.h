@@ -20,8 +20,9 @@ struct Awaited {
   std::shared_ptr<T> result;
 };
 
-/// Turns platform operations into blocking calls bounded by the `Timeout` property. Runs on the
-/// thread that calls a method; waits nest when the host calls methods from inside a callback.
+/// Turns platform operations into blocking calls bounded by the `Timeout` property. Every wait of a
+/// method is one of these. Runs on the thread that calls a method; waits nest when the host calls
+/// methods from inside a callback.
 class AsyncWait {
  public:
   AsyncWait(ErrorState& errors, const platform::OpenedRadio& radio,
@@ -39,7 +40,10 @@ class AsyncWait {
     return AwaitOperation(start, static_cast<Operation*>(nullptr));
   }
 
-  /// How long a wait lasts at most; 0: for ever.
+  /// Waits until a signal is set; false when `limit` (0: none) has passed first.
+  [[nodiscard]] bool WaitFor(const platform::WakeSignal& signal, std::chrono::milliseconds limit);
+
+  /// How long a wait for an operation lasts at most; 0: for ever.
   std::chrono::milliseconds Limit() const { return std::chrono::seconds(timeoutSeconds_.load()); }
 
   /// One pumping step on the calling thread, of at most 20 ms.
@@ -54,7 +58,7 @@ class AsyncWait {
     errors_.SetLastCode(error::kSuccess);
     try {
       const auto operation = start();
-      if (WaitFor(operation->Done())) return {error::kSuccess, operation->GetResults()};
+      if (WaitFor(operation->Done(), Limit())) return {error::kSuccess, operation->GetResults()};
       return {Expire(), nullptr};
     } catch (const platform::PlatformFailure& failure) {
       return {Report(failure), nullptr};
@@ -66,7 +70,6 @@ class AsyncWait {
   /// How long a step may sleep where nothing but the signal can end it.
   static constexpr std::chrono::milliseconds kLongestStep{60'000};
 
-  bool WaitFor(const platform::WakeSignal& done);
   ErrorCode Expire();
 
   ErrorState& errors_;

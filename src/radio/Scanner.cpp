@@ -9,18 +9,24 @@
 namespace corvaneble {
 namespace {
 
-using platform::BluetoothLEAdvertisementWatcherStatus;
-using std::chrono::milliseconds;
+using WatcherStatus = platform::BluetoothLEAdvertisementWatcherStatus;
 
-constexpr milliseconds kStartPoll{50};
-constexpr std::int64_t kStartPollsPerSecond = 20;
+/// The radio listens, or is about to stop.
+bool Listens(const platform::BluetoothLEAdvertisementWatcher& watcher) {
+  const WatcherStatus status = watcher.Status();
+  return status == WatcherStatus::Started || status == WatcherStatus::Stopping;
+}
+
+bool IsOver(const platform::BluetoothLEAdvertisementWatcher& watcher) {
+  const WatcherStatus status = watcher.Status();
+  return status == WatcherStatus::Stopped || status == WatcherStatus::Aborted;
+}
 
 }  // namespace
 
 Scanner::~Scanner() {
-  if (!IsScanning()) return;
   try {
-    watcher_->Stop();
+    Replace({});
   } catch (const platform::PlatformFailure&) {
     // The radio is going away with its instance; there is nobody left to tell.
   }
@@ -29,7 +35,8 @@ Scanner::~Scanner() {
 ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
   if (IsScanning()) return error::kSuccess;
   if (const ErrorCode code = CheckAdapter(); code != error::kSuccess) return code;
-  const WatcherPtr watcher = EnsureWatcher();
+  Scan scan = MakeScan();
+  const std::shared_ptr<Watcher> watcher = scan.watcher;
   if (!watcher) return parts_.errors.Raise(failure::kNoResult);
 
   platform::BluetoothLEAdvertisementFilter filter;
@@ -45,13 +52,15 @@ ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
   parts_.log.Write(LogLevel::Debug, log_type::kScanning,
                    "Scanning parameters:\r\n\tActive scanning: ", activeScanning_.load(),
                    "\r\n\tService UUIDs: ", filterText, ".");
+  const platform::Latch::SignalPtr begun = watcher->Begun();
   watcher->Start();
-  mayStartLater_ = true;
-  if (!WaitUntilStarted(*watcher)) {
+  Replace(std::move(scan));
+  const std::chrono::seconds limit(parts_.settings.Integer(Setting::ScanStartedTimeout));
+  if (limit.count() > 0) (void)parts_.wait.WaitFor(*begun, limit);
+  if (watcher->Status() != WatcherStatus::Started) {
     parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning failed to start.");
     return error::kSuccess;
   }
-  mayStartLater_ = false;
   parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning started.");
   parts_.events.FireStartScan(filterText.c_str());
   return error::kSuccess;
@@ -66,60 +75,49 @@ ErrorCode Scanner::CheckAdapter() {
   return error::kSuccess;
 }
 
-Scanner::WatcherPtr Scanner::Watcher() const {
-  const std::lock_guard lock(mutex_);
-  return watcher_;
-}
-
-Scanner::WatcherPtr Scanner::EnsureWatcher() {
-  if (WatcherPtr watcher = Watcher()) return watcher;
-  const WatcherPtr watcher = parts_.radio.radio->CreateAdvertisementWatcher();
-  if (!watcher) return nullptr;
+Scanner::Scan Scanner::MakeScan() {
+  Scan scan;
+  scan.watcher = parts_.radio.radio->CreateAdvertisementWatcher();
+  if (!scan.watcher) return scan;
   const auto bridge = parts_.bridge;
-  auto received = watcher->OnReceived(
+  scan.received = scan.watcher->OnReceived(
       [this, bridge](const auto& args) { bridge->Deliver([&] { OnReceived(args); }); });
-  auto stopped = watcher->OnStopped(
-      [this, bridge](const auto& args) { bridge->Deliver([&] { OnStopped(args); }); });
-  const std::lock_guard lock(mutex_);
-  watcher_ = watcher;
-  received_ = std::move(received);
-  stopped_ = std::move(stopped);
-  return watcher;
+  scan.stopped = scan.watcher->OnStopped([this, bridge](const auto& watcher, const auto& args) {
+    bridge->Deliver([&] { OnStopped(watcher, args); });
+  });
+  return scan;
 }
 
-bool Scanner::WaitUntilStarted(const platform::BluetoothLEAdvertisementWatcher& watcher) {
-  const auto isStarted = [&] {
-    return watcher.Status() == BluetoothLEAdvertisementWatcherStatus::Started;
-  };
-  std::int64_t polls = parts_.settings.Integer(Setting::ScanStartedTimeout) * kStartPollsPerSecond;
-  for (; !isStarted() && polls > 0; --polls) {
-    parts_.wait.DoEvents();
-    parts_.radio.clock->Sleep(kStartPoll);
+void Scanner::Replace(Scan next) {
+  {
+    const std::lock_guard lock(mutex_);
+    std::swap(scan_, next);
   }
-  return isStarted();
+  if (!next.watcher) return;
+  next.received.Reset();
+  next.stopped.Reset();
+  next.watcher->Stop();
+}
+
+std::shared_ptr<Scanner::Watcher> Scanner::LatestWatcher() const {
+  const std::lock_guard lock(mutex_);
+  return scan_.watcher;
 }
 
 ErrorCode Scanner::StopScanning() {
-  const bool mayStartLater = mayStartLater_.exchange(false);
-  if (!IsScanning() && !mayStartLater) return error::kSuccess;
+  const std::shared_ptr<Watcher> watcher = LatestWatcher();
+  if (!watcher || IsOver(*watcher)) return error::kSuccess;
   parts_.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is stopping.");
-  Watcher()->Stop();
-  const std::int64_t limit = std::int64_t{parts_.timeoutSeconds} * 1000;  // 0: no limit
-  const std::uint32_t begin = parts_.radio.clock->TickCount();
-  while (IsScanning()) {
-    parts_.wait.DoEvents();
-    const std::int64_t elapsed = parts_.radio.clock->TickCount() - begin;
-    if (limit != 0 && elapsed > limit) return parts_.errors.Raise(failure::kTimeout);
-  }
-  return error::kSuccess;
+  const platform::Latch::SignalPtr over = watcher->Over();
+  watcher->Stop();
+  if (!Listens(*watcher)) return error::kSuccess;
+  if (parts_.wait.WaitFor(*over, parts_.wait.Limit())) return error::kSuccess;
+  return parts_.errors.Raise(failure::kTimeout);
 }
 
 bool Scanner::IsScanning() const {
-  const WatcherPtr watcher = Watcher();
-  if (!watcher) return false;
-  const auto status = watcher->Status();
-  return status == BluetoothLEAdvertisementWatcherStatus::Started ||
-         status == BluetoothLEAdvertisementWatcherStatus::Stopping;
+  const std::shared_ptr<Watcher> watcher = LatestWatcher();
+  return watcher && Listens(*watcher);
 }
 
 ErrorCode Scanner::SetActiveScanning(std::int32_t value) {
@@ -159,10 +157,10 @@ void Scanner::PutBack(HeldAdvertisement* held) {
   parts_.events.FireAdvertisement(held->Hold(args, parts_.codec));
 }
 
-void Scanner::OnStopped(const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args) {
-  mayStartLater_ = false;
+void Scanner::OnStopped(const Watcher& watcher,
+                        const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args) {
   const char* reason = EnumText(args.error);
-  if (Watcher()->Status() == BluetoothLEAdvertisementWatcherStatus::Aborted) {
+  if (watcher.Status() == WatcherStatus::Aborted) {
     parts_.events.FireError(
         error::kScanAborted,
         Concat("Scanning was aborted for the following reason: ", std::string_view(reason))

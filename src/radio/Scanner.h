@@ -49,6 +49,7 @@ class Scanner {
   /// the radio has not begun in time does not begin any more.
   [[nodiscard]] ErrorCode StopScanning();
 
+  /// Whether the radio listens, or is about to stop listening.
   bool IsScanning() const;
 
   std::int32_t ActiveScanning() const { return activeScanning_; }
@@ -60,15 +61,25 @@ class Scanner {
   const HeldAdvertisement* CurrentAdvertisement() const;
 
  private:
-  using WatcherPtr = std::shared_ptr<platform::BluetoothLEAdvertisementWatcher>;
+  using Watcher = platform::BluetoothLEAdvertisementWatcher;
+
+  /// One scan: its watcher, which has been asked for it, listens, or is over, and the handlers on
+  /// it. Without a watcher there was no scan.
+  struct Scan {
+    std::shared_ptr<Watcher> watcher;
+    platform::EventToken received;
+    platform::EventToken stopped;
+  };
 
   [[nodiscard]] ErrorCode CheckAdapter();
-  WatcherPtr Watcher() const;
-  WatcherPtr EnsureWatcher();
-  bool WaitUntilStarted(const platform::BluetoothLEAdvertisementWatcher& watcher);
+  Scan MakeScan();
+  /// Makes `next` the scan of this instance, instead of one that has not begun and now will not.
+  void Replace(Scan next);
+  std::shared_ptr<Watcher> LatestWatcher() const;
 
   void OnReceived(const platform::BluetoothLEAdvertisementReceivedEventArgs& args);
-  void OnStopped(const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args);
+  void OnStopped(const Watcher& watcher,
+                 const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args);
 
   /// An advertisement that the calling thread reports until it puts it back.
   struct Return {
@@ -82,12 +93,9 @@ class Scanner {
 
   Parts parts_;
   std::atomic<std::int32_t> activeScanning_{0};
-  std::atomic<bool> mayStartLater_{false};  ///< the radio was told to listen and did not yet
 
   mutable std::mutex mutex_;  // guards everything below
-  WatcherPtr watcher_;        // made by the first scan, reused by every later one
-  platform::EventToken received_;
-  platform::EventToken stopped_;
+  Scan scan_;                 ///< the latest
   std::vector<std::pair<std::thread::id, const HeldAdvertisement*>> reporting_;
   std::vector<std::unique_ptr<HeldAdvertisement>> idle_;
 };

@@ -25,6 +25,12 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
   void Notify(std::size_t characteristic, platform::ByteView value) {
     characteristics_[characteristic]->Raise(value);
   }
+  std::shared_ptr<platform::GattDeviceService> Service() {
+    return std::make_shared<StormService>(shared_from_this());
+  }
+  std::shared_ptr<platform::GattCharacteristic> Characteristic(std::size_t index) const {
+    return characteristics_[index];
+  }
   void ChangeName() const { nameChanged_.Raise(); }
   void ChangeServices() const { servicesChanged_.Raise({u"0x0001-0xFFFF"}); }
   void ChangeStatus(bool connected) {
@@ -65,11 +71,17 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
     State Status() const override { return status_; }
     void SetScanningMode(platform::BluetoothLEScanningMode) override {}
     void SetAdvertisementFilter(platform::BluetoothLEAdvertisementFilter) override {}
-    void Start() override { status_ = State::Started; }
-    void Stop() override {
-      status_ = State::Stopped;
-      stopped_.Raise({});
+    void Start() override {
+      status_ = State::Started;
+      begun_.Open();
     }
+    void Stop() override {
+      if (status_.exchange(State::Stopped) == State::Stopped) return;
+      over_.Open();
+      stopped_.Raise(*this, {});
+    }
+    platform::Latch::SignalPtr Begun() override { return begun_.Signal(); }
+    platform::Latch::SignalPtr Over() override { return over_.Signal(); }
     platform::EventToken OnReceived(Received::Handler handler) override {
       return radio_->received_.Add(std::move(handler));
     }
@@ -80,12 +92,14 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
    private:
     const Ptr radio_;
     std::atomic<State> status_ = State::Created;
+    platform::Latch begun_;
+    platform::Latch over_;
     Stopped stopped_;
   };
 
-  class Characteristic final : public platform::GattCharacteristic {
+  class StormCharacteristic final : public platform::GattCharacteristic {
    public:
-    explicit Characteristic(std::uint16_t handle) : handle_(handle) {}
+    explicit StormCharacteristic(std::uint16_t handle) : handle_(handle) {}
     void Raise(platform::ByteView value) { changed_.Raise(*this, value); }
 
     std::uint16_t AttributeHandle() const override { return handle_; }
@@ -128,9 +142,9 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
     ValueChanged changed_;
   };
 
-  class Service final : public platform::GattDeviceService {
+  class StormService final : public platform::GattDeviceService {
    public:
-    explicit Service(Ptr radio) : radio_(std::move(radio)) {}
+    explicit StormService(Ptr radio) : radio_(std::move(radio)) {}
     std::uint16_t AttributeHandle() const override { return 1; }
     platform::Guid Uuid() const override { return platform::Guid::FromAssignedNumber(0x180F); }
     platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetIncludedServicesAsync(
@@ -168,7 +182,7 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
     std::u16string Name() const override { return u"Storm"; }
     platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesAsync(
         Mode) override {
-      return Done(platform::GattDeviceServicesResult{{}, {std::make_shared<Service>(radio_)}});
+      return Done(platform::GattDeviceServicesResult{{}, {std::make_shared<StormService>(radio_)}});
     }
     platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesForUuidAsync(
         const platform::Guid&, Mode mode) override {
@@ -190,8 +204,8 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
 
   const platform::BluetoothLEAdvertisement advertisement_{
       platform::Bytes{3, 0x09, 'S', 't', 5, 0xFF, 0x4C, 0, 1, 2, 4, 0x16, 0x0F, 0x18, 0x64}};
-  const std::vector<std::shared_ptr<Characteristic>> characteristics_{
-      std::make_shared<Characteristic>(2), std::make_shared<Characteristic>(5)};
+  const std::vector<std::shared_ptr<StormCharacteristic>> characteristics_{
+      std::make_shared<StormCharacteristic>(2), std::make_shared<StormCharacteristic>(5)};
   std::atomic<bool> connected_ = false;
   platform::BluetoothLEAdvertisementWatcher::Received received_;
   platform::BluetoothLEDevice::Changed statusChanged_;

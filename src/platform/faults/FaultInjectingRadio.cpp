@@ -27,6 +27,8 @@ class FaultInjectingWatcher final : public BluetoothLEAdvertisementWatcher {
   void Stop() override {
     plan_->Call([inner = inner_] { inner->Stop(); });
   }
+  Latch::SignalPtr Begun() override { return inner_->Begun(); }
+  Latch::SignalPtr Over() override { return inner_->Over(); }
   EventToken OnReceived(Received::Handler handler) override {
     return inner_->OnReceived(std::move(handler));
   }

@@ -98,18 +98,18 @@ void LinuxWatcher::EndScan() {
 
 void LinuxWatcher::Begin(LinuxSession& session, const ScanOrderPtr& order) {
   if (order->over) return;
-  if (!session.WhyNoAdapter().empty()) return OnStarted(order, BluetoothError::RadioNotAvailable);
+  if (!session.WhyNoAdapter().empty()) return OnStarted(BluetoothError::RadioNotAvailable);
   scan_ = std::make_shared<Scan>(session, session.Adapter()->path, order);
   const auto scan = scan_;
-  scan->Begin(scan, session, [weak = weak_from_this(), order](BluetoothError error) {
-    if (const auto self = weak.lock()) self->OnStarted(order, error);
+  scan->Begin(scan, session, [weak = weak_from_this()](BluetoothError error) {
+    if (const auto self = weak.lock()) self->OnStarted(error);
   });
 }
 
-void LinuxWatcher::OnStarted(const ScanOrderPtr& order, BluetoothError error) {
+void LinuxWatcher::OnStarted(BluetoothError error) {
   if (error == BluetoothError::Success) {
-    OnListening(order);
-  } else if (OnAborted(order)) {
+    OnListening();
+  } else if (OnAborted()) {
     LetGoOfScan();
     session_->NotifyWhyNoAdapter();
     RaiseStopped(error);

@@ -24,7 +24,7 @@ class LinuxWatcher final : public StatefulWatcher,
   void BeginScan(ScanOrderPtr order) override;
   void EndScan() override;
   void Begin(LinuxSession& session, const ScanOrderPtr& order);
-  void OnStarted(const ScanOrderPtr& order, BluetoothError error);
+  void OnStarted(BluetoothError error);
   void LetGoOfScan();
 
   const std::shared_ptr<LinuxSession> session_;

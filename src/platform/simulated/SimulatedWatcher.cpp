@@ -29,16 +29,16 @@ void SimulatedWatcher::EndScan() {
 }
 
 void SimulatedWatcher::Listen(const ScanOrderPtr& order) {
-  if (adapter_.startError) return Abort(order, *adapter_.startError);
-  if (!OnListening(order)) return;
+  if (adapter_.startError) return Abort(*adapter_.startError);
+  if (!OnListening()) return;
   session_ = std::make_shared<ScanSession>(timeline_, traffic_, order);
-  session_->Begin([weak = weak_from_this(), order](BluetoothError error) {
-    if (const auto self = weak.lock()) self->Abort(order, error);
+  session_->Begin([weak = weak_from_this()](BluetoothError error) {
+    if (const auto self = weak.lock()) self->Abort(error);
   });
 }
 
-void SimulatedWatcher::Abort(const ScanOrderPtr& order, BluetoothError error) {
-  if (!OnAborted(order)) return;
+void SimulatedWatcher::Abort(BluetoothError error) {
+  if (!OnAborted()) return;
   session_ = nullptr;
   RaiseStopped(error);
 }

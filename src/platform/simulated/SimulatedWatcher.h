@@ -19,7 +19,7 @@ class SimulatedWatcher final : public StatefulWatcher,
   void BeginScan(ScanOrderPtr order) override;
   void EndScan() override;
   void Listen(const ScanOrderPtr& order);
-  void Abort(const ScanOrderPtr& order, BluetoothError error);
+  void Abort(BluetoothError error);
 
   const std::weak_ptr<Timeline> timeline_;
   const AdapterScenario adapter_;
