@@ -164,6 +164,7 @@ class AttTest : public testing::Test {
     GattClientEvents events;
     events.linkChanged = [this](bool open) { linkChanges += open ? "open " : "closed "; };
     events.servicesChanged = [this](const std::u16string& range) { changedServices += range; };
+    events.notice = [this](const std::string& text) { notices += text; };
     client = std::make_unique<GattClient>(peer, executor, std::move(events));
   }
   ~AttTest() override { peer->ExpectAllSaid(); }
@@ -199,6 +200,7 @@ class AttTest : public testing::Test {
   std::shared_ptr<ManualExecutor> executor = std::make_shared<ManualExecutor>();
   std::shared_ptr<Peer> peer = std::make_shared<Peer>(executor);
   std::string linkChanges;
+  std::string notices;
   std::u16string changedServices;
   std::unique_ptr<GattClient> client;
 };
@@ -303,6 +305,34 @@ TEST_F(AttTest, FailingDescriptionDoesNotFailTheQuery) {
   ExpectStatus(found, GattCommunicationStatus::Success);
   EXPECT_EQ(found->descriptors.size(), 2U);
   EXPECT_EQ(characteristic->CharacteristicProperties(), 0x13AU);
+}
+
+TEST_F(AttTest, WhatDescribesIsReadWithoutPairingAndReadAgainWhenItWasRefused) {
+  const auto characteristic = OpenCharacteristic();
+  peer->canRaiseSecurity = true;
+  peer->On("04 13 00 1F 00", "05 01 1E 00 01 29 1F 00 00 29")
+      .On("0A 1E 00", "01 0A 1E 00 05")
+      .On("0A 1F 00", "0B 01 00");
+  Finish(characteristic->GetDescriptorsAsync(kUncached));
+  EXPECT_EQ(peer->raises, 0);
+  EXPECT_EQ(notices, "The descriptor with handle 0x001E could not be read: protocol error 0x05.");
+  peer->On("0A 1E 00", "0B 41");
+  ExpectStatus(Finish(characteristic->ReadMissingDescriptionsAsync()),
+               GattCommunicationStatus::Success);
+  EXPECT_EQ(characteristic->UserDescription(), u"A");
+  EXPECT_EQ(characteristic->CharacteristicProperties(), 0x13AU);
+  EXPECT_EQ(characteristic->ReadMissingDescriptionsAsync(), nullptr);
+
+  // A complete query leaves nothing of what the one before found; silence is told, not repeated.
+  notices.clear();
+  peer->On("04 13 00 1F 00", "05 01 1F 00 00 29").On("0A 1F 00");
+  const auto query = characteristic->GetDescriptorsAsync(kUncached);
+  executor->Advance(kTransactionTimeout);
+  EXPECT_EQ(Finish(query)->descriptors.size(), 1U);
+  EXPECT_EQ(characteristic->UserDescription(), u"");
+  EXPECT_EQ(characteristic->CharacteristicProperties(), 0x3AU);
+  EXPECT_EQ(notices, "The descriptor with handle 0x001F could not be read: no answer.");
+  EXPECT_EQ(characteristic->ReadMissingDescriptionsAsync(), nullptr);
 }
 
 TEST_F(AttTest, ConfigurationIsSearchedWhenUnknownAndMayBeMissing) {

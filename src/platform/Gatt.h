@@ -121,6 +121,9 @@ class GattCharacteristic {
   virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
       const Guid& uuid, BluetoothCacheMode mode) = 0;
+  /// Reads once more what a query could not read of the descriptors that the three properties come
+  /// from, over a link that is open. Null when nothing is missing.
+  virtual AsyncOperationPtr<GattResult> ReadMissingDescriptionsAsync() { return nullptr; }
 
   virtual AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,

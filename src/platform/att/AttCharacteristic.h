@@ -46,6 +46,8 @@ class AttCharacteristic final : public GattCharacteristic,
   AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
       const Guid& uuid, BluetoothCacheMode mode) override;
 
+  AsyncOperationPtr<GattResult> ReadMissingDescriptionsAsync() override;
+
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,
                                                                GattWriteOption option) override;

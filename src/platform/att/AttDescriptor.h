@@ -30,9 +30,9 @@ class AttDescriptor final : public GattDescriptor,
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value) override;
 
-  /// Reads the value over `bearer`.
-  AsyncOperationPtr<GattReadResult> Read(const BearerPtr& bearer) {
-    return ReadWholeValue(bearer, handle_, shared_from_this());
+  /// Reads the value over `bearer` without being asked for it: no pairing is started for its sake.
+  AsyncOperationPtr<GattReadResult> ReadUnasked(const BearerPtr& bearer) {
+    return ReadWholeValue(bearer, handle_, shared_from_this(), AttBearer::OnRefusal::Stands);
   }
   void Keep(ByteView value) override;
 

@@ -38,13 +38,15 @@ class AttDevice : public BluetoothLEDevice {
   }
 
  protected:
-  AttDevice(std::shared_ptr<AttConnector> connector, std::shared_ptr<Executor> executor)
+  AttDevice(std::shared_ptr<AttConnector> connector, std::shared_ptr<Executor> executor,
+            const Radio::Notice& notices)
       : client_(std::make_shared<GattClient>(
             std::move(connector), std::move(executor),
             GattClientEvents{[changed = connectionStatusChanged_](bool) { changed.Raise(); },
                              [changed = servicesChanged_](const std::u16string& range) {
                                changed.Raise({range});
-                             }})) {}
+                             },
+                             [notices](const std::string& text) { notices.Raise(text); }})) {}
 
   const std::shared_ptr<GattClient>& Client() const { return client_; }
   /// A copy shares its handlers.

@@ -1,6 +1,7 @@
 #include "platform/att/CharacteristicDescription.h"
 
-#include <optional>
+#include <algorithm>
+#include <map>
 #include <string_view>
 
 #include "platform/Utf.h"
@@ -40,6 +41,18 @@ std::vector<std::uint16_t> ParseAggregateFormat(ByteView value) {
   return handles;
 }
 
+bool Is(const DescriptorRecord& descriptor, std::uint16_t assignedNumber) {
+  return descriptor.uuid.AssignedNumber16() == assignedNumber;
+}
+
+template <class Readings>
+auto FindReading(Readings& readings, const DescriptorRecord& descriptor) {
+  return std::find_if(readings.begin(), readings.end(), [&](const auto& reading) {
+    return reading.descriptor.handle == descriptor.handle &&
+           reading.descriptor.uuid == descriptor.uuid;
+  });
+}
+
 }  // namespace
 
 bool CharacteristicDescription::Understands(const Guid& descriptorUuid) {
@@ -54,43 +67,81 @@ bool CharacteristicDescription::Understands(const Guid& descriptorUuid) {
   }
 }
 
+void CharacteristicDescription::Replace(std::uint32_t databaseVersion, Readings readings) {
+  const std::lock_guard lock(mutex_);
+  databaseVersion_ = databaseVersion;
+  readings_.swap(readings);
+}
+
+CharacteristicDescription::Readings CharacteristicDescription::Known(
+    std::uint32_t databaseVersion, const std::vector<DescriptorRecord>& descriptors) const {
+  Readings known;
+  const std::lock_guard lock(mutex_);
+  for (const DescriptorRecord& descriptor : descriptors) {
+    if (!Understands(descriptor.uuid)) continue;
+    const auto before = FindReading(readings_, descriptor);
+    if (databaseVersion == databaseVersion_ && before != readings_.end()) {
+      known.push_back(*before);
+    } else {
+      known.push_back({descriptor, Reading::Outcome::NotRead, {}});
+    }
+  }
+  return known;
+}
+
 void CharacteristicDescription::Learn(const DescriptorRecord& descriptor, ByteView value) {
   const std::lock_guard lock(mutex_);
-  switch (descriptor.uuid.AssignedNumber16().value_or(0)) {
-    case gatt_uuid::kExtendedProperties:
-      if (value.size() == 2) extendedProperties_ = ParseExtendedProperties(value);
-      break;
-    case gatt_uuid::kUserDescription:
-      userDescription_ = ParseUserDescription(value);
-      break;
-    case gatt_uuid::kPresentationFormat:
-      if (const auto format = ParsePresentationFormat(value)) formats_[descriptor.handle] = *format;
-      break;
-    case gatt_uuid::kAggregateFormat:
-      aggregate_ = ParseAggregateFormat(value);
-      break;
-    default:
-      break;
-  }
+  const auto known = FindReading(readings_, descriptor);
+  if (known == readings_.end()) return;
+  known->outcome = Reading::Outcome::Read;
+  known->value.assign(value.begin(), value.end());
+}
+
+std::vector<DescriptorRecord> CharacteristicDescription::Missing() const {
+  std::vector<DescriptorRecord> missing;
+  const std::lock_guard lock(mutex_);
+  for (const Reading& reading : readings_)
+    if (reading.outcome == Reading::Outcome::NotRead ||
+        reading.outcome == Reading::Outcome::Refused)
+      missing.push_back(reading.descriptor);
+  return missing;
+}
+
+std::optional<ByteView> CharacteristicDescription::ValueOf(std::uint16_t assignedNumber) const {
+  for (const Reading& reading : readings_)
+    if (reading.outcome == Reading::Outcome::Read && Is(reading.descriptor, assignedNumber))
+      return reading.value;
+  return std::nullopt;
 }
 
 std::uint32_t CharacteristicDescription::ExtendedProperties() const {
   const std::lock_guard lock(mutex_);
-  return extendedProperties_;
+  const auto value = ValueOf(gatt_uuid::kExtendedProperties);
+  return value && value->size() == 2 ? ParseExtendedProperties(*value) : 0;
 }
 
 std::u16string CharacteristicDescription::UserDescription() const {
   const std::lock_guard lock(mutex_);
-  return userDescription_;
+  return ParseUserDescription(ValueOf(gatt_uuid::kUserDescription).value_or(ByteView{}));
 }
 
 std::vector<GattPresentationFormat> CharacteristicDescription::PresentationFormats() const {
-  const std::lock_guard lock(mutex_);
+  std::map<std::uint16_t, GattPresentationFormat> formats;  // by handle of the descriptor
+  std::vector<std::uint16_t> aggregate;
+  {
+    const std::lock_guard lock(mutex_);
+    for (const Reading& reading : readings_) {
+      if (!Is(reading.descriptor, gatt_uuid::kPresentationFormat)) continue;
+      if (const auto format = ParsePresentationFormat(reading.value))
+        formats.emplace(reading.descriptor.handle, *format);
+    }
+    if (const auto value = ValueOf(gatt_uuid::kAggregateFormat))
+      aggregate = ParseAggregateFormat(*value);
+  }
   std::vector<GattPresentationFormat> ordered;
-  auto rest = formats_;
-  for (const std::uint16_t handle : aggregate_)
-    if (const auto format = rest.extract(handle)) ordered.push_back(format.mapped());
-  for (const auto& [handle, format] : rest)
+  for (const std::uint16_t handle : aggregate)
+    if (const auto format = formats.extract(handle)) ordered.push_back(format.mapped());
+  for (const auto& [handle, format] : formats)
     ordered.push_back(format);
   return ordered;
 }

@@ -16,12 +16,6 @@ auto FindUuid(const Records& records, std::uint16_t number) {
                            [](const auto& record) { return record.uuid; });
 }
 
-void AppendHandle(std::u16string& text, std::uint16_t handle) {
-  text += u"0x";
-  for (int shift = 12; shift >= 0; shift -= 4)
-    text += u"0123456789ABCDEF"[handle >> shift & 0xF];
-}
-
 }  // namespace
 
 std::shared_ptr<GattContext> GattContext::Create(std::shared_ptr<AttConnector> connector,
@@ -85,11 +79,10 @@ void GattContext::FindServiceChangedConfiguration(const BearerPtr& bearer,
 void GattContext::ReportServiceChanged(ByteView value) {
   ++databaseVersion_;
   if (closed_ || !events_.servicesChanged || value.size() != 4) return;
-  std::u16string range;
-  AppendHandle(range, LoadU16(value));
-  range += u'-';
-  AppendHandle(range, LoadU16(value.subspan(2)));
-  events_.servicesChanged(range);
+  const auto handle = [&](std::size_t at) {
+    return HexNumber<std::u16string>(LoadU16(value.subspan(at)), 4);
+  };
+  events_.servicesChanged(handle(0) + u'-' + handle(2));
 }
 
 }  // namespace corvaneble::platform::att

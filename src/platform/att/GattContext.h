@@ -17,12 +17,14 @@
 
 namespace corvaneble::platform::att {
 
-/// What the owner of a GATT client is told, on the channel's thread. Both may be empty. Neither is
+/// What the owner of a GATT client is told, on the channel's thread. Each may be empty. None is
 /// begun once the client is closed, but one that runs already is not waited for: capture weakly.
 struct GattClientEvents {
   std::function<void(bool open)> linkChanged;
   /// The handles concerned, as text: "0x0010-0x0020".
   std::function<void(const std::u16string& range)> servicesChanged;
+  /// Words for the user.
+  std::function<void(const std::string& text)> notice;
 };
 
 /// What a client and all of its GATT objects share: the link, the objects in use, the queue of long
@@ -45,6 +47,11 @@ class GattContext final : public AttLink::Observer,
   /// Asks the server for Service Changed indications (Bluetooth Core 5.4, Vol 3 Part G, 7.1), once
   /// per link, when it has a Generic Attribute service. Failing changes nothing for anybody.
   void WatchServiceChanged(const BearerPtr& bearer, const std::vector<ServiceRecord>& services);
+
+  /// Tells the user something.
+  void Notify(const std::string& text) const {
+    if (!closed_ && events_.notice) events_.notice(text);
+  }
 
   void Close();
 

@@ -16,8 +16,9 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
  public:
   using Ptr = std::shared_ptr<ValueRead>;
 
-  ValueRead(std::uint16_t handle, std::shared_ptr<ValueKeeper>&& keeper)
-      : handle_(handle), keeper_(std::move(keeper)) {}
+  ValueRead(std::uint16_t handle, std::shared_ptr<ValueKeeper>&& keeper,
+            AttBearer::OnRefusal onRefusal = AttBearer::OnRefusal::SecureLink)
+      : handle_(handle), onRefusal_(onRefusal), keeper_(std::move(keeper)) {}
 
   [[gnu::hot]] static void Begin(Ptr read, BearerPtr bearer) {
     read->bearer_ = std::move(bearer);
@@ -37,9 +38,13 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
  private:
   [[gnu::hot]] static void Ask(Ptr read, const Pdu& request) {
     AttBearer& bearer = *read->bearer_;
-    bearer.Request(request, [read = std::move(read)](const AttReply& reply) {
-      if (const auto next = read->Take(reply)) Ask(read, *next);
-    });
+    const AttBearer::OnRefusal onRefusal = read->onRefusal_;
+    bearer.Request(
+        request,
+        [read = std::move(read)](const AttReply& reply) {
+          if (const auto next = read->Take(reply)) Ask(read, *next);
+        },
+        onRefusal);
   }
 
   /// The next request; none when this reply was the last one.
@@ -68,6 +73,7 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
   }
 
   const std::uint16_t handle_;
+  const AttBearer::OnRefusal onRefusal_;
   const std::shared_ptr<ValueKeeper> keeper_;
   BearerPtr bearer_;
   std::shared_ptr<GattReadResult> result_ = std::make_shared<GattReadResult>();
@@ -87,8 +93,9 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
 }
 
 AsyncOperationPtr<GattReadResult> ReadWholeValue(BearerPtr bearer, std::uint16_t handle,
-                                                 std::shared_ptr<ValueKeeper> keeper) {
-  auto read = std::make_shared<ValueRead>(handle, std::move(keeper));
+                                                 std::shared_ptr<ValueKeeper> keeper,
+                                                 AttBearer::OnRefusal onRefusal) {
+  auto read = std::make_shared<ValueRead>(handle, std::move(keeper), onRefusal);
   ValueRead::Begin(read, std::move(bearer));
   return read;
 }

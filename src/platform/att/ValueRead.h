@@ -28,7 +28,8 @@ AsyncOperationPtr<GattReadResult> ReadWholeValue(AttLink& link, std::uint16_t ha
                                                  std::shared_ptr<ValueKeeper> keeper);
 
 /// The same over a bearer that the caller has already: never over another one.
-AsyncOperationPtr<GattReadResult> ReadWholeValue(BearerPtr bearer, std::uint16_t handle,
-                                                 std::shared_ptr<ValueKeeper> keeper);
+AsyncOperationPtr<GattReadResult> ReadWholeValue(
+    BearerPtr bearer, std::uint16_t handle, std::shared_ptr<ValueKeeper> keeper,
+    AttBearer::OnRefusal onRefusal = AttBearer::OnRefusal::SecureLink);
 
 }  // namespace corvaneble::platform::att

@@ -69,7 +69,7 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
 
 LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device)
     : AttDevice(std::make_shared<L2capConnector>(session.shared_from_this(), device),
-                session.Loop()),
+                session.Loop(), session.Notices()),
       address_(device.address) {
   name_->name = device.name;
   linkChanged_ = OnConnectionStatusChanged(

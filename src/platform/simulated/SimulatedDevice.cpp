@@ -10,9 +10,10 @@
 namespace corvaneble::platform::simulated {
 
 SimulatedDevice::SimulatedDevice(const std::weak_ptr<Timeline>& timeline,
-                                 std::shared_ptr<VirtualPeripheral> peripheral)
+                                 std::shared_ptr<VirtualPeripheral> peripheral,
+                                 const Radio::Notice& notices)
     : AttDevice(std::make_shared<SimulatedConnector>(timeline, peripheral),
-                std::make_shared<BorrowedExecutor>(timeline)),
+                std::make_shared<BorrowedExecutor>(timeline), notices),
       peripheral_(std::move(peripheral)) {
   const auto hadLink = std::make_shared<std::atomic<bool>>(false);
   linkToken_ = OnConnectionStatusChanged([client = std::weak_ptr(Client()), hadLink] {

@@ -15,7 +15,7 @@ namespace corvaneble::platform::simulated {
 class SimulatedDevice final : public att::AttDevice {
  public:
   SimulatedDevice(const std::weak_ptr<Timeline>& timeline,
-                  std::shared_ptr<VirtualPeripheral> peripheral);
+                  std::shared_ptr<VirtualPeripheral> peripheral, const Radio::Notice& notices);
 
   std::uint64_t BluetoothAddress() const override { return peripheral_->Scenario().address; }
   std::u16string Name() const override;

@@ -59,7 +59,7 @@ AsyncOperationPtr<BluetoothLEDevice> SimulatedRadio::DeviceFromBluetoothAddressA
     std::uint64_t address) {
   std::shared_ptr<BluetoothLEDevice> device;
   if (const auto found = peripherals_.find(address); found != peripherals_.end())
-    device = std::make_shared<SimulatedDevice>(timeline_, found->second);
+    device = std::make_shared<SimulatedDevice>(timeline_, found->second, notices_);
   return CompleteOn(*timeline_, std::move(device));
 }
 

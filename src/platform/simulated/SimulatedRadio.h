@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <utility>
 
 #include "platform/Radio.h"
 #include "platform/simulated/ScanSession.h"
@@ -22,12 +23,14 @@ class SimulatedRadio final : public Radio {
   std::shared_ptr<BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override;
   AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
       std::uint64_t address) override;
+  EventToken OnNotice(Notice::Handler handler) override { return notices_.Add(std::move(handler)); }
 
  private:
   const std::shared_ptr<Timeline> timeline_;
   const AdapterScenario adapter_;
   std::map<std::uint64_t, std::shared_ptr<VirtualPeripheral>> peripherals_;
   std::shared_ptr<const AirTraffic> traffic_;
+  Notice notices_;
 };
 
 /// An opened simulated radio with the timeline that is its clock and its pump, for whoever adds
