@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "support/Host.h"
@@ -86,6 +87,43 @@ TEST(Connect, LinkNameAndServiceChangesBecomeEvents) {
   EXPECT_EQ(host->Discover(), 0);
   EXPECT_EQ(host->Do(CORVANEBLE_METHOD_DISCONNECT), 0);
   EXPECT_EQ(host->Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 0);
+}
+
+TEST(Connect, WhatTheHostConnectsToInsideDisconnectedIsLeftWhole) {
+  for (const int times : {1, 2}) {  // a handler that does it always would never come to an end
+    const auto host = ConnectedTo(R"({"peripherals": [
+      {"address": "00A050C4E2F1", "services": [{"uuid": "180F"}]},
+      {"address": "00A050C4E2F2"}, {"address": "00A050C4E2F3"}]})",
+                                  "00A050C4E2F2");
+    int left = times;
+    host->onEvent = [&](const HostEvent& event) {
+      if (event.id != CORVANEBLE_EVENT_DISCONNECTED || left-- <= 0) return 0;
+      EXPECT_EQ(host->Do(CORVANEBLE_METHOD_CONNECT, {kMeterId}), 0);
+      EXPECT_EQ(host->Discover(), 0);
+      EXPECT_EQ(host->Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 3);
+      return 0;
+    };
+    EXPECT_EQ(host->Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F3"}), 0);
+    EXPECT_EQ(host->Text(CORVANEBLE_PROPERTY_SERVER_ID), "00A050C4E2F3");
+    EXPECT_EQ(host->Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 0);
+    EXPECT_EQ(host->Lines(CORVANEBLE_EVENT_DISCONNECTED).size(), 2U);
+    EXPECT_EQ(host->Lines(CORVANEBLE_EVENT_CONNECTED).size(), times == 1 ? 3U : 4U);
+  }
+}
+
+TEST(Connect, ALinkLostInsideConnectedIsTold) {
+  Host host(R"({"peripherals": [{"address": "00A050C4E2F1", "services": [{"uuid": "180F"}],
+    "events": [{"kind": "dropLink", "at": 500}]}]})");
+  host.onEvent = [&](const HostEvent& event) {
+    if (event.id != CORVANEBLE_EVENT_CONNECTED) return 0;
+    EXPECT_EQ(host.Discover(), 0);
+    host.Pump(1000);
+    return 0;
+  };
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {kMeterId}), 0);
+  EXPECT_EQ(host.Lines(CORVANEBLE_EVENT_DISCONNECTED),
+            std::vector<std::string>{"Disconnected|0|Offline"});
+  EXPECT_EQ(host.Discover(), 605);
 }
 
 TEST(Discover, AnnouncesServicesCharacteristicsAndDescriptorsInOrder) {
@@ -207,6 +245,37 @@ TEST(Discover, IncludedServicesAreLinkedAndCyclesEnd) {
   ASSERT_EQ(host->Events(CORVANEBLE_EVENT_DISCOVERED).size(), 1U);  // 512 is included, not wanted
   EXPECT_EQ(host->Events(CORVANEBLE_EVENT_DISCOVERED)[0].Text(1), "030000000000");
   EXPECT_EQ(host->Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 5);
+}
+
+TEST(Discover, ServicesThatNobodyIncludesAreNotCounted) {
+  std::string services;
+  for (int i = 0; i < 4200; ++i)
+    services += R"({"uuid": "180F"},)";
+  services.back() = ']';
+  const auto host = ConnectedTo(R"({"peripherals": [{"address": "00A050C4E2F1", "services": [)" +
+                                services + "}]}");
+  host->Config("LogLevel=0");
+  host->Config("AutoDiscoverIncludedServices=True");
+  EXPECT_EQ(host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES, {"", ""}), 0) << host->LastError();
+  EXPECT_EQ(host->Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 4202);  // with the two of every device
+}
+
+TEST(Discover, WhatADescriptionSaysCannotHideTheRest) {
+  const auto host = ConnectedTo(R"({"peripherals": [{"address": "00A050C4E2F1", "services": [
+    {"uuid": "180F", "handle": 32, "characteristics": [
+      {"uuid": "2A19", "handle": 33, "properties": ["read"],
+       "descriptors": [{"userDescription": "Zone\u0000]"}]},
+      {"uuid": "2A1C", "handle": 48, "properties": ["read"], "descriptors": [
+        {"uuid": "2901", "value": "41", "readError": "insufficientAuthentication"}]}]}]}]})");
+  ASSERT_EQ(host->Discover("", "", true), 0);
+  const std::string report = host->Config("GattObjTreeInfo");
+  EXPECT_NE(report.find(", UserDescr=\"Zone\", VFCount=0]\r\n>>>"), std::string::npos) << report;
+  EXPECT_NE(report.find("[ID=002000300032]\r\n"), std::string::npos) << report;
+  const auto logs = host->Lines(CORVANEBLE_EVENT_LOG);
+  EXPECT_EQ(std::count(logs.begin(), logs.end(),
+                       "Log|1|The descriptor with handle 0x0032 could not be read: protocol error "
+                       "0x05.|Radio"),
+            1);
 }
 
 TEST(Read, DeliversTheValueTwiceAndKeepsTheCache) {

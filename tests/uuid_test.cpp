@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "radio/EnumText.h"
 #include "radio/ResultMapping.h"
 #include "radio/ServerId.h"
+#include "support/StormRadio.h"
 
 namespace corvaneble {
 namespace {
@@ -147,6 +149,27 @@ TEST(GattObjectTree, IdsNeedTheHandlesOfTheLevelsAbove) {
     EXPECT_EQ(tree.MakeGattId(service, characteristic, descriptor, id), code);
     EXPECT_EQ(code == 0 ? std::string(id.View()) : errors.LastText(), result);
   }
+}
+
+TEST(GattObjectTree, AServerThatLiesAboutItsServicesIsBounded) {
+  std::shared_ptr<tests::StormRadio> radio;
+  tests::StormRadio::Open(radio);
+  ErrorState errors;
+  int values = 0;
+  GattObjectTree tree(errors, [&](platform::GattCharacteristic&, platform::ByteView) { ++values; });
+  // Every service claims the same characteristic.
+  const auto characteristic = radio->Characteristic(0);
+  std::size_t records = 0;
+  for (std::uint16_t handle = 1;; ++handle) {
+    const auto [service, isNew] = tree.AddService(radio->Service(), GattId(handle, 0, 0));
+    if (!service) break;
+    ++records;
+    if (!tree.AddCharacteristic(characteristic, service, GattId(handle, 2, 0)).first) break;
+    ++records;
+  }
+  EXPECT_EQ(records, GattObjectTree::kMostRecords);
+  radio->Notify(0, platform::Bytes{1});
+  EXPECT_EQ(values, 1);
 }
 
 TEST(ErrorState, TextAndCodeGoTheirOwnWays) {

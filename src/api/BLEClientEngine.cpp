@@ -8,23 +8,22 @@ BLEClientEngine::BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
                                  const platform::TextConverter& converter)
     : ComponentBase(sink, converter),
       radio_(std::move(radio)),
-      tree_(errors_, ValueChangedHandler()),
       scanner_(
           {errors_, events_, log_, settings_, codec_, radio_, timeoutSeconds_, wait_, bridge_}),
-      connection_(
-          {errors_, events_, log_, codec_, radio_, wait_, scanner_, tree_, selection_, bridge_}),
-      attributes_({errors_, events_, log_, settings_, tree_, selection_, connection_, gatt_}),
-      services_({errors_, events_, log_, settings_, tree_, connection_, gatt_, attributes_}),
-      reader_({errors_, events_, log_, tree_, connection_, gatt_, reconciler_}),
-      writer_({errors_, events_, log_, tree_, connection_, gatt_, wait_, reporter_, reconciler_}),
-      fields_({errors_, codec_, attributes_, writer_}),
-      subscriptions_({errors_, events_, log_, settings_, tree_, connection_, gatt_, wait_,
-                      reporter_, attributes_, fields_}),
-      config_({errors_, settings_, codec_, tree_, scanner_}),
-      properties_({errors_, codec_, slots_, wait_, scanner_, connection_, tree_, selection_,
-                   fields_, reader_, subscriptions_, timeoutSeconds_}),
-      methods_({errors_, codec_, slots_, wait_, config_, scanner_, connection_, selection_,
-                services_, attributes_, reader_, writer_, subscriptions_}) {
+      connection_({errors_, events_, log_, codec_, radio_, wait_, scanner_, bridge_,
+                   ValueChangedHandler()}),
+      attributes_({errors_, events_, log_, settings_, connection_, gatt_}),
+      services_({errors_, events_, log_, settings_, connection_, gatt_, attributes_}),
+      reader_({errors_, events_, log_, connection_, gatt_, reconciler_}),
+      writer_({errors_, events_, log_, connection_, gatt_, wait_, reporter_, reconciler_}),
+      fields_({errors_, codec_, attributes_, writer_, gatt_}),
+      subscriptions_({errors_, events_, log_, settings_, connection_, gatt_, wait_, reporter_,
+                      attributes_, fields_}),
+      config_({errors_, settings_, codec_, scanner_, connection_}),
+      properties_({errors_, codec_, slots_, wait_, scanner_, connection_, fields_, reader_,
+                   subscriptions_, timeoutSeconds_}),
+      methods_({errors_, codec_, slots_, wait_, config_, scanner_, connection_, services_,
+                attributes_, reader_, writer_, subscriptions_}) {
   radio_.pump->SetOwner(this);
 }
 

@@ -9,8 +9,6 @@
 #include "frame/tables/MethodTable.h"
 #include "frame/tables/PropertyTable.h"
 #include "frame/tables/ReturnSlots.h"
-#include "gatt/GattObjectTree.h"
-#include "gatt/Selection.h"
 #include "platform/Radio.h"
 #include "platform/TextConverter.h"
 #include "procedures/AttributeDiscovery.h"
@@ -59,13 +57,11 @@ class BLEClientEngine : public ComponentBase {
   AsyncWait wait_{errors_, radio_, timeoutSeconds_};
   ResultReporter reporter_{errors_, log_};
   GattCall gatt_{errors_, wait_, reporter_};
-  GattObjectTree tree_;
-  Selection selection_{tree_, errors_};
   Scanner scanner_;
   Connection connection_;
   AttributeDiscovery attributes_;
   ServiceDiscovery services_;
-  CccdReconciler reconciler_{events_, log_, tree_};
+  CccdReconciler reconciler_{events_, log_};
   Reader reader_;
   Writer writer_;
   CharacteristicFields fields_;

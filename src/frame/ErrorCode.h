@@ -89,6 +89,8 @@ inline constexpr Failure kUnreachable{error::kUnreachable,
                                       "Error attempting communication: Device unreachable."};
 inline constexpr Failure kTooManyInclusions{error::kInclusionCycle,
                                             "The included services are nested too deeply."};
+inline constexpr Failure kTooManyAttributes{
+    error::kInclusionCycle, "The server reports more attributes than a server can have."};
 /// An operation of the platform that ended without a result and without a failure.
 inline constexpr Failure kNoResult{error::kPlatformFailure,
                                    "The platform completed the operation without a result."};

@@ -1,6 +1,7 @@
 #include "gatt/GattObjectTree.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "frame/Text.h"
 
@@ -46,13 +47,23 @@ ErrorCode GattObjectTree::MakeGattId(std::uint16_t service, std::uint16_t charac
   return error::kSuccess;
 }
 
+template <class Entry>
+std::pair<std::shared_ptr<Entry>, bool> GattObjectTree::Store(Index<Entry>& index,
+                                                              std::shared_ptr<Entry> entry) {
+  if (auto known = Find(index, entry->id.ToKey())) return {std::move(known), false};
+  if (serviceIndex_.size() + characteristicIndex_.size() + descriptorIndex_.size() >= kMostRecords)
+    return {nullptr, false};
+  index.emplace(entry->id.ToKey(), entry);
+  return {std::move(entry), true};
+}
+
 std::pair<ServicePtr, bool> GattObjectTree::AddService(
     std::shared_ptr<platform::GattDeviceService> object, const GattId& id) {
   auto entry = std::make_shared<ServiceEntry>(std::move(object), id);
   const std::lock_guard lock(mutex_);
-  const auto [position, isNew] = lists_.serviceIndex.try_emplace(id.ToKey(), entry);
-  if (isNew) lists_.services.push_back(std::move(entry));
-  return {position->second, isNew};
+  auto [record, isNew] = Store(serviceIndex_, std::move(entry));
+  if (isNew) services_.push_back(record);
+  return {std::move(record), isNew};
 }
 
 std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
@@ -60,18 +71,21 @@ std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
     const GattId& id) {
   {
     const std::lock_guard lock(mutex_);
-    if (auto known = Find(lists_.characteristicIndex, id.ToKey())) return {std::move(known), false};
+    if (auto known = Find(characteristicIndex_, id.ToKey())) return {std::move(known), false};
   }
   auto entry = std::make_shared<CharacteristicEntry>(std::move(object), id);
-  entry->valueChanged = entry->platform->OnValueChanged(valueChanged_);
-  const std::lock_guard lock(mutex_);
-  if (Find(lists_.serviceIndex, service->id.ToKey()) != service) return {std::move(entry), true};
-  const auto [position, isNew] = lists_.characteristicIndex.try_emplace(id.ToKey(), entry);
-  if (isNew) {
-    service->characteristics.push_back(entry);
-    lists_.objectIndex.try_emplace(entry->platform.get(), entry.get());
+  CharacteristicPtr record;
+  bool isNew = false;
+  {
+    const std::lock_guard lock(mutex_);
+    std::tie(record, isNew) = Store(characteristicIndex_, std::move(entry));
+    if (!isNew) return {std::move(record), false};
+    service->characteristics.push_back(record);
+    if (!objectIndex_.try_emplace(record->platform.get(), record).second)
+      return {std::move(record), true};
   }
-  return {position->second, isNew};
+  record->valueChanged = record->platform->OnValueChanged(valueChanged_);
+  return {std::move(record), true};
 }
 
 std::pair<DescriptorPtr, bool> GattObjectTree::AddDescriptor(
@@ -79,12 +93,9 @@ std::pair<DescriptorPtr, bool> GattObjectTree::AddDescriptor(
     const GattId& id) {
   auto entry = std::make_shared<DescriptorEntry>(std::move(object), id);
   const std::lock_guard lock(mutex_);
-  if (Find(lists_.characteristicIndex, characteristic->id.ToKey()) != characteristic) {
-    return {std::move(entry), true};
-  }
-  const auto [position, isNew] = lists_.descriptorIndex.try_emplace(id.ToKey(), entry);
-  if (isNew) characteristic->descriptors.push_back(std::move(entry));
-  return {position->second, isNew};
+  auto [record, isNew] = Store(descriptorIndex_, std::move(entry));
+  if (isNew) characteristic->descriptors.push_back(record);
+  return {std::move(record), isNew};
 }
 
 void GattObjectTree::Link(const ServicePtr& child, const ServicePtr& parent) {
@@ -96,7 +107,7 @@ void GattObjectTree::Link(const ServicePtr& child, const ServicePtr& parent) {
 ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
   {
     const std::lock_guard lock(mutex_);
-    if (auto found = Find(lists_.serviceIndex, GattId::ParseKey(serviceId))) return found;
+    if (auto found = Find(serviceIndex_, GattId::ParseKey(serviceId))) return found;
   }
   errors_.SetLastText(
       Concat("No service with the ID ", Quoted{serviceId}, " has been discovered."));
@@ -109,7 +120,7 @@ ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
   const auto id = GattId::ParseKey(characteristicId);
   if (service && id && GattId::ServiceOf(*id) == *service) {
     const std::lock_guard lock(mutex_);
-    if (auto found = Find(lists_.characteristicIndex, id)) return found;
+    if (auto found = Find(characteristicIndex_, id)) return found;
   }
   SetNoCharacteristicText(serviceId, characteristicId);
   return nullptr;
@@ -121,7 +132,7 @@ DescriptorPtr GattObjectTree::FindDescriptor(std::string_view characteristicId,
   const auto id = GattId::ParseKey(descriptorId);
   if (characteristic && id && GattId::CharacteristicOf(*id) == *characteristic) {
     const std::lock_guard lock(mutex_);
-    if (auto found = Find(lists_.descriptorIndex, id)) return found;
+    if (auto found = Find(descriptorIndex_, id)) return found;
   }
   errors_.SetLastText(Concat("No descriptor with the ID ", Quoted{descriptorId},
                              " has been discovered for the characteristic with ID ",
@@ -133,8 +144,7 @@ ErrorCode GattObjectTree::RequireCharacteristic(std::string_view serviceId,
                                                 std::string_view characteristicId) const {
   {
     const std::lock_guard lock(mutex_);
-    if (Find(lists_.characteristicIndex, GattId::ParseKey(characteristicId)))
-      return error::kSuccess;
+    if (Find(characteristicIndex_, GattId::ParseKey(characteristicId))) return error::kSuccess;
   }
   SetNoCharacteristicText(serviceId, characteristicId);
   return error::kNotDiscovered;
@@ -150,14 +160,13 @@ void GattObjectTree::SetNoCharacteristicText(std::string_view serviceId,
 [[gnu::hot]] CharacteristicPtr GattObjectTree::FindCharacteristicByObject(
     const platform::GattCharacteristic& object) const {
   const std::lock_guard lock(mutex_);
-  const auto found = lists_.objectIndex.find(&object);
-  if (found == lists_.objectIndex.end()) return nullptr;
-  return Find(lists_.characteristicIndex, found->second->id.ToKey());
+  const auto found = objectIndex_.find(&object);
+  return found != objectIndex_.end() ? found->second : nullptr;
 }
 
 std::vector<ServicePtr> GattObjectTree::Services() const {
   const std::lock_guard lock(mutex_);
-  return lists_.services;
+  return services_;
 }
 
 std::vector<CharacteristicPtr> GattObjectTree::CharacteristicsOf(
@@ -174,7 +183,7 @@ std::vector<DescriptorPtr> GattObjectTree::DescriptorsOf(
 
 std::size_t GattObjectTree::ServiceCount() const {
   const std::lock_guard lock(mutex_);
-  return lists_.services.size();
+  return services_.size();
 }
 
 std::size_t GattObjectTree::CharacteristicCount(const ServiceEntry& service) const {
@@ -189,7 +198,7 @@ std::size_t GattObjectTree::DescriptorCount(const CharacteristicEntry& character
 
 ServicePtr GattObjectTree::ServiceAt(std::size_t index) const {
   const std::lock_guard lock(mutex_);
-  return At(lists_.services, index);
+  return At(services_, index);
 }
 
 CharacteristicPtr GattObjectTree::CharacteristicAt(const ServiceEntry& service,
@@ -212,12 +221,6 @@ std::string GattObjectTree::ParentIds(const ServiceEntry& service) const {
 std::string GattObjectTree::IncludedIds(const ServiceEntry& service) const {
   const std::lock_guard lock(mutex_);
   return Join(service.includedIds);
-}
-
-void GattObjectTree::Clear() {
-  Lists retired;  // released after the lock: records own platform objects and event tokens
-  const std::lock_guard lock(mutex_);
-  std::swap(lists_, retired);
 }
 
 }  // namespace corvaneble

@@ -13,16 +13,21 @@
 
 namespace corvaneble {
 
-/// What has been discovered on the connected server. Records are only ever added, in discovery
-/// order, until `Clear`; finding one costs the same however many there are.
+/// What has been discovered on one server. Records are only ever added, in discovery order; finding
+/// one costs the same however many there are.
 ///
 /// Any thread. One mutex guards the lists and indexes; no platform call, event or log line happens
-/// under it. Records are shared: one that was handed out stays whole after a `Clear`.
+/// under it. Records are shared: one that was handed out may outlive the tree.
 class GattObjectTree {
  public:
   using ValueChanged = platform::GattCharacteristic::ValueChanged;
 
-  /// `valueChanged` is registered on every characteristic for as long as its record lives.
+  /// More records than a server can have attributes, one for each handle (Bluetooth Core 5.4,
+  /// Vol 3 Part F, 3.2.2), come from one whose services lie about what they contain.
+  static constexpr std::size_t kMostRecords = 0xFFFF;
+
+  /// `valueChanged` is registered on every platform characteristic, once, for as long as its first
+  /// record lives.
   GattObjectTree(ErrorState& errors, ValueChanged::Handler valueChanged)
       : errors_(errors), valueChanged_(std::move(valueChanged)) {}
 
@@ -31,8 +36,7 @@ class GattObjectTree {
                                      std::uint16_t descriptor, GattId& id);
 
   /// Find the record with the id, or store a new one; the second value tells whether it is new. A
-  /// record found is not replaced. A new record whose owner has left the tree in the meantime (the
-  /// host disconnected from inside an event) is returned but not stored.
+  /// record found is not replaced. Null when there are `kMostRecords` already.
   std::pair<ServicePtr, bool> AddService(std::shared_ptr<platform::GattDeviceService> object,
                                          const GattId& id);
   std::pair<CharacteristicPtr, bool> AddCharacteristic(
@@ -78,26 +82,26 @@ class GattObjectTree {
   std::string ParentIds(const ServiceEntry& service) const;
   std::string IncludedIds(const ServiceEntry& service) const;
 
-  void Clear();
-
  private:
   void SetNoCharacteristicText(std::string_view serviceId, std::string_view characteristicId) const;
 
   template <class Entry>
   using Index = std::unordered_map<GattId::Key, std::shared_ptr<Entry>>;
 
-  struct Lists {
-    std::vector<ServicePtr> services;
-    Index<ServiceEntry> serviceIndex;
-    Index<CharacteristicEntry> characteristicIndex;
-    Index<DescriptorEntry> descriptorIndex;
-    std::unordered_map<const platform::GattCharacteristic*, CharacteristicEntry*> objectIndex;
-  };
+  /// Stores `entry` unless there is a record with its id, or no room; expects mutex_ to be held.
+  template <class Entry>
+  std::pair<std::shared_ptr<Entry>, bool> Store(Index<Entry>& index, std::shared_ptr<Entry> entry);
 
   ErrorState& errors_;
   const ValueChanged::Handler valueChanged_;
-  mutable std::mutex mutex_;  // guards lists_ and the lists inside the records
-  Lists lists_;
+
+  mutable std::mutex mutex_;  // guards everything below, and the lists inside the records
+  std::vector<ServicePtr> services_;
+  Index<ServiceEntry> serviceIndex_;
+  Index<CharacteristicEntry> characteristicIndex_;
+  Index<DescriptorEntry> descriptorIndex_;
+  /// The first record of each platform object.
+  std::unordered_map<const platform::GattCharacteristic*, CharacteristicPtr> objectIndex_;
 };
 
 }  // namespace corvaneble

@@ -118,13 +118,4 @@ DescriptorPtr Selection::DescriptorAt(std::int32_t index) const {
   return tree_.DescriptorAt(*descriptors_.owner, static_cast<std::size_t>(index));
 }
 
-void Selection::Clear() {
-  const std::lock_guard lock(mutex_);
-  serviceId_.clear();
-  characteristicId_.clear();
-  characteristics_ = {};
-  descriptors_ = {};
-  states_.clear();
-}
-
 }  // namespace corvaneble

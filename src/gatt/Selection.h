@@ -59,8 +59,6 @@ class Selection {
   /// The same with the slot's own fields, which start as a copy of the record's.
   ExposedCharacteristic ExposedAt(std::int32_t index);
 
-  void Clear();
-
  private:
   /// `shown` slots hold the first records of `owner`; the slots up to `count` are empty.
   template <class Owner>

@@ -27,7 +27,10 @@ std::string ServiceLine(const GattObjectTree& tree, const ServiceEntry& service)
 std::string CharacteristicLine(const CharacteristicEntry& characteristic, const TextCodec& codec) {
   const std::uint32_t flags = characteristic.state.flags;
   const bool subscribed = characteristic.subscription == SubscriptionState::Subscribed;
-  const std::string description = codec.ToSystemNarrow(characteristic.platform->UserDescription());
+  // Up to its first zero byte, where it ends for the host: the device chose it, and the report goes
+  // on behind it.
+  const std::string whole = codec.ToSystemNarrow(characteristic.platform->UserDescription());
+  const std::string_view description = whole.c_str();
   return LineStart(">>", characteristic) +
          Concat(", Flags=0x", Hex{flags, true}, " (", FlagsText(flags),
                 "), Subscribed=", std::string_view(subscribed ? "True" : "False"),

@@ -11,38 +11,37 @@ using platform::BluetoothCacheMode;
 
 ErrorCode AttributeDiscovery::DiscoverCharacteristics(std::string_view serviceId,
                                                       std::string_view characteristicUuids) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
-  const DevicePtr device = parts_.connection.Device();
+  SessionPtr session;
+  if (const ErrorCode code = parts_.connection.RequireConnection(session)) return code;
   std::vector<Uuid> filter;
   if (const ErrorCode code = ParseUuidList(characteristicUuids, filter, parts_.errors)) return code;
-  const ServicePtr service = parts_.tree.FindService(serviceId);
+  const ServicePtr service = session->tree.FindService(serviceId);
   if (!service) return error::kNotDiscovered;
-  return DiscoverCharacteristicsOf(device, service, filter);
+  return DiscoverCharacteristicsOf(*session, service, filter);
 }
 
 ErrorCode AttributeDiscovery::DiscoverDescriptors(std::string_view serviceId,
                                                   std::string_view characteristicId) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
-  const DevicePtr device = parts_.connection.Device();
-  const ServicePtr service = parts_.tree.FindService(serviceId);
+  SessionPtr session;
+  if (const ErrorCode code = parts_.connection.RequireConnection(session)) return code;
+  const ServicePtr service = session->tree.FindService(serviceId);
   if (!service) return error::kNotDiscovered;
   const CharacteristicPtr characteristic =
-      parts_.tree.FindCharacteristic(serviceId, characteristicId);
+      session->tree.FindCharacteristic(serviceId, characteristicId);
   if (!characteristic) return error::kNotDiscovered;
-  return DiscoverDescriptorsOf(device, *service, characteristic);
+  return DiscoverDescriptorsOf(*session, *service, characteristic);
 }
 
-ErrorCode AttributeDiscovery::DiscoverCharacteristicsOf(const DevicePtr& device,
-                                                        const ServicePtr& service,
+ErrorCode AttributeDiscovery::DiscoverCharacteristicsOf(Session& session, const ServicePtr& service,
                                                         const std::vector<Uuid>& filter) {
-  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
+  if (const ErrorCode code = parts_.connection.RequireSame(session)) return code;
   const Quoted id{service->id.View()};
   parts_.log.Write(Information, kDiscovery,
                    "Beginning discovery of characteristics for service ID ", id, ".");
   Characteristics found;
   if (const ErrorCode code = Collect(*service, filter, found)) return code;
   for (const auto& object : found) {
-    if (const ErrorCode code = RegisterCharacteristic(device, object, service)) return code;
+    if (const ErrorCode code = RegisterCharacteristic(session, object, service)) return code;
   }
   parts_.log.Write(Information, kDiscovery, "Finished discovering characteristics for service ID ",
                    id, ".");
@@ -78,32 +77,32 @@ ErrorCode AttributeDiscovery::Collect(const ServiceEntry& service, const std::ve
 }
 
 ErrorCode AttributeDiscovery::RegisterCharacteristic(
-    const DevicePtr& device, std::shared_ptr<platform::GattCharacteristic> object,
+    Session& session, std::shared_ptr<platform::GattCharacteristic> object,
     const ServicePtr& service) {
-  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
+  if (const ErrorCode code = parts_.connection.RequireSame(session)) return code;
   GattId id;
-  if (const ErrorCode code = parts_.tree.MakeGattId(service->platform->AttributeHandle(),
-                                                    object->AttributeHandle(), 0, id)) {
+  if (const ErrorCode code = session.tree.MakeGattId(service->platform->AttributeHandle(),
+                                                     object->AttributeHandle(), 0, id)) {
     return code;
   }
-  const auto [record, isNew] = parts_.tree.AddCharacteristic(std::move(object), service, id);
+  const auto [record, isNew] = session.tree.AddCharacteristic(std::move(object), service, id);
+  if (!record) return parts_.errors.Raise(failure::kTooManyAttributes);
   if (isNew || parts_.settings.Flag(Setting::IncludeRediscovered)) {
     parts_.events.FireDiscovered(
         GattType::Characteristic,
         {service->id.c_str(), record->id.c_str(), "", record->uuidText.c_str(), record->name});
   }
   if (parts_.settings.Flag(Setting::AutoDiscoverDescriptors)) {
-    if (const ErrorCode code = DiscoverDescriptorsOf(device, *service, record)) return code;
+    if (const ErrorCode code = DiscoverDescriptorsOf(session, *service, record)) return code;
   }
-  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
-  parts_.selection.ExposeCharacteristics(service);
+  if (const ErrorCode code = parts_.connection.RequireSame(session)) return code;
+  session.selection.ExposeCharacteristics(service);
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(const DevicePtr& device,
-                                                    const ServiceEntry& service,
+ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(Session& session, const ServiceEntry& service,
                                                     const CharacteristicPtr& characteristic) {
-  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
+  if (const ErrorCode code = parts_.connection.RequireSame(session)) return code;
   const Quoted id{characteristic->id.View()};
   parts_.log.Write(Information, kDiscovery,
                    "Beginning discovery of descriptors for characteristic ID ", id, ".");
@@ -113,7 +112,7 @@ ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(const DevicePtr& device,
   });
   if (found.code != error::kSuccess) return found.code;
   const Descriptors& descriptors = found.result->descriptors;
-  if (const ErrorCode code = RegisterDescriptors(device, descriptors, service, characteristic)) {
+  if (const ErrorCode code = RegisterDescriptors(session, descriptors, service, characteristic)) {
     return code;
   }
   characteristic->state.Mark(lazy_mark::kDescriptorsKnown);
@@ -124,10 +123,10 @@ ErrorCode AttributeDiscovery::DiscoverDescriptorsOf(const DevicePtr& device,
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::DiscoverDescriptorsWithUuid(const ServiceEntry& service,
+ErrorCode AttributeDiscovery::DiscoverDescriptorsWithUuid(Session& session,
+                                                          const ServiceEntry& service,
                                                           const CharacteristicPtr& characteristic,
                                                           const Uuid& uuid) {
-  const DevicePtr device = parts_.connection.Device();
   const Quoted name{DescriptorName(uuid)};
   const Quoted id{characteristic->id.View()};
   parts_.log.Write(Debug, kDiscovery, "Trying to discover the ", name,
@@ -137,37 +136,37 @@ ErrorCode AttributeDiscovery::DiscoverDescriptorsWithUuid(const ServiceEntry& se
   });
   if (found.code != error::kSuccess) return found.code;
   const Descriptors& descriptors = found.result->descriptors;
-  if (const ErrorCode code = RegisterDescriptors(device, descriptors, service, characteristic))
+  if (const ErrorCode code = RegisterDescriptors(session, descriptors, service, characteristic))
     return code;
   parts_.log.Write(Debug, kDiscovery, "Finished; discovered ", descriptors.size(), " ", name,
                    " descriptors for characteristic ID ", id, ".");
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::RegisterDescriptors(const DevicePtr& device,
-                                                  const Descriptors& objects,
+ErrorCode AttributeDiscovery::RegisterDescriptors(Session& session, const Descriptors& objects,
                                                   const ServiceEntry& service,
                                                   const CharacteristicPtr& characteristic) {
   for (const auto& object : objects) {
-    if (const ErrorCode code = RegisterDescriptor(device, object, service, characteristic))
+    if (const ErrorCode code = RegisterDescriptor(session, object, service, characteristic))
       return code;
   }
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::RegisterDescriptor(const DevicePtr& device,
+ErrorCode AttributeDiscovery::RegisterDescriptor(Session& session,
                                                  std::shared_ptr<platform::GattDescriptor> object,
                                                  const ServiceEntry& service,
                                                  const CharacteristicPtr& characteristic) {
-  if (const ErrorCode code = parts_.connection.RequireSame(device)) return code;
+  if (const ErrorCode code = parts_.connection.RequireSame(session)) return code;
   GattId id;
-  if (const ErrorCode code = parts_.tree.MakeGattId(service.platform->AttributeHandle(),
-                                                    characteristic->platform->AttributeHandle(),
-                                                    object->AttributeHandle(), id)) {
+  if (const ErrorCode code = session.tree.MakeGattId(service.platform->AttributeHandle(),
+                                                     characteristic->platform->AttributeHandle(),
+                                                     object->AttributeHandle(), id)) {
     return code;
   }
-  const auto [record, isNew] = parts_.tree.AddDescriptor(std::move(object), characteristic, id);
-  if (isNew) parts_.selection.ExposeDescriptors(characteristic);
+  const auto [record, isNew] = session.tree.AddDescriptor(std::move(object), characteristic, id);
+  if (!record) return parts_.errors.Raise(failure::kTooManyAttributes);
+  if (isNew) session.selection.ExposeDescriptors(characteristic);
   if (isNew || parts_.settings.Flag(Setting::IncludeRediscovered)) {
     parts_.events.FireDiscovered(
         GattType::Descriptor, {service.id.c_str(), characteristic->id.c_str(), record->id.c_str(),
@@ -176,17 +175,18 @@ ErrorCode AttributeDiscovery::RegisterDescriptor(const DevicePtr& device,
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::EnsureDescriptorDiscovered(const CharacteristicPtr& characteristic,
+ErrorCode AttributeDiscovery::EnsureDescriptorDiscovered(Session& session,
+                                                         const CharacteristicPtr& characteristic,
                                                          const Uuid& uuid) {
   parts_.log.Write(Debug, log_type::kDebug, "Ensuring that any ", Quoted{DescriptorName(uuid)},
                    " descriptors has been discovered for characteristic ID ",
                    Quoted{characteristic->id.View()}, ".");
-  const auto known = parts_.tree.DescriptorsOf(*characteristic);
+  const auto known = session.tree.DescriptorsOf(*characteristic);
   const auto hasUuid = [&](const DescriptorPtr& descriptor) { return descriptor->uuid == uuid; };
   if (std::any_of(known.begin(), known.end(), hasUuid)) return error::kSuccess;
-  const ServicePtr service = parts_.tree.FindService(characteristic->id.ServiceIdOf().View());
+  const ServicePtr service = session.tree.FindService(characteristic->id.ServiceIdOf().View());
   if (!service) return error::kNotDiscovered;
-  return DiscoverDescriptorsWithUuid(*service, characteristic, uuid);
+  return DiscoverDescriptorsWithUuid(session, *service, characteristic, uuid);
 }
 
 }  // namespace corvaneble

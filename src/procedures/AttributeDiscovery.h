@@ -7,7 +7,6 @@
 #include "frame/Log.h"
 #include "frame/Settings.h"
 #include "gatt/GattObjectTree.h"
-#include "gatt/Selection.h"
 #include "procedures/GattCall.h"
 #include "radio/Connection.h"
 
@@ -16,7 +15,7 @@ namespace corvaneble {
 /// Discovers the characteristics of a service and the descriptors of a characteristic, records them
 /// and announces them. Always asks the device, never a cache. Runs on the thread that calls a
 /// method; the first failure ends it and what was recorded before stays. Ends with 605 when the
-/// host has let go of `device` meanwhile.
+/// session is over.
 class AttributeDiscovery {
  public:
   struct Parts {
@@ -24,13 +23,9 @@ class AttributeDiscovery {
     Events& events;
     Log& log;
     const Settings& settings;
-    GattObjectTree& tree;
-    Selection& selection;
     Connection& connection;
     GattCall& gatt;
   };
-
-  using DevicePtr = Connection::DevicePtr;
 
   explicit AttributeDiscovery(const Parts& parts) : parts_(parts) {}
 
@@ -41,13 +36,13 @@ class AttributeDiscovery {
                                               std::string_view characteristicId);
 
   /// The characteristics with the listed UUIDs, in the order of the list; all when it is empty.
-  [[nodiscard]] ErrorCode DiscoverCharacteristicsOf(const DevicePtr& device,
-                                                    const ServicePtr& service,
+  [[nodiscard]] ErrorCode DiscoverCharacteristicsOf(Session& session, const ServicePtr& service,
                                                     const std::vector<Uuid>& filter);
 
   /// Makes sure that a kind of descriptor has been looked for: queries the device unless a record
   /// with the UUID is there already.
-  [[nodiscard]] ErrorCode EnsureDescriptorDiscovered(const CharacteristicPtr& characteristic,
+  [[nodiscard]] ErrorCode EnsureDescriptorDiscovered(Session& session,
+                                                     const CharacteristicPtr& characteristic,
                                                      const Uuid& uuid);
 
  private:
@@ -56,19 +51,18 @@ class AttributeDiscovery {
 
   ErrorCode Collect(const ServiceEntry& service, const std::vector<Uuid>& filter,
                     Characteristics& found);
-  ErrorCode RegisterCharacteristic(const DevicePtr& device,
+  ErrorCode RegisterCharacteristic(Session& session,
                                    std::shared_ptr<platform::GattCharacteristic> object,
                                    const ServicePtr& service);
-  ErrorCode DiscoverDescriptorsOf(const DevicePtr& device, const ServiceEntry& service,
+  ErrorCode DiscoverDescriptorsOf(Session& session, const ServiceEntry& service,
                                   const CharacteristicPtr& characteristic);
-  ErrorCode RegisterDescriptor(const DevicePtr& device,
-                               std::shared_ptr<platform::GattDescriptor> object,
+  ErrorCode RegisterDescriptor(Session& session, std::shared_ptr<platform::GattDescriptor> object,
                                const ServiceEntry& service,
                                const CharacteristicPtr& characteristic);
-  ErrorCode RegisterDescriptors(const DevicePtr& device, const Descriptors& objects,
+  ErrorCode RegisterDescriptors(Session& session, const Descriptors& objects,
                                 const ServiceEntry& service,
                                 const CharacteristicPtr& characteristic);
-  ErrorCode DiscoverDescriptorsWithUuid(const ServiceEntry& service,
+  ErrorCode DiscoverDescriptorsWithUuid(Session& session, const ServiceEntry& service,
                                         const CharacteristicPtr& characteristic, const Uuid& uuid);
 
   Parts parts_;

@@ -20,24 +20,26 @@ void UpdateSubscription(CharacteristicEntry& characteristic, bool subscribed) {
   }
 }
 
-ErrorCode CccdReconciler::AfterRead(const DescriptorEntry& descriptor, platform::ByteView value) {
-  return Reconcile(descriptor, value,
+ErrorCode CccdReconciler::AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                    platform::ByteView value) {
+  return Reconcile(tree, descriptor, value,
                    {LogLevel::Detail, "Discovered that we are subscribed to characteristic ID ",
                     "Discovered that we are unsubscribed from characteristic ID "});
 }
 
-ErrorCode CccdReconciler::AfterWrite(const DescriptorEntry& descriptor, platform::ByteView value) {
-  return Reconcile(descriptor, value,
+ErrorCode CccdReconciler::AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                     platform::ByteView value) {
+  return Reconcile(tree, descriptor, value,
                    {LogLevel::Information, "Successfully subscribed to characteristic ID ",
                     "Successfully unsubscribed from characteristic ID "});
 }
 
-ErrorCode CccdReconciler::Reconcile(const DescriptorEntry& descriptor, platform::ByteView value,
-                                    const Messages& messages) {
+ErrorCode CccdReconciler::Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                    platform::ByteView value, const Messages& messages) {
   if (descriptor.uuid != descriptor_uuid::kClientCharacteristicConfiguration) {
     return error::kSuccess;
   }
-  const CharacteristicPtr characteristic = tree_.FindCharacteristic(
+  const CharacteristicPtr characteristic = tree.FindCharacteristic(
       descriptor.id.ServiceIdOf().View(), descriptor.id.CharacteristicIdOf().View());
   if (!characteristic) return error::kNotDiscovered;
   const bool before = IsSubscribed(*characteristic);

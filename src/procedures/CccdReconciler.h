@@ -32,13 +32,14 @@ struct CharacteristicNames {
 /// the host reads and writes as plain descriptors. Runs on the thread that calls a method.
 class CccdReconciler {
  public:
-  CccdReconciler(Events& events, Log& log, GattObjectTree& tree)
-      : events_(events), log_(log), tree_(tree) {}
+  CccdReconciler(Events& events, Log& log) : events_(events), log_(log) {}
 
-  /// Takes note of a value that was read from, or written to, a descriptor. Descriptors of other
-  /// kinds are ignored. Announces a state that changed.
-  [[nodiscard]] ErrorCode AfterRead(const DescriptorEntry& descriptor, platform::ByteView value);
-  [[nodiscard]] ErrorCode AfterWrite(const DescriptorEntry& descriptor, platform::ByteView value);
+  /// Takes note of a value that was read from, or written to, a descriptor of a tree. Descriptors
+  /// of other kinds are ignored. Announces a state that changed.
+  [[nodiscard]] ErrorCode AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                    platform::ByteView value);
+  [[nodiscard]] ErrorCode AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                     platform::ByteView value);
 
  private:
   struct Messages {
@@ -47,12 +48,11 @@ class CccdReconciler {
     const char* unsubscribed;
   };
 
-  ErrorCode Reconcile(const DescriptorEntry& descriptor, platform::ByteView value,
-                      const Messages& messages);
+  ErrorCode Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                      platform::ByteView value, const Messages& messages);
 
   Events& events_;
   Log& log_;
-  GattObjectTree& tree_;
 };
 
 }  // namespace corvaneble

@@ -15,19 +15,24 @@ constexpr std::int32_t ValueFormatCode(std::uint8_t formatType) {
 
 }  // namespace
 
-void CharacteristicFields::Ensure(const CharacteristicPtr& entry, CharacteristicState& state,
-                                  std::uint8_t mark, std::initializer_list<Uuid> descriptors) {
-  if (state.Has(mark)) return;
+void CharacteristicFields::Ensure(Session& session, const CharacteristicPtr& entry,
+                                  CharacteristicState& state, std::uint8_t mark,
+                                  std::initializer_list<Uuid> descriptors) {
+  if (state.Has(mark)) {
+    if (const auto again = entry->platform->ReadMissingDescriptionsAsync())
+      (void)parts_.gatt.Run(log_type::kDebug, [&] { return again; });
+    return;
+  }
   for (const Uuid& uuid : descriptors) {
-    (void)parts_.attributes.EnsureDescriptorDiscovered(entry, uuid);
+    (void)parts_.attributes.EnsureDescriptorDiscovered(session, entry, uuid);
   }
   state.Mark(mark);
 }
 
-std::uint32_t CharacteristicFields::Flags(const CharacteristicPtr& entry,
+std::uint32_t CharacteristicFields::Flags(Session& session, const CharacteristicPtr& entry,
                                           CharacteristicState& state) {
   if (!entry->platform) return state.flags;
-  Ensure(entry, state, lazy_mark::kExtendedPropertiesKnown,
+  Ensure(session, entry, state, lazy_mark::kExtendedPropertiesKnown,
          {descriptor_uuid::kCharacteristicExtendedProperties});
   if (!state.Has(lazy_mark::kFlagsComputed)) {
     state.flags = FlagsFromProperties(entry->platform->CharacteristicProperties());
@@ -36,27 +41,30 @@ std::uint32_t CharacteristicFields::Flags(const CharacteristicPtr& entry,
   return state.flags;
 }
 
-std::string CharacteristicFields::UserDescription(const ExposedCharacteristic& shown) {
+std::string CharacteristicFields::UserDescription(Session& session,
+                                                  const ExposedCharacteristic& shown) {
   if (!shown.entry->platform) return {};
-  Ensure(shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
+  Ensure(session, shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
          {descriptor_uuid::kCharacteristicUserDescription});
   return parts_.codec.ToSystemNarrow(shown.entry->platform->UserDescription());
 }
 
-ErrorCode CharacteristicFields::SetUserDescription(const ExposedCharacteristic& shown,
+ErrorCode CharacteristicFields::SetUserDescription(Session& session,
+                                                   const ExposedCharacteristic& shown,
                                                    std::string_view text) {
-  if ((Flags(shown.entry, *shown.state) & characteristic_flag::kWritableAuxiliaries) == 0) {
+  if ((Flags(session, shown.entry, *shown.state) & characteristic_flag::kWritableAuxiliaries) ==
+      0) {
     return parts_.errors.Raise(failure::kNotWritableAuxiliaries);
   }
-  Ensure(shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
+  Ensure(session, shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
          {descriptor_uuid::kCharacteristicUserDescription});
-  return parts_.writer.WriteUserDescription(*shown.entry, text);
+  return parts_.writer.WriteUserDescription(session.tree, *shown.entry, text);
 }
 
 CharacteristicFields::Formats CharacteristicFields::ValueFormats(
-    const ExposedCharacteristic& shown) {
+    Session& session, const ExposedCharacteristic& shown) {
   if (!shown.entry->platform) return {};
-  Ensure(shown.entry, *shown.state, lazy_mark::kFormatsKnown,
+  Ensure(session, shown.entry, *shown.state, lazy_mark::kFormatsKnown,
          {descriptor_uuid::kCharacteristicAggregateFormat,
           descriptor_uuid::kCharacteristicPresentationFormat});
   Formats formats = shown.entry->platform->PresentationFormats();
@@ -67,18 +75,21 @@ CharacteristicFields::Formats CharacteristicFields::ValueFormats(
   return formats;
 }
 
-std::int32_t CharacteristicFields::ValueFormatCount(const ExposedCharacteristic& shown) {
-  return static_cast<std::int32_t>(ValueFormats(shown).size());
+std::int32_t CharacteristicFields::ValueFormatCount(Session& session,
+                                                    const ExposedCharacteristic& shown) {
+  return static_cast<std::int32_t>(ValueFormats(session, shown).size());
 }
 
-std::int32_t CharacteristicFields::ValueFormatIndex(const ExposedCharacteristic& shown) {
-  ValueFormats(shown);
+std::int32_t CharacteristicFields::ValueFormatIndex(Session& session,
+                                                    const ExposedCharacteristic& shown) {
+  ValueFormats(session, shown);
   return shown.state->valueFormatIndex;
 }
 
-ErrorCode CharacteristicFields::SetValueFormatIndex(const ExposedCharacteristic& shown,
+ErrorCode CharacteristicFields::SetValueFormatIndex(Session& session,
+                                                    const ExposedCharacteristic& shown,
                                                     std::int32_t index) {
-  const std::int32_t count = ValueFormatCount(shown);
+  const std::int32_t count = ValueFormatCount(session, shown);
   if (count == 0 && index == -1) return error::kSuccess;
   if (index < 0 || index >= count) return parts_.errors.Raise(failure::kInvalidFormatIndex);
   shown.state->valueFormatIndex = index;
@@ -86,25 +97,27 @@ ErrorCode CharacteristicFields::SetValueFormatIndex(const ExposedCharacteristic&
 }
 
 std::optional<platform::GattPresentationFormat> CharacteristicFields::SelectedFormat(
-    const ExposedCharacteristic& shown) {
-  const Formats formats = ValueFormats(shown);
+    Session& session, const ExposedCharacteristic& shown) {
+  const Formats formats = ValueFormats(session, shown);
   const std::int32_t index = shown.state->valueFormatIndex;
   if (index < 0 || static_cast<std::size_t>(index) >= formats.size()) return std::nullopt;
   return formats[static_cast<std::size_t>(index)];
 }
 
-std::int32_t CharacteristicFields::ValueExponent(const ExposedCharacteristic& shown) {
-  const auto format = SelectedFormat(shown);
+std::int32_t CharacteristicFields::ValueExponent(Session& session,
+                                                 const ExposedCharacteristic& shown) {
+  const auto format = SelectedFormat(session, shown);
   return format ? format->exponent : 0;
 }
 
-std::int32_t CharacteristicFields::ValueFormat(const ExposedCharacteristic& shown) {
-  const auto format = SelectedFormat(shown);
+std::int32_t CharacteristicFields::ValueFormat(Session& session,
+                                               const ExposedCharacteristic& shown) {
+  const auto format = SelectedFormat(session, shown);
   return format ? ValueFormatCode(format->formatType) : 0;
 }
 
-std::string CharacteristicFields::ValueUnit(const ExposedCharacteristic& shown) {
-  const auto format = SelectedFormat(shown);
+std::string CharacteristicFields::ValueUnit(Session& session, const ExposedCharacteristic& shown) {
+  const auto format = SelectedFormat(session, shown);
   return format ? std::string(FormatUuid(UuidFromShort(format->unit)).View()) : std::string();
 }
 

@@ -18,7 +18,8 @@ namespace corvaneble {
 
 /// The fields of a characteristic that are computed at first use, looking for the descriptors they
 /// depend on once per record. Failures of that look-up are not failures of a read: the field then
-/// has its default. Runs on the thread that calls a method or accesses a property.
+/// has its default. A descriptor that was found and could not be read is tried again by the next
+/// read of a field. Runs on the thread that calls a method or accesses a property.
 class CharacteristicFields {
  public:
   struct Parts {
@@ -26,36 +27,37 @@ class CharacteristicFields {
     const TextCodec& codec;
     AttributeDiscovery& attributes;
     Writer& writer;
+    GattCall& gatt;
   };
 
   explicit CharacteristicFields(const Parts& parts) : parts_(parts) {}
 
   /// The `CharacteristicFlags` mask. `state` is the record's own or an exposed copy's.
-  std::uint32_t Flags(const CharacteristicPtr& entry, CharacteristicState& state);
+  std::uint32_t Flags(Session& session, const CharacteristicPtr& entry, CharacteristicState& state);
 
-  std::string UserDescription(const ExposedCharacteristic& shown);
+  std::string UserDescription(Session& session, const ExposedCharacteristic& shown);
   /// Writes it to the device; 602 when the flags do not allow it.
-  [[nodiscard]] ErrorCode SetUserDescription(const ExposedCharacteristic& shown,
+  [[nodiscard]] ErrorCode SetUserDescription(Session& session, const ExposedCharacteristic& shown,
                                              std::string_view text);
 
-  std::int32_t ValueFormatCount(const ExposedCharacteristic& shown);
-  std::int32_t ValueFormatIndex(const ExposedCharacteristic& shown);
-  [[nodiscard]] ErrorCode SetValueFormatIndex(const ExposedCharacteristic& shown,
+  std::int32_t ValueFormatCount(Session& session, const ExposedCharacteristic& shown);
+  std::int32_t ValueFormatIndex(Session& session, const ExposedCharacteristic& shown);
+  [[nodiscard]] ErrorCode SetValueFormatIndex(Session& session, const ExposedCharacteristic& shown,
                                               std::int32_t index);
 
   /// Of the selected presentation format; 0 or empty when there is none.
-  std::int32_t ValueExponent(const ExposedCharacteristic& shown);
-  std::int32_t ValueFormat(const ExposedCharacteristic& shown);
-  std::string ValueUnit(const ExposedCharacteristic& shown);
+  std::int32_t ValueExponent(Session& session, const ExposedCharacteristic& shown);
+  std::int32_t ValueFormat(Session& session, const ExposedCharacteristic& shown);
+  std::string ValueUnit(Session& session, const ExposedCharacteristic& shown);
 
  private:
   using Formats = std::vector<platform::GattPresentationFormat>;
 
-  void Ensure(const CharacteristicPtr& entry, CharacteristicState& state, std::uint8_t mark,
-              std::initializer_list<Uuid> descriptors);
-  Formats ValueFormats(const ExposedCharacteristic& shown);
+  void Ensure(Session& session, const CharacteristicPtr& entry, CharacteristicState& state,
+              std::uint8_t mark, std::initializer_list<Uuid> descriptors);
+  Formats ValueFormats(Session& session, const ExposedCharacteristic& shown);
   std::optional<platform::GattPresentationFormat> SelectedFormat(
-      const ExposedCharacteristic& shown);
+      Session& session, const ExposedCharacteristic& shown);
 
   Parts parts_;
 };

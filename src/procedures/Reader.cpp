@@ -13,13 +13,12 @@ using platform::BluetoothCacheMode;
                                          const std::string& descriptorId, platform::Bytes& value) {
   const ValueIds ids{serviceId, characteristicId, descriptorId};
   ValueTarget target;
-  if (const ErrorCode code =
-          FindValueTarget(ids, parts_.connection, parts_.tree, parts_.errors, target)) {
+  if (const ErrorCode code = FindValueTarget(ids, parts_.connection, parts_.errors, target))
     return code;
-  }
   const ErrorCode code =
       target.descriptor
-          ? ReadDescriptorValue(*target.descriptor, BluetoothCacheMode::Uncached, value)
+          ? ReadDescriptorValue(target.session->tree, *target.descriptor,
+                                BluetoothCacheMode::Uncached, value)
           : ReadCharacteristicValue(*target.characteristic, BluetoothCacheMode::Uncached, value);
   if (code == error::kSuccess) parts_.events.FireValue(NamesOf(ids, target), value);
   return code;
@@ -30,10 +29,10 @@ ErrorCode Reader::ReadCharacteristicValue(const CharacteristicEntry& characteris
   return Read(characteristic, "characteristic", mode, value);
 }
 
-ErrorCode Reader::ReadDescriptorValue(const DescriptorEntry& descriptor, BluetoothCacheMode mode,
-                                      platform::Bytes& value) {
+ErrorCode Reader::ReadDescriptorValue(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                      BluetoothCacheMode mode, platform::Bytes& value) {
   if (const ErrorCode code = Read(descriptor, "descriptor", mode, value)) return code;
-  return parts_.reconciler.AfterRead(descriptor, value);
+  return parts_.reconciler.AfterRead(tree, descriptor, value);
 }
 
 template <class Entry>

@@ -20,7 +20,6 @@ class Reader {
     ErrorState& errors;
     Events& events;
     Log& log;
-    GattObjectTree& tree;
     Connection& connection;
     GattCall& gatt;
     CccdReconciler& reconciler;
@@ -37,7 +36,8 @@ class Reader {
   [[nodiscard]] ErrorCode ReadCharacteristicValue(const CharacteristicEntry& characteristic,
                                                   platform::BluetoothCacheMode mode,
                                                   platform::Bytes& value);
-  [[nodiscard]] ErrorCode ReadDescriptorValue(const DescriptorEntry& descriptor,
+  [[nodiscard]] ErrorCode ReadDescriptorValue(const GattObjectTree& tree,
+                                              const DescriptorEntry& descriptor,
                                               platform::BluetoothCacheMode mode,
                                               platform::Bytes& value);
 

@@ -13,7 +13,8 @@ using log_type::kDiscovery;
 using platform::BluetoothCacheMode;
 
 /// Bounds on what a hostile server's includes can cost: each level is a level of recursion, and a
-/// ladder of services that share their includes doubles the work with every rung.
+/// ladder of services that share their includes doubles the work with every rung. Services that are
+/// not reached through an include do not count.
 constexpr std::size_t kDeepestInclusion = 64;
 constexpr int kMostDescents = 4096;
 
@@ -35,15 +36,23 @@ class RaisedDescriptorDiscovery {
   bool before_;
 };
 
+/// What asking a device gives that has just been released.
+platform::AsyncOperationPtr<platform::GattDeviceServicesResult> Unreachable() {
+  auto result = std::make_shared<platform::GattDeviceServicesResult>();
+  result->status = platform::GattCommunicationStatus::Unreachable;
+  return platform::CompletedOperation(std::move(result));
+}
+
 }  // namespace
 
 ErrorCode ServiceDiscovery::Discover(std::string_view serviceUuids,
                                      std::string_view characteristicUuids, bool discoverDescriptors,
                                      std::string_view includedByServiceId) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
+  Walk walk;
+  if (const ErrorCode code = parts_.connection.RequireConnection(walk.session)) return code;
   ServicePtr parent;
   if (!includedByServiceId.empty()) {
-    parent = parts_.tree.FindService(includedByServiceId);
+    parent = walk.session->tree.FindService(includedByServiceId);
     if (!parent) return error::kNotDiscovered;
   }
   std::vector<Uuid> serviceFilter;
@@ -55,12 +64,11 @@ ErrorCode ServiceDiscovery::Discover(std::string_view serviceUuids,
   }
 
   const RaisedDescriptorDiscovery raised(parts_.settings, discoverDescriptors);
-  Walk walk{parts_.connection.Device(), {}, 0};
   std::vector<ServicePtr> found;
   if (const ErrorCode code = DiscoverFrom(walk, serviceFilter, parent, found)) return code;
   if (parts_.settings.Flag(Setting::AutoDiscoverCharacteristics)) return error::kSuccess;
   for (const ServicePtr& service : found) {
-    if (const ErrorCode code = parts_.attributes.DiscoverCharacteristicsOf(walk.device, service,
+    if (const ErrorCode code = parts_.attributes.DiscoverCharacteristicsOf(*walk.session, service,
                                                                            characteristicFilter)) {
       return code;
     }
@@ -70,15 +78,15 @@ ErrorCode ServiceDiscovery::Discover(std::string_view serviceUuids,
 
 ErrorCode ServiceDiscovery::DiscoverServices(std::string_view serviceUuids,
                                              std::string_view includedByServiceId) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
+  Walk walk;
+  if (const ErrorCode code = parts_.connection.RequireConnection(walk.session)) return code;
   std::vector<Uuid> filter;
   if (const ErrorCode code = ParseUuidList(serviceUuids, filter, parts_.errors)) return code;
   ServicePtr parent;
   if (!includedByServiceId.empty()) {
-    parent = parts_.tree.FindService(includedByServiceId);
+    parent = walk.session->tree.FindService(includedByServiceId);
     if (!parent) return error::kNotDiscovered;
   }
-  Walk walk{parts_.connection.Device(), {}, 0};
   std::vector<ServicePtr> found;
   return DiscoverFrom(walk, filter, parent, found);
 }
@@ -86,7 +94,7 @@ ErrorCode ServiceDiscovery::DiscoverServices(std::string_view serviceUuids,
 ErrorCode ServiceDiscovery::DiscoverFrom(Walk& walk, const std::vector<Uuid>& filter,
                                          const ServicePtr& parent,
                                          std::vector<ServicePtr>& discovered) {
-  if (const ErrorCode code = parts_.connection.RequireSame(walk.device)) return code;
+  if (const ErrorCode code = parts_.connection.RequireSame(*walk.session)) return code;
   return parent ? DiscoverIncludedServices(walk, filter, parent, discovered)
                 : DiscoverRootServices(walk, filter, discovered);
 }
@@ -94,11 +102,22 @@ ErrorCode ServiceDiscovery::DiscoverFrom(Walk& walk, const std::vector<Uuid>& fi
 ErrorCode ServiceDiscovery::DiscoverRootServices(Walk& walk, const std::vector<Uuid>& filter,
                                                  std::vector<ServicePtr>& discovered) {
   parts_.log.Write(Information, kDiscovery, "Beginning discovery of root services.");
-  const Source source{
-      "root", [&] { return walk.device->GetGattServicesAsync(BluetoothCacheMode::Uncached); },
-      [&](const Uuid& uuid) {
-        return walk.device->GetGattServicesForUuidAsync(uuid, BluetoothCacheMode::Uncached);
-      }};
+  const auto ask = [&](auto query) {
+    const Session::DevicePtr device = walk.session->Device();
+    return device ? query(*device) : Unreachable();
+  };
+  const Source source{"root",
+                      [&] {
+                        return ask([](platform::BluetoothLEDevice& device) {
+                          return device.GetGattServicesAsync(BluetoothCacheMode::Uncached);
+                        });
+                      },
+                      [&](const Uuid& uuid) {
+                        return ask([&](platform::BluetoothLEDevice& device) {
+                          return device.GetGattServicesForUuidAsync(uuid,
+                                                                    BluetoothCacheMode::Uncached);
+                        });
+                      }};
   Services found;
   if (const ErrorCode code = Collect(source, filter, found)) return code;
   if (const ErrorCode code = Register(walk, found, nullptr, discovered)) return code;
@@ -142,7 +161,8 @@ ErrorCode ServiceDiscovery::Descend(Walk& walk, const ServiceEntry& parent) {
       text += Concat(" < ", id.View());
     return parts_.errors.Raise(error::kInclusionCycle, text);
   }
-  if (path.size() == kDeepestInclusion || ++walk.descents > kMostDescents) {
+  const bool isIncluded = !path.empty();
+  if (path.size() == kDeepestInclusion || (isIncluded && ++walk.descents > kMostDescents)) {
     return parts_.errors.Raise(failure::kTooManyInclusions);
   }
   path.push_back(parent.id);
@@ -185,14 +205,15 @@ ErrorCode ServiceDiscovery::Register(Walk& walk, const Services& found, const Se
 ErrorCode ServiceDiscovery::RegisterService(Walk& walk,
                                             std::shared_ptr<platform::GattDeviceService> object,
                                             const ServicePtr& parent, ServicePtr& record) {
-  if (const ErrorCode code = parts_.connection.RequireSame(walk.device)) return code;
+  if (const ErrorCode code = parts_.connection.RequireSame(*walk.session)) return code;
   GattId id;
-  if (const ErrorCode code = parts_.tree.MakeGattId(object->AttributeHandle(), 0, 0, id)) {
+  if (const ErrorCode code = walk.session->tree.MakeGattId(object->AttributeHandle(), 0, 0, id)) {
     return code;
   }
   bool isNew = false;
-  std::tie(record, isNew) = parts_.tree.AddService(std::move(object), id);
-  if (parent) parts_.tree.Link(record, parent);
+  std::tie(record, isNew) = walk.session->tree.AddService(std::move(object), id);
+  if (!record) return parts_.errors.Raise(failure::kTooManyAttributes);
+  if (parent) walk.session->tree.Link(record, parent);
   if (isNew || parts_.settings.Flag(Setting::IncludeRediscovered)) {
     parts_.events.FireDiscovered(
         GattType::Service, {record->id.c_str(), "", "", record->uuidText.c_str(), record->name});
@@ -202,7 +223,7 @@ ErrorCode ServiceDiscovery::RegisterService(Walk& walk,
     if (const ErrorCode code = DiscoverIncludedServices(walk, {}, record, included)) return code;
   }
   if (parts_.settings.Flag(Setting::AutoDiscoverCharacteristics)) {
-    return parts_.attributes.DiscoverCharacteristicsOf(walk.device, record, {});
+    return parts_.attributes.DiscoverCharacteristicsOf(*walk.session, record, {});
   }
   return error::kSuccess;
 }

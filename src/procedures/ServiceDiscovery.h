@@ -25,7 +25,6 @@ class ServiceDiscovery {
     Events& events;
     Log& log;
     Settings& settings;
-    GattObjectTree& tree;
     Connection& connection;
     GattCall& gatt;
     AttributeDiscovery& attributes;
@@ -49,9 +48,9 @@ class ServiceDiscovery {
 
   /// One method call's way through the included services.
   struct Walk {
-    Connection::DevicePtr device;
+    SessionPtr session;
     std::vector<GattId> inclusionPath;  ///< the services being descended into, outermost first
-    int descents = 0;
+    int descents = 0;                   ///< into services that others include
   };
 
   /// Where services are asked for: of the device, or included by a service.

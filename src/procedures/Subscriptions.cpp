@@ -17,53 +17,57 @@ CccdValue SubscribingValue(std::uint32_t flags, bool preferIndications) {
 }  // namespace
 
 ErrorCode Subscriptions::Subscribe(std::string_view serviceId, std::string_view characteristicId) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
-  if (!parts_.tree.FindService(serviceId)) return error::kNotDiscovered;
-  const auto characteristic = parts_.tree.FindCharacteristic(serviceId, characteristicId);
+  SessionPtr session;
+  if (const ErrorCode code = parts_.connection.RequireConnection(session)) return code;
+  if (!session->tree.FindService(serviceId)) return error::kNotDiscovered;
+  const auto characteristic = session->tree.FindCharacteristic(serviceId, characteristicId);
   if (!characteristic) return error::kNotDiscovered;
-  return SetSubscription(characteristic, characteristic->state, true);
+  return SetSubscription(*session, characteristic, characteristic->state, true);
 }
 
 ErrorCode Subscriptions::Unsubscribe(std::string_view serviceId,
                                      std::string_view characteristicId) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
+  SessionPtr session;
+  if (const ErrorCode code = parts_.connection.RequireConnection(session)) return code;
   if (serviceId.empty()) {
     if (!characteristicId.empty()) return parts_.errors.Raise(failure::kNoServiceId);
-    for (const ServicePtr& service : parts_.tree.Services()) {
-      if (const ErrorCode code = UnsubscribeAll(*service)) return code;
+    for (const ServicePtr& service : session->tree.Services()) {
+      if (const ErrorCode code = UnsubscribeAll(*session, *service)) return code;
     }
     return error::kSuccess;
   }
-  const ServicePtr service = parts_.tree.FindService(serviceId);
+  const ServicePtr service = session->tree.FindService(serviceId);
   if (!service) return error::kNotDiscovered;
-  if (characteristicId.empty()) return UnsubscribeAll(*service);
-  const auto characteristic = parts_.tree.FindCharacteristic(serviceId, characteristicId);
+  if (characteristicId.empty()) return UnsubscribeAll(*session, *service);
+  const auto characteristic = session->tree.FindCharacteristic(serviceId, characteristicId);
   if (!characteristic) return error::kNotDiscovered;
-  return SetSubscription(characteristic, characteristic->state, false);
+  return SetSubscription(*session, characteristic, characteristic->state, false);
 }
 
-ErrorCode Subscriptions::UnsubscribeAll(const ServiceEntry& service) {
-  for (const CharacteristicPtr& characteristic : parts_.tree.CharacteristicsOf(service)) {
-    if (!CanSubscribe(parts_.fields.Flags(characteristic, characteristic->state))) continue;
-    if (const ErrorCode code = SetSubscription(characteristic, characteristic->state, false)) {
+ErrorCode Subscriptions::UnsubscribeAll(Session& session, const ServiceEntry& service) {
+  for (const CharacteristicPtr& characteristic : session.tree.CharacteristicsOf(service)) {
+    if (!CanSubscribe(parts_.fields.Flags(session, characteristic, characteristic->state)))
+      continue;
+    if (const ErrorCode code =
+            SetSubscription(session, characteristic, characteristic->state, false)) {
       return code;
     }
   }
   return error::kSuccess;
 }
 
-ErrorCode Subscriptions::EnsureCccd(const CharacteristicPtr& characteristic,
+ErrorCode Subscriptions::EnsureCccd(Session& session, const CharacteristicPtr& characteristic,
                                     CharacteristicState& state) {
   if (state.Has(lazy_mark::kClientConfigurationKnown)) return error::kSuccess;
   const ErrorCode code = parts_.attributes.EnsureDescriptorDiscovered(
-      characteristic, descriptor_uuid::kClientCharacteristicConfiguration);
+      session, characteristic, descriptor_uuid::kClientCharacteristicConfiguration);
   if (code == error::kSuccess) state.Mark(lazy_mark::kClientConfigurationKnown);
   return code;
 }
 
-ErrorCode Subscriptions::SetSubscription(const CharacteristicPtr& characteristic,
+ErrorCode Subscriptions::SetSubscription(Session& session, const CharacteristicPtr& characteristic,
                                          CharacteristicState& state, bool subscribe) {
-  const std::uint32_t flags = parts_.fields.Flags(characteristic, state);
+  const std::uint32_t flags = parts_.fields.Flags(session, characteristic, state);
   if (!CanSubscribe(flags)) return parts_.errors.Raise(failure::kCannotSubscribe);
   const SubscriptionState known = characteristic->subscription;
   if (known != SubscriptionState::Unknown && IsSubscribed(*characteristic) == subscribe) {
@@ -72,7 +76,7 @@ ErrorCode Subscriptions::SetSubscription(const CharacteristicPtr& characteristic
   const CccdValue value =
       subscribe ? SubscribingValue(flags, parts_.settings.Flag(Setting::PreferIndications))
                 : CccdValue::None;
-  if (const ErrorCode code = EnsureCccd(characteristic, state)) return code;
+  if (const ErrorCode code = EnsureCccd(session, characteristic, state)) return code;
 
   const Quoted id{characteristic->id.View()};
   parts_.log.Write(LogLevel::Information, log_type::kSubscriptions,
@@ -98,13 +102,13 @@ ErrorCode Subscriptions::SetSubscription(const CharacteristicPtr& characteristic
   return error::kSuccess;
 }
 
-bool Subscriptions::QuerySubscribed(const CharacteristicPtr& characteristic,
+bool Subscriptions::QuerySubscribed(Session& session, const CharacteristicPtr& characteristic,
                                     CharacteristicState& state) {
-  if (!CanSubscribe(parts_.fields.Flags(characteristic, state))) return false;
+  if (!CanSubscribe(parts_.fields.Flags(session, characteristic, state))) return false;
   if (characteristic->subscription != SubscriptionState::Unknown) {
     return IsSubscribed(*characteristic);
   }
-  (void)EnsureCccd(characteristic, state);
+  (void)EnsureCccd(session, characteristic, state);
   state.Mark(lazy_mark::kClientConfigurationKnown);
 
   const Quoted id{characteristic->id.View()};
@@ -127,7 +131,9 @@ bool Subscriptions::QuerySubscribed(const CharacteristicPtr& characteristic,
 
 [[gnu::hot]] void Subscriptions::OnValueChanged(const platform::GattCharacteristic& sender,
                                                 platform::ByteView value) {
-  const CharacteristicPtr characteristic = parts_.tree.FindCharacteristicByObject(sender);
+  // What a session that is over still hears is in no tree that counts.
+  const CharacteristicPtr characteristic =
+      parts_.connection.Current()->tree.FindCharacteristicByObject(sender);
   if (!characteristic) return;
   UpdateSubscription(*characteristic, true);
   parts_.events.FireValue(CharacteristicNames(*characteristic).names, value);

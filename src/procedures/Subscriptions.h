@@ -24,7 +24,6 @@ class Subscriptions {
     Events& events;
     Log& log;
     const Settings& settings;
-    GattObjectTree& tree;
     Connection& connection;
     GattCall& gatt;
     AsyncWait& wait;
@@ -45,19 +44,21 @@ class Subscriptions {
 
   /// The write side of `CharacteristicSubscribed`: nothing happens when the state is known to be
   /// the wanted one. `state` is the record's own or an exposed copy's.
-  [[nodiscard]] ErrorCode SetSubscription(const CharacteristicPtr& characteristic,
+  [[nodiscard]] ErrorCode SetSubscription(Session& session, const CharacteristicPtr& characteristic,
                                           CharacteristicState& state, bool subscribe);
 
   /// The read side: asks the device the first time and remembers the answer. False, without
   /// remembering it, when the device could not be asked.
-  bool QuerySubscribed(const CharacteristicPtr& characteristic, CharacteristicState& state);
+  bool QuerySubscribed(Session& session, const CharacteristicPtr& characteristic,
+                       CharacteristicState& state);
 
   /// The handler registered on every discovered characteristic.
   void OnValueChanged(const platform::GattCharacteristic& sender, platform::ByteView value);
 
  private:
-  ErrorCode UnsubscribeAll(const ServiceEntry& service);
-  ErrorCode EnsureCccd(const CharacteristicPtr& characteristic, CharacteristicState& state);
+  ErrorCode UnsubscribeAll(Session& session, const ServiceEntry& service);
+  ErrorCode EnsureCccd(Session& session, const CharacteristicPtr& characteristic,
+                       CharacteristicState& state);
 
   Parts parts_;
 };

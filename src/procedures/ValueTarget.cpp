@@ -3,9 +3,9 @@
 namespace corvaneble {
 
 [[gnu::hot]] ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
-                                       const GattObjectTree& tree, ErrorState& errors,
-                                       ValueTarget& target) {
-  if (const ErrorCode code = connection.RequireConnection()) return code;
+                                       ErrorState& errors, ValueTarget& target) {
+  if (const ErrorCode code = connection.RequireConnection(target.session)) return code;
+  const GattObjectTree& tree = target.session->tree;
   if (ids.service.empty()) return errors.Raise(failure::kNoServiceId);
   if (ids.characteristic.empty()) return errors.Raise(failure::kNoCharacteristicId);
   if (ids.descriptor.empty()) {

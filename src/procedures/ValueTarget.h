@@ -17,16 +17,17 @@ struct ValueIds {
   const std::string& descriptor;
 };
 
-/// What they name: the descriptor, or else the characteristic. The other one is null.
+/// What they name in the current session: the descriptor, or else the characteristic. The other one
+/// is null.
 struct ValueTarget {
+  SessionPtr session;
   CharacteristicPtr characteristic;
   DescriptorPtr descriptor;
 };
 
 /// Checks the connection and the ids in the documented order and finds the record: 605, 202 or 601.
 [[nodiscard]] ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
-                                        const GattObjectTree& tree, ErrorState& errors,
-                                        ValueTarget& target);
+                                        ErrorState& errors, ValueTarget& target);
 
 /// What an event about the target says: the host's own ids, the record's UUID and name. Valid as
 /// long as both.

@@ -14,12 +14,10 @@ ErrorCode Writer::WriteValue(const std::string& serviceId, const std::string& ch
                              const std::string& descriptorId, ByteView value) {
   const ValueIds ids{serviceId, characteristicId, descriptorId};
   ValueTarget target;
-  if (const ErrorCode code =
-          FindValueTarget(ids, parts_.connection, parts_.tree, parts_.errors, target)) {
+  if (const ErrorCode code = FindValueTarget(ids, parts_.connection, parts_.errors, target))
     return code;
-  }
   const ErrorCode code = target.descriptor
-                             ? WriteDescriptorValue(*target.descriptor, value)
+                             ? WriteDescriptorValue(target.session->tree, *target.descriptor, value)
                              : WriteCharacteristicValue(*target.characteristic, value,
                                                         GattWriteOption::WriteWithResponse);
   if (code == error::kSuccess) parts_.events.FireWriteResponse(NamesOf(ids, target));
@@ -28,11 +26,12 @@ ErrorCode Writer::WriteValue(const std::string& serviceId, const std::string& ch
 
 ErrorCode Writer::PostValue(const std::string& serviceId, const std::string& characteristicId,
                             ByteView value) {
-  if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
+  SessionPtr session;
+  if (const ErrorCode code = parts_.connection.RequireConnection(session)) return code;
   if (characteristicId.empty()) return parts_.errors.Raise(failure::kNoCharacteristicId);
   if (serviceId.empty()) return parts_.errors.Raise(failure::kNoServiceId);
-  if (!parts_.tree.FindService(serviceId)) return error::kNotDiscovered;
-  const auto characteristic = parts_.tree.FindCharacteristic(serviceId, characteristicId);
+  if (!session->tree.FindService(serviceId)) return error::kNotDiscovered;
+  const auto characteristic = session->tree.FindCharacteristic(serviceId, characteristicId);
   if (!characteristic) return error::kNotDiscovered;
   return WriteCharacteristicValue(*characteristic, value, GattWriteOption::WriteWithoutResponse);
 }
@@ -54,7 +53,8 @@ ErrorCode Writer::WriteCharacteristicValue(const CharacteristicEntry& characteri
   return error::kSuccess;
 }
 
-ErrorCode Writer::WriteDescriptorValue(const DescriptorEntry& descriptor, ByteView value) {
+ErrorCode Writer::WriteDescriptorValue(const GattObjectTree& tree,
+                                       const DescriptorEntry& descriptor, ByteView value) {
   const Quoted id{descriptor.id.View()};
   parts_.log.Write(LogLevel::Information, log_type::kWrite, "Writing value to descriptor ID ", id,
                    ".");
@@ -63,13 +63,14 @@ ErrorCode Writer::WriteDescriptorValue(const DescriptorEntry& descriptor, ByteVi
   if (written.code != error::kSuccess) return written.code;
   parts_.log.Write(LogLevel::Information, log_type::kWrite,
                    "Successfully wrote value to descriptor ID ", id, ".");
-  return parts_.reconciler.AfterWrite(descriptor, value);
+  return parts_.reconciler.AfterWrite(tree, descriptor, value);
 }
 
-ErrorCode Writer::WriteUserDescription(const CharacteristicEntry& characteristic,
+ErrorCode Writer::WriteUserDescription(const GattObjectTree& tree,
+                                       const CharacteristicEntry& characteristic,
                                        std::string_view text) {
   const Quoted id{characteristic.id.View()};
-  const auto descriptors = parts_.tree.DescriptorsOf(characteristic);
+  const auto descriptors = tree.DescriptorsOf(characteristic);
   const auto found = std::find_if(descriptors.begin(), descriptors.end(), [](const auto& entry) {
     return entry->uuid == descriptor_uuid::kCharacteristicUserDescription;
   });

@@ -20,7 +20,6 @@ class Writer {
     ErrorState& errors;
     Events& events;
     Log& log;
-    GattObjectTree& tree;
     Connection& connection;
     GattCall& gatt;
     AsyncWait& wait;
@@ -42,13 +41,15 @@ class Writer {
 
   /// Writes the text's bytes to the first user description descriptor discovered; 611 when there is
   /// none.
-  [[nodiscard]] ErrorCode WriteUserDescription(const CharacteristicEntry& characteristic,
+  [[nodiscard]] ErrorCode WriteUserDescription(const GattObjectTree& tree,
+                                               const CharacteristicEntry& characteristic,
                                                std::string_view text);
 
  private:
   ErrorCode WriteCharacteristicValue(const CharacteristicEntry& characteristic,
                                      platform::ByteView value, platform::GattWriteOption option);
-  ErrorCode WriteDescriptorValue(const DescriptorEntry& descriptor, platform::ByteView value);
+  ErrorCode WriteDescriptorValue(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                 platform::ByteView value);
 
   Parts parts_;
 };

@@ -1,5 +1,6 @@
 #include "radio/Connection.h"
 
+#include <atomic>
 #include <utility>
 
 #include "radio/EnumText.h"
@@ -7,6 +8,15 @@
 namespace corvaneble {
 
 using platform::BluetoothConnectionStatus;
+
+SessionPtr Connection::MakeSession(DevicePtr device) const {
+  return std::make_shared<Session>(parts_.errors, parts_.valueChanged, std::move(device));
+}
+
+SessionPtr Connection::Replace(SessionPtr next) {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(current_, std::move(next));
+}
 
 ErrorCode Connection::Connect(std::string_view serverId) {
   const std::string id(TrimBlanks(serverId));
@@ -21,6 +31,10 @@ ErrorCode Connection::Connect(std::string_view serverId) {
       parts_.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
   if (device.code != error::kSuccess) return device.code;
   if (!device.result) return Fail(id);
+
+  // Meanwhile the host may have connected from inside the Disconnected event.
+  if (EqualsIgnoringCase(id, CurrentServerId().View())) return error::kSuccess;
+  if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
   Adopt(device.result, id);
   return error::kSuccess;
 }
@@ -33,95 +47,104 @@ ErrorCode Connection::Fail(std::string_view serverId) {
 }
 
 void Connection::Adopt(const DevicePtr& device, std::string_view serverId) {
-  const auto bridge = parts_.bridge;
-  std::vector<platform::EventToken> tokens;
-  tokens.push_back(device->OnGattServicesChanged(
-      [this, bridge](const auto& args) { bridge->Deliver([&] { OnGattServicesChanged(args); }); }));
-  tokens.push_back(
-      device->OnNameChanged([this, bridge] { bridge->Deliver([&] { OnNameChanged(); }); }));
-  {
-    const std::lock_guard lock(mutex_);
-    device_ = device;
-    isConnected_ = true;
-    deviceEvents_ = std::move(tokens);
-  }
+  const SessionPtr session = MakeSession(device);
+  // Runs `handle`, which gets the session too, as long as both the engine and the session live.
+  const auto delivering = [this, bridge = parts_.bridge,
+                           weak = std::weak_ptr(session)](auto handle) {
+    return [this, bridge, weak, handle](const auto&... args) {
+      bridge->Deliver([&] {
+        if (const SessionPtr alive = weak.lock()) (this->*handle)(*alive, args...);
+      });
+    };
+  };
+  session->Keep(device->OnGattServicesChanged(delivering(&Connection::OnGattServicesChanged)));
+  session->Keep(device->OnNameChanged(delivering(&Connection::OnNameChanged)));
+  // What happens to the link before the host knows that it is connected is told afterwards.
+  const auto linkChanged = std::make_shared<std::atomic<bool>>(false);
+  platform::EventToken early =
+      device->OnConnectionStatusChanged([linkChanged] { *linkChanged = true; });
+
+  Replace(session)->End();
   parts_.log.Write(LogLevel::Information, log_type::kConnection,
                    "Successfully connected to server ID ", serverId, ".");
   parts_.events.FireConnected(error::kSuccess, "OK");
 
-  auto status = device->OnConnectionStatusChanged(
-      [this, bridge] { bridge->Deliver([&] { OnConnectionStatusChanged(); }); });
-  const std::lock_guard lock(mutex_);
-  if (device_ == device) deviceEvents_.push_back(std::move(status));
+  session->Keep(
+      device->OnConnectionStatusChanged(delivering(&Connection::OnConnectionStatusChanged)));
+  early.Reset();
+  if (*linkChanged && device->ConnectionStatus() == BluetoothConnectionStatus::Disconnected)
+    OnConnectionStatusChanged(*session);
 }
 
 ErrorCode Connection::Disconnect() {
-  const ServerId id = CurrentServerId();
-  if (!Device()) return error::kSuccess;
+  const SessionPtr session = Current();
+  const DevicePtr device = session->Device();
+  if (!device) return error::kSuccess;
+  const ServerId id(device->BluetoothAddress());
   parts_.log.Write(LogLevel::Information, log_type::kConnection, "Disconnecting from server ID ",
                    id.View(), ".");
-  parts_.selection.Clear();
-  parts_.tree.Clear();
   {
-    DevicePtr retired;  // released, with its events, after the lock
-    std::vector<platform::EventToken> tokens;
+    SessionPtr none = MakeSession(nullptr);
     const std::lock_guard lock(mutex_);
-    retired = std::exchange(device_, nullptr);
-    tokens = std::exchange(deviceEvents_, {});
-    isConnected_ = false;
+    if (current_ != session) return error::kSuccess;  // another call was faster
+    current_.swap(none);
   }
+  session->End();
   parts_.log.Write(LogLevel::Information, log_type::kConnection, "Disconnected from server ID ",
                    id.View(), ".");
   parts_.events.FireDisconnected(error::kSuccess, "OK");
   return error::kSuccess;
 }
 
-[[gnu::hot]] ErrorCode Connection::RequireConnection() const {
-  return isConnected_ ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
+ErrorCode Connection::Select(std::string_view serviceId, std::string_view characteristicId) {
+  SessionPtr session;
+  if (const ErrorCode code = RequireConnection(session)) return code;
+  return session->selection.Select(serviceId, characteristicId);
 }
 
-ErrorCode Connection::RequireSame(const DevicePtr& device) const {
-  if (device && Device() == device) return error::kSuccess;
-  return parts_.errors.Raise(failure::kNotConnected);
-}
-
-Connection::DevicePtr Connection::Device() const {
+[[gnu::hot]] SessionPtr Connection::Current() const {
   const std::lock_guard lock(mutex_);
-  return device_;
+  return current_;
+}
+
+[[gnu::hot]] ErrorCode Connection::RequireConnection(SessionPtr& session) const {
+  session = Current();
+  return session->IsLive() ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
+}
+
+ErrorCode Connection::RequireSame(const Session& session) const {
+  return session.Device() ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
 }
 
 ServerId Connection::CurrentServerId() const {
-  const DevicePtr device = Device();
+  const DevicePtr device = Current()->Device();
   return device ? ServerId(device->BluetoothAddress()) : ServerId();
 }
 
 std::string Connection::ServerName() const {
   std::string name;
-  if (const DevicePtr device = Device()) parts_.codec.ToNarrowLossy(device->Name(), name);
+  if (const DevicePtr device = Current()->Device())
+    parts_.codec.ToNarrowLossy(device->Name(), name);
   return name;
 }
 
-void Connection::OnConnectionStatusChanged() {
-  const DevicePtr device = Device();
+void Connection::OnConnectionStatusChanged(Session& session) {
+  const DevicePtr device = session.Device();
   if (!device) return;
   const BluetoothConnectionStatus status = device->ConnectionStatus();
   parts_.log.Write(LogLevel::Debug, log_type::kDebug, "System updated device connection status to ",
                    Quoted{EnumText(status)}, ".");
-  const bool linkDown = status == BluetoothConnectionStatus::Disconnected;
-  {
-    const std::lock_guard lock(mutex_);
-    if (device_ != device || isConnected_ == !linkDown) return;
-    isConnected_ = !linkDown;
-  }
-  if (linkDown) {
-    parts_.events.FireDisconnected(error::kSuccess, "Offline");
-  } else {
+  const bool isUp = status == BluetoothConnectionStatus::Connected;
+  if (!session.NoteLink(isUp)) return;
+  if (isUp) {
     parts_.events.FireConnected(error::kSuccess, "Online");
+  } else {
+    parts_.events.FireDisconnected(error::kSuccess, "Offline");
   }
 }
 
-void Connection::OnNameChanged() {
-  const DevicePtr device = Device();
+void Connection::OnNameChanged(const Session& session) {
+  const DevicePtr device = session.Device();
   if (!device) return;
   std::string name;
   parts_.codec.ToNarrowLossy(device->Name(), name);
@@ -130,8 +153,9 @@ void Connection::OnNameChanged() {
   parts_.events.FireServerUpdate(name.c_str(), "");
 }
 
-void Connection::OnGattServicesChanged(const platform::GattServicesChangedEventArgs& args) {
-  if (!Device()) return;
+void Connection::OnGattServicesChanged(const Session& session,
+                                       const platform::GattServicesChangedEventArgs& args) {
+  if (!session.Device()) return;
   std::string text;
   parts_.codec.ToNarrowLossy(args.text, text);
   parts_.log.Write(LogLevel::Detail, log_type::kVerbose, "Server's services have changed.");

@@ -1,30 +1,25 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "frame/ErrorState.h"
 #include "frame/Log.h"
 #include "frame/TextCodec.h"
-#include "gatt/GattObjectTree.h"
-#include "gatt/Selection.h"
 #include "platform/Radio.h"
 #include "radio/AsyncWait.h"
 #include "radio/BLEEvent.h"
 #include "radio/Scanner.h"
 #include "radio/ServerId.h"
+#include "radio/Session.h"
 
 namespace corvaneble {
 
 /// The one server the instance is connected to, if any, and what the system says about it.
 class Connection {
  public:
-  using DevicePtr = std::shared_ptr<platform::BluetoothLEDevice>;
-
   struct Parts {
     ErrorState& errors;
     Events& events;
@@ -33,12 +28,12 @@ class Connection {
     const platform::OpenedRadio& radio;
     AsyncWait& wait;
     Scanner& scanner;
-    GattObjectTree& tree;
-    Selection& selection;
     std::shared_ptr<BLEEvent> bridge;
+    /// Registered on every characteristic that is discovered.
+    Session::ValueChanged::Handler valueChanged;
   };
 
-  explicit Connection(const Parts& parts) : parts_(parts) {}
+  explicit Connection(const Parts& parts) : parts_(parts), current_(MakeSession(nullptr)) {}
 
   /// Obtains the device with an address, after stopping a scan and leaving the previous server.
   /// Nothing happens for an empty id and for the server that is connected already. Fails with 301
@@ -51,33 +46,40 @@ class Connection {
   /// Forgets what was discovered and releases the device; nothing happens without one.
   [[nodiscard]] ErrorCode Disconnect();
 
-  /// 0 while there is a device and its link is not known to be down, else 605.
-  [[nodiscard]] ErrorCode RequireConnection() const;
+  /// Selects a service and a characteristic, as `Selection` does; needs a connection.
+  [[nodiscard]] ErrorCode Select(std::string_view serviceId, std::string_view characteristicId);
 
-  /// 605 unless `device` is still the connected one: a host may disconnect from inside an event in
-  /// the middle of a procedure.
-  [[nodiscard]] ErrorCode RequireSame(const DevicePtr& device) const;
+  /// What the instance is connected with; never null.
+  SessionPtr Current() const;
 
-  /// The device; null when not connected.
-  DevicePtr Device() const;
+  /// 0 and the current session while it is live, else 605.
+  [[nodiscard]] ErrorCode RequireConnection(SessionPtr& session) const;
+
+  /// 605 when a session is over: a host may disconnect from inside an event in the middle of a
+  /// procedure.
+  [[nodiscard]] ErrorCode RequireSame(const Session& session) const;
 
   /// Empty when not connected.
   ServerId CurrentServerId() const;
   std::string ServerName() const;
 
  private:
+  using DevicePtr = Session::DevicePtr;
+
+  SessionPtr MakeSession(DevicePtr device) const;
+  SessionPtr Replace(SessionPtr next);
   [[nodiscard]] ErrorCode Fail(std::string_view serverId);
   void Adopt(const DevicePtr& device, std::string_view serverId);
-  void OnConnectionStatusChanged();
-  void OnNameChanged();
-  void OnGattServicesChanged(const platform::GattServicesChangedEventArgs& args);
 
-  Parts parts_;
-  mutable std::mutex mutex_;  // guards everything below; released before any event is fired
-  DevicePtr device_;
-  /// There is a device, and its link is not known to be down. Written under the lock.
-  std::atomic<bool> isConnected_{false};
-  std::vector<platform::EventToken> deviceEvents_;
+  /// Handlers on the device of a session, which may be over by now.
+  void OnConnectionStatusChanged(Session& session);
+  void OnNameChanged(const Session& session);
+  void OnGattServicesChanged(const Session& session,
+                             const platform::GattServicesChangedEventArgs& args);
+
+  const Parts parts_;
+  mutable std::mutex mutex_;  // guards current_
+  SessionPtr current_;
 };
 
 }  // namespace corvaneble

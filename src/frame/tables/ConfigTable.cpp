@@ -38,7 +38,7 @@ ErrorCode ConfigTable::Config(std::string_view text, std::string& answer) {
   const ConfigItem item = ParseConfigItem(text);
   if (ApplyStored(SettingLevel::Engine, item, answer)) return error::kSuccess;
   if (item.isRead && Is(item, kTreeInfo)) {
-    answer = FormatTreeReport(parts_.tree, parts_.codec);
+    answer = FormatTreeReport(parts_.connection.Current()->tree, parts_.codec);
     return error::kSuccess;
   }
   if (AsksForAdvertisement(item)) return ReadAdvertisement(item, answer);

@@ -7,7 +7,7 @@
 #include "frame/ErrorState.h"
 #include "frame/Settings.h"
 #include "frame/TextCodec.h"
-#include "gatt/GattObjectTree.h"
+#include "radio/Connection.h"
 #include "radio/Scanner.h"
 
 namespace corvaneble {
@@ -19,8 +19,8 @@ class ConfigTable {
     ErrorState& errors;
     Settings& settings;
     const TextCodec& codec;
-    const GattObjectTree& tree;
     const Scanner& scanner;
+    const Connection& connection;
   };
 
   explicit ConfigTable(const Parts& parts) : parts_(parts) {}

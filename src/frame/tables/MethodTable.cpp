@@ -88,8 +88,7 @@ void StoreResult(const MethodCall& call, std::size_t position, const void* point
     case Method::ReadValue:
       return ReadValue(inputs, call);
     case Method::Select:
-      if (const ErrorCode code = parts_.connection.RequireConnection()) return code;
-      return parts_.selection.Select(texts[0], texts[1]);
+      return parts_.connection.Select(texts[0], texts[1]);
     case Method::StartScanning:
       return parts_.scanner.StartScanning(texts[0]);
     case Method::StopScanning:

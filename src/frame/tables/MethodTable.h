@@ -42,7 +42,6 @@ class MethodTable {
     ConfigTable& config;
     Scanner& scanner;
     Connection& connection;
-    Selection& selection;
     ServiceDiscovery& services;
     AttributeDiscovery& attributes;
     Reader& reader;

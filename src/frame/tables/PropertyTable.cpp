@@ -36,18 +36,19 @@ std::intptr_t PropertyTable::Get(std::int32_t propertyId, std::int32_t index,
   if (info == nullptr) return 0;
 
   std::intptr_t value = info->type == PropertyType::Integer ? 0 : EmptyText();
-  ErrorCode code = IndexCheck(info->collection, index);
+  const SessionPtr session = parts_.connection.Current();
+  ErrorCode code = IndexCheck(*session, info->collection, index);
   if (code == error::kSuccess) {
     code = RunToCode(parts_.errors, parts_.wait, [&, form = form] {
       switch (info->type) {
         case PropertyType::Integer:
-          value = ReadInteger(info->id, index);
+          value = ReadInteger(*session, info->id, index);
           break;
         case PropertyType::Text:
-          value = GetText(info->id, index, form);
+          value = GetText(*session, info->id, index, form);
           break;
         case PropertyType::Bytes:
-          value = GetBytes(info->id, index, form, length);
+          value = GetBytes(*session, info->id, index, form, length);
           break;
       }
       return error::kSuccess;
@@ -57,8 +58,9 @@ std::intptr_t PropertyTable::Get(std::int32_t propertyId, std::int32_t index,
   return value;
 }
 
-std::intptr_t PropertyTable::GetText(Property property, std::int32_t index, TextForm form) {
-  TextValue value = ReadText(property, index);
+std::intptr_t PropertyTable::GetText(Session& session, Property property, std::int32_t index,
+                                     TextForm form) {
+  TextValue value = ReadText(session, property, index);
   ReturnSlot& slot = parts_.slots.OfProperty(property);
   if (form == TextForm::Wide) {
     (void)parts_.codec.ToWide(value.isComputed ? value.computed : value.text, slot.wide);
@@ -72,10 +74,10 @@ std::intptr_t PropertyTable::GetText(Property property, std::int32_t index, Text
   return PointerValue(value.text);
 }
 
-std::intptr_t PropertyTable::GetBytes(Property property, std::int32_t index, TextForm form,
-                                      std::int32_t* length) {
+std::intptr_t PropertyTable::GetBytes(Session& session, Property property, std::int32_t index,
+                                      TextForm form, std::int32_t* length) {
   platform::Bytes value;
-  const ErrorCode code = ReadBytes(property, index, value);
+  const ErrorCode code = ReadBytes(session, property, index, value);
   if (code != error::kSuccess) {
     parts_.errors.SetLastCode(code);
     StoreLength(length, 0);
@@ -94,40 +96,42 @@ std::intptr_t PropertyTable::GetBytes(Property property, std::int32_t index, Tex
   return PointerValue(slot.bytes.data());
 }
 
-std::int32_t PropertyTable::ReadInteger(Property property, std::int32_t index) {
-  const auto shown = [&] { return parts_.selection.ExposedAt(index); };
+std::int32_t PropertyTable::ReadInteger(Session& session, Property property, std::int32_t index) {
+  const auto shown = [&] { return session.selection.ExposedAt(index); };
   const auto flags = [&] {
     const ExposedCharacteristic characteristic = shown();
-    return parts_.fields.Flags(characteristic.entry, *characteristic.state);
+    return parts_.fields.Flags(session, characteristic.entry, *characteristic.state);
   };
   switch (property) {
     case Property::ActiveScanning:
       return parts_.scanner.ActiveScanning();
     case Property::CharacteristicCount:
-      return parts_.selection.CharacteristicCount();
+      return session.selection.CharacteristicCount();
     case Property::CharacteristicCanSubscribe:
       return CanSubscribe(flags()) ? 1 : 0;
     case Property::CharacteristicFlags:
       return static_cast<std::int32_t>(flags());
     case Property::CharacteristicSubscribed: {
       const ExposedCharacteristic characteristic = shown();
-      return parts_.subscriptions.QuerySubscribed(characteristic.entry, *characteristic.state) ? 1
-                                                                                               : 0;
+      return parts_.subscriptions.QuerySubscribed(session, characteristic.entry,
+                                                  *characteristic.state)
+                 ? 1
+                 : 0;
     }
     case Property::CharacteristicValueExponent:
-      return parts_.fields.ValueExponent(shown());
+      return parts_.fields.ValueExponent(session, shown());
     case Property::CharacteristicValueFormat:
-      return parts_.fields.ValueFormat(shown());
+      return parts_.fields.ValueFormat(session, shown());
     case Property::CharacteristicValueFormatCount:
-      return parts_.fields.ValueFormatCount(shown());
+      return parts_.fields.ValueFormatCount(session, shown());
     case Property::CharacteristicValueFormatIndex:
-      return parts_.fields.ValueFormatIndex(shown());
+      return parts_.fields.ValueFormatIndex(session, shown());
     case Property::DescriptorCount:
-      return parts_.selection.DescriptorCount();
+      return session.selection.DescriptorCount();
     case Property::Scanning:
       return parts_.scanner.IsScanning() ? 1 : 0;
     case Property::ServiceCount:
-      return static_cast<std::int32_t>(parts_.tree.ServiceCount());
+      return static_cast<std::int32_t>(session.tree.ServiceCount());
     case Property::Timeout:
       return parts_.timeoutSeconds;
     default:
@@ -135,7 +139,8 @@ std::int32_t PropertyTable::ReadInteger(Property property, std::int32_t index) {
   }
 }
 
-PropertyTable::TextValue PropertyTable::ReadText(Property property, std::int32_t index) {
+PropertyTable::TextValue PropertyTable::ReadText(Session& session, Property property,
+                                                 std::int32_t index) {
   const auto field = [](auto entry, const char* text) {
     return TextValue{text, std::move(entry), {}, false};
   };
@@ -144,24 +149,24 @@ PropertyTable::TextValue PropertyTable::ReadText(Property property, std::int32_t
   const auto uuid = [&](auto entry) { return field(entry, entry->uuidText.c_str()); };
   const auto service = [&] {
     static const auto empty = std::make_shared<ServiceEntry>();
-    const ServicePtr entry = parts_.tree.ServiceAt(static_cast<std::size_t>(index));
+    const ServicePtr entry = session.tree.ServiceAt(static_cast<std::size_t>(index));
     return entry ? entry : empty;
   };
-  const auto characteristic = [&] { return parts_.selection.CharacteristicAt(index); };
-  const auto descriptor = [&] { return parts_.selection.DescriptorAt(index); };
+  const auto characteristic = [&] { return session.selection.CharacteristicAt(index); };
+  const auto descriptor = [&] { return session.selection.DescriptorAt(index); };
   switch (property) {
     case Property::Characteristic:
-      return Computed(parts_.selection.CharacteristicId());
+      return Computed(session.selection.CharacteristicId());
     case Property::CharacteristicDescription:
       return name(characteristic());
     case Property::CharacteristicId:
       return id(characteristic());
     case Property::CharacteristicUserDescription:
-      return Computed(parts_.fields.UserDescription(parts_.selection.ExposedAt(index)));
+      return Computed(parts_.fields.UserDescription(session, session.selection.ExposedAt(index)));
     case Property::CharacteristicUuid:
       return uuid(characteristic());
     case Property::CharacteristicValueUnit:
-      return Computed(parts_.fields.ValueUnit(parts_.selection.ExposedAt(index)));
+      return Computed(parts_.fields.ValueUnit(session, session.selection.ExposedAt(index)));
     case Property::DescriptorDescription:
       return name(descriptor());
     case Property::DescriptorId:
@@ -173,15 +178,15 @@ PropertyTable::TextValue PropertyTable::ReadText(Property property, std::int32_t
     case Property::ServerName:
       return Computed(parts_.connection.ServerName());
     case Property::Service:
-      return Computed(parts_.selection.ServiceId());
+      return Computed(session.selection.ServiceId());
     case Property::ServiceDescription:
       return name(service());
     case Property::ServiceId:
       return id(service());
     case Property::ServiceIncludedSvcIds:
-      return Computed(parts_.tree.IncludedIds(*service()));
+      return Computed(session.tree.IncludedIds(*service()));
     case Property::ServiceParentSvcIds:
-      return Computed(parts_.tree.ParentIds(*service()));
+      return Computed(session.tree.ParentIds(*service()));
     case Property::ServiceUuid:
       return uuid(service());
     default:
@@ -189,31 +194,34 @@ PropertyTable::TextValue PropertyTable::ReadText(Property property, std::int32_t
   }
 }
 
-ErrorCode PropertyTable::ReadBytes(Property property, std::int32_t index, platform::Bytes& value) {
+ErrorCode PropertyTable::ReadBytes(Session& session, Property property, std::int32_t index,
+                                   platform::Bytes& value) {
   if (property == Property::CharacteristicCachedValue) {
-    const CharacteristicPtr entry = parts_.selection.CharacteristicAt(index);
+    const CharacteristicPtr entry = session.selection.CharacteristicAt(index);
     if (!entry->platform) return error::kSuccess;
     return parts_.reader.ReadCharacteristicValue(*entry, BluetoothCacheMode::Cached, value);
   }
-  const DescriptorPtr entry = parts_.selection.DescriptorAt(index);
+  const DescriptorPtr entry = session.selection.DescriptorAt(index);
   if (!entry->platform) return error::kSuccess;
-  return parts_.reader.ReadDescriptorValue(*entry, BluetoothCacheMode::Cached, value);
+  return parts_.reader.ReadDescriptorValue(session.tree, *entry, BluetoothCacheMode::Cached, value);
 }
 
 ErrorCode PropertyTable::Set(std::int32_t propertyId, std::int32_t index, std::intptr_t value) {
   const auto [number, form] = DecodePropertyNumber(propertyId);
   const PropertyInfo* info = FindProperty(number);
   if (info == nullptr || info->access != PropertyAccess::ReadWrite) return error::kUnknown;
-  const ErrorCode badIndex = IndexCheck(info->collection, index);
+  const SessionPtr session = parts_.connection.Current();
+  const ErrorCode badIndex = IndexCheck(*session, info->collection, index);
   if (badIndex != error::kSuccess) return badIndex;
-  return parts_.errors.Finish(RunToCode(
-      parts_.errors, parts_.wait, [&, form = form] { return Write(*info, index, value, form); }));
+  return parts_.errors.Finish(RunToCode(parts_.errors, parts_.wait, [&, form = form] {
+    return Write(*session, *info, index, value, form);
+  }));
 }
 
-ErrorCode PropertyTable::Write(const PropertyInfo& info, std::int32_t index, std::intptr_t value,
-                               TextForm form) {
+ErrorCode PropertyTable::Write(Session& session, const PropertyInfo& info, std::int32_t index,
+                               std::intptr_t value, TextForm form) {
   if (info.type != PropertyType::Text) {
-    return WriteInteger(info.id, index, static_cast<std::int32_t>(value));
+    return WriteInteger(session, info.id, index, static_cast<std::int32_t>(value));
   }
   std::string text;
   if (value != 0 && form == TextForm::Wide) {
@@ -222,22 +230,23 @@ ErrorCode PropertyTable::Write(const PropertyInfo& info, std::int32_t index, std
   } else if (value != 0) {
     text = reinterpret_cast<const char*>(value);
   }
-  return WriteText(info.id, index, text);
+  return WriteText(session, info.id, index, text);
 }
 
-ErrorCode PropertyTable::WriteInteger(Property property, std::int32_t index, std::int32_t value) {
+ErrorCode PropertyTable::WriteInteger(Session& session, Property property, std::int32_t index,
+                                      std::int32_t value) {
   switch (property) {
     case Property::ActiveScanning:
       return parts_.scanner.SetActiveScanning(value);
     case Property::CharacteristicCount:
-      parts_.selection.SetCharacteristicCount(value);
+      session.selection.SetCharacteristicCount(value);
       return error::kSuccess;
     case Property::CharacteristicSubscribed: {
-      const ExposedCharacteristic shown = parts_.selection.ExposedAt(index);
-      return parts_.subscriptions.SetSubscription(shown.entry, *shown.state, value != 0);
+      const ExposedCharacteristic shown = session.selection.ExposedAt(index);
+      return parts_.subscriptions.SetSubscription(session, shown.entry, *shown.state, value != 0);
     }
     case Property::CharacteristicValueFormatIndex:
-      return parts_.fields.SetValueFormatIndex(parts_.selection.ExposedAt(index), value);
+      return parts_.fields.SetValueFormatIndex(session, session.selection.ExposedAt(index), value);
     case Property::Timeout:
       parts_.timeoutSeconds = std::max(value, 0);
       parts_.connection.ApplyTimeout();
@@ -247,15 +256,15 @@ ErrorCode PropertyTable::WriteInteger(Property property, std::int32_t index, std
   }
 }
 
-ErrorCode PropertyTable::WriteText(Property property, std::int32_t index,
+ErrorCode PropertyTable::WriteText(Session& session, Property property, std::int32_t index,
                                    const std::string& value) {
   switch (property) {
     case Property::Characteristic:
-      return parts_.selection.SelectCharacteristic(value);
+      return session.selection.SelectCharacteristic(value);
     case Property::CharacteristicUserDescription:
-      return parts_.fields.SetUserDescription(parts_.selection.ExposedAt(index), value);
+      return parts_.fields.SetUserDescription(session, session.selection.ExposedAt(index), value);
     case Property::Service:
-      return parts_.selection.SelectService(value);
+      return session.selection.SelectService(value);
     default:
       return error::kUnknown;
   }
@@ -263,13 +272,15 @@ ErrorCode PropertyTable::WriteText(Property property, std::int32_t index,
 
 ErrorCode PropertyTable::CheckIndex(std::int32_t propertyId, std::int32_t index) {
   const PropertyInfo* info = FindProperty(propertyId);
-  if (info == nullptr || IndexCheck(info->collection, index) == error::kSuccess) {
+  if (info == nullptr ||
+      IndexCheck(*parts_.connection.Current(), info->collection, index) == error::kSuccess) {
     return error::kSuccess;
   }
   return error::kIndexOutOfRange;
 }
 
-ErrorCode PropertyTable::IndexCheck(Collection collection, std::int32_t index) {
+ErrorCode PropertyTable::IndexCheck(const Session& session, Collection collection,
+                                    std::int32_t index) {
   const auto check = [&](std::int64_t count, const Failure& failure) {
     return index >= 0 && index < count ? error::kSuccess : parts_.errors.Raise(failure);
   };
@@ -277,12 +288,12 @@ ErrorCode PropertyTable::IndexCheck(Collection collection, std::int32_t index) {
     case Collection::None:
       break;
     case Collection::Services:
-      return check(static_cast<std::int64_t>(parts_.tree.ServiceCount()),
+      return check(static_cast<std::int64_t>(session.tree.ServiceCount()),
                    failure::kInvalidServiceIndex);
     case Collection::Characteristics:
-      return check(parts_.selection.CharacteristicCount(), failure::kInvalidCharacteristicIndex);
+      return check(session.selection.CharacteristicCount(), failure::kInvalidCharacteristicIndex);
     case Collection::Descriptors:
-      return check(parts_.selection.DescriptorCount(), failure::kInvalidDescriptorIndex);
+      return check(session.selection.DescriptorCount(), failure::kInvalidDescriptorIndex);
   }
   return error::kSuccess;
 }

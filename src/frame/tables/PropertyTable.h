@@ -10,8 +10,6 @@
 #include "frame/tables/HostNumber.h"
 #include "frame/tables/PropertyInfo.h"
 #include "frame/tables/ReturnSlots.h"
-#include "gatt/GattObjectTree.h"
-#include "gatt/Selection.h"
 #include "procedures/CharacteristicFields.h"
 #include "procedures/Reader.h"
 #include "procedures/Subscriptions.h"
@@ -32,8 +30,6 @@ class PropertyTable {
     AsyncWait& wait;
     Scanner& scanner;
     Connection& connection;
-    GattObjectTree& tree;
-    Selection& selection;
     CharacteristicFields& fields;
     Reader& reader;
     Subscriptions& subscriptions;
@@ -63,19 +59,25 @@ class PropertyTable {
 
   static TextValue Computed(std::string text) { return {"", nullptr, std::move(text), true}; }
 
-  [[nodiscard]] ErrorCode IndexCheck(Collection collection, std::int32_t index);
+  // All of them work on the session that is current when the access begins.
+  [[nodiscard]] ErrorCode IndexCheck(const Session& session, Collection collection,
+                                     std::int32_t index);
 
-  std::int32_t ReadInteger(Property property, std::int32_t index);
-  TextValue ReadText(Property property, std::int32_t index);
-  ErrorCode ReadBytes(Property property, std::int32_t index, platform::Bytes& value);
+  std::int32_t ReadInteger(Session& session, Property property, std::int32_t index);
+  TextValue ReadText(Session& session, Property property, std::int32_t index);
+  ErrorCode ReadBytes(Session& session, Property property, std::int32_t index,
+                      platform::Bytes& value);
 
-  std::intptr_t GetText(Property property, std::int32_t index, TextForm form);
-  std::intptr_t GetBytes(Property property, std::int32_t index, TextForm form,
+  std::intptr_t GetText(Session& session, Property property, std::int32_t index, TextForm form);
+  std::intptr_t GetBytes(Session& session, Property property, std::int32_t index, TextForm form,
                          std::int32_t* length);
 
-  ErrorCode Write(const PropertyInfo& info, std::int32_t index, std::intptr_t value, TextForm form);
-  ErrorCode WriteInteger(Property property, std::int32_t index, std::int32_t value);
-  ErrorCode WriteText(Property property, std::int32_t index, const std::string& value);
+  ErrorCode Write(Session& session, const PropertyInfo& info, std::int32_t index,
+                  std::intptr_t value, TextForm form);
+  ErrorCode WriteInteger(Session& session, Property property, std::int32_t index,
+                         std::int32_t value);
+  ErrorCode WriteText(Session& session, Property property, std::int32_t index,
+                      const std::string& value);
 
   Parts parts_;
 };

@@ -1,0 +1,37 @@
+#include "radio/Session.h"
+
+#include <utility>
+
+namespace corvaneble {
+
+Session::Session(ErrorState& errors, const ValueChanged::Handler& valueChanged, DevicePtr device)
+    : tree(errors, valueChanged),
+      selection(tree, errors),
+      device_(std::move(device)),
+      isLive_(device_ != nullptr) {}
+
+Session::DevicePtr Session::Device() const {
+  const std::lock_guard lock(mutex_);
+  return device_;
+}
+
+void Session::Keep(platform::EventToken handler) {
+  const std::lock_guard lock(mutex_);
+  if (device_) handlers_.push_back(std::move(handler));
+}
+
+bool Session::NoteLink(bool isUp) {
+  const std::lock_guard lock(mutex_);
+  return device_ && isLive_.exchange(isUp) != isUp;
+}
+
+void Session::End() {
+  DevicePtr device;  // both released after the lock
+  std::vector<platform::EventToken> handlers;
+  const std::lock_guard lock(mutex_);
+  device.swap(device_);
+  handlers.swap(handlers_);
+  isLive_ = false;
+}
+
+}  // namespace corvaneble

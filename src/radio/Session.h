@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "frame/ErrorState.h"
+#include "gatt/GattObjectTree.h"
+#include "gatt/Selection.h"
+#include "platform/Radio.h"
+
+namespace corvaneble {
+
+/// One connection to a server: the device, what was discovered on it, what the host has selected of
+/// that, and the handlers on the device. An instance always has one, without a device while it is
+/// not connected. Connecting and disconnecting replace it whole: a call that began with a session
+/// goes on with it, and finds that it is over. Any thread.
+class Session {
+ public:
+  using DevicePtr = std::shared_ptr<platform::BluetoothLEDevice>;
+  using ValueChanged = platform::GattCharacteristic::ValueChanged;
+
+  Session(ErrorState& errors, const ValueChanged::Handler& valueChanged, DevicePtr device);
+
+  /// Null once the session is over, and in one without a server. Not to be held while waiting:
+  /// letting go of the device is what ends the wait.
+  DevicePtr Device() const;
+
+  /// Whether there is a device and its link is not known to be down.
+  bool IsLive() const { return isLive_; }
+
+  /// Keeps a handler on the device registered until the session is over.
+  void Keep(platform::EventToken handler);
+
+  /// Notes whether the link is up; false when that is nothing new, or the session is over.
+  bool NoteLink(bool isUp);
+
+  /// Releases the device and the handlers on it.
+  void End();
+
+  GattObjectTree tree;
+  Selection selection;
+
+ private:
+  mutable std::mutex mutex_;  // guards everything below
+  DevicePtr device_;
+  std::atomic<bool> isLive_;  // written under the lock
+  std::vector<platform::EventToken> handlers_;
+};
+
+using SessionPtr = std::shared_ptr<Session>;
+
+}  // namespace corvaneble
