@@ -17,7 +17,7 @@ SIBLINGS = {
     "platform/posix": set(),
     "platform/faults": set(),
     "platform/hci": set(),
-    "platform/simulated": {"platform/att", "platform/hci"},
+    "platform/simulated": {"platform/att", "platform/faults", "platform/hci"},
     "platform/linux": {"platform/att", "platform/hci"},
     "platform/windows": set(),
 }

@@ -32,10 +32,12 @@ constexpr const char* kServices = R"([
      "value": {"utf8": "a value that is longer than the smallest of packets can carry"},
      "descriptors": [{"userDescription": "Old", "writable": true}]}]}])";
 
-std::string Scene(const std::string& events) {
-  return std::string(R"({"peripherals": [{"address": "00A050C4E2F1", "name": "Meter", "mtu": 23,
-    "advertising": {"interval": 100, "data": {"name": "Meter"}}, "services": )") +
-         kServices + R"(, "events": [)" + events + "]}]}";
+std::string Scene(const std::string& events, const std::string& faults = "",
+                  const std::string& adapterFaults = "") {
+  return R"({"adapter": {"faults": [)" + adapterFaults + R"(]}, "peripherals": [
+    {"address": "00A050C4E2F1", "name": "Meter", "mtu": 23,
+     "advertising": {"interval": 100, "data": {"name": "Meter"}}, "services": )" +
+         kServices + R"(, "events": [)" + events + R"(], "faults": [)" + faults + "]}]}";
 }
 
 constexpr const char* kService = "002000000000";
@@ -142,9 +144,9 @@ void ExpectUsable(Host& host) {
 }
 
 struct FaultyHost {
-  FaultyHost(const Program& program, const Fault& fault)
+  FaultyHost(const Program& program, const std::vector<Fault>& faults)
       : opened(OpenScenario(Scene(program.events))) {
-    radio = std::make_shared<FaultInjectingRadio>(opened.radio, opened.timeline, fault);
+    radio = std::make_shared<FaultInjectingRadio>(opened.radio, opened.timeline, faults);
     host = std::make_unique<Host>(platform::OpenedRadio{radio, opened.clock, opened.pump});
     host->Set(CORVANEBLE_PROPERTY_TIMEOUT, 5);
   }
@@ -191,8 +193,8 @@ TEST(Faults, EveryPlatformCallMayGoWrongInEveryWay) {
       for (std::uint32_t call = 1; call <= sound.radio->CallCount(); ++call) {
         SCOPED_TRACE(std::string(program.name) + ", call " + std::to_string(call) + ", kind " +
                      std::to_string(static_cast<int>(way.kind)));
-        FaultyHost faulty(program,
-                          {call, way.kind, std::chrono::seconds(20), way.gatt, -1, "Injected."});
+        const std::chrono::seconds delay(way.kind == Fault::Kind::Late ? 20 : 0);
+        FaultyHost faulty(program, {{way.kind, {}, call, 1, delay, way.gatt, -1, "Injected."}});
         const int code = RunProgram(program, *faulty.host);
         EXPECT_TRUE(code == 0 || way.codes.contains(code) || program.codes.contains(code)) << code;
         EXPECT_TRUE(code == 0 || !faulty.host->LastError().empty());
@@ -222,8 +224,92 @@ TEST(Faults, TheLinkMayDropAtEveryRequest) {
   }
 }
 
+TEST(ScenarioFaults, AHostMeetsWhatTheyDescribe) {
+  const std::vector<Step> scan = {Call(CORVANEBLE_METHOD_START_SCANNING)};
+  const std::vector<Step> connect = {kConnect};
+  const std::vector<Step> discover = {kConnect, kDiscoverAll};
+  const std::vector<Step> read = {kConnect, kDiscoverSome, Read(kLevel)};
+  const std::vector<Step> write = {kConnect, kDiscoverSome,
+                                   Write(CORVANEBLE_METHOD_WRITE_VALUE, 2)};
+  const std::vector<Step> subscribe = {kConnect, kDiscoverSome,
+                                       Call(CORVANEBLE_METHOD_SUBSCRIBE, {kService, kStream})};
+  const std::vector<Step> isSubscribed = {
+      kConnect, kDiscoverSome, Call(CORVANEBLE_METHOD_SELECT, {kService, ""}), [](Host& host) {
+        host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_SUBSCRIBED, 1);
+        return CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle());
+      }};
+  constexpr const char* kNobody = "Connection to server ID 00A050C4E2F1 was unsuccessful.";
+  constexpr const char* kNoAdapter = "No Bluetooth adapter found.";
+  constexpr const char* kDenied = "Error attempting communication: Access denied by system.";
+  constexpr const char* kUnreachable = "Error attempting communication: Device unreachable.";
+  constexpr const char* kFailed = "Platform failure [0x80070005]: Access is denied.";
+  const std::string failure = R"("result": {"failure": "0x80070005", "text": "Access is denied."})";
+  const struct {
+    const std::vector<Step>& steps;
+    const char* operation;
+    std::string fault;
+    int code;
+    const char* text;
+  } cases[] = {
+      {scan, "lookUp", R"("delay": 900)", 0, ""},
+      {scan, "lookUp", R"("delay": 1100)", 613, kNoAdapter},
+      {scan, "lookUp", R"("result": "never")", 613, kNoAdapter},
+      {scan, "lookUp", R"("result": "none")", 613, kNoAdapter},
+      {scan, "lookUp", failure, 614, kFailed},
+      {connect, "lookUp", R"("delay": 900)", 0, ""},
+      {connect, "lookUp", R"("delay": 1100)", 301, "Timeout."},
+      {connect, "lookUp", R"("result": "never")", 301, "Timeout."},
+      {connect, "lookUp", R"("result": "none", "delay": 500)", 604, kNobody},
+      {connect, "lookUp", failure, 614, kFailed},
+      {discover, "discoverServices", R"("result": "unreachable")", 607, kUnreachable},
+      {discover, "discoverIncludedServices", R"("result": "accessDenied")", 606, kDenied},
+      {discover, "discoverCharacteristics", failure + R"(, "delay": 900)", 614, kFailed},
+      {discover, "discoverDescriptors", failure + R"(, "delay": 1100)", 301, "Timeout."},
+      {read, "read", R"("result": "accessDenied", "delay": 900)", 606, kDenied},
+      {read, "read", R"("result": "unreachable")", 607, kUnreachable},
+      {read, "read", failure, 614, kFailed},
+      {read, "write", failure, 0, ""},
+      {write, "write", R"("result": "never")", 301, "Timeout."},
+      {isSubscribed, "readConfiguration", R"("delay": 1100)", 301, "Timeout."},
+      {subscribe, "writeConfiguration", R"("result": "accessDenied")", 606, kDenied},
+  };
+  for (const auto& each : cases) {
+    const std::string fault =
+        R"({"operation": ")" + std::string(each.operation) + "\", " + each.fault + "}";
+    SCOPED_TRACE(fault);
+    const bool ofAdapter = &each.steps == &scan;
+    Host host(Scene("", ofAdapter ? "" : fault, ofAdapter ? fault : ""));
+    host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 1);
+    EXPECT_EQ(RunProgram({"", each.steps}, host), each.code);
+    EXPECT_EQ(each.code == 0 ? "" : host.LastError(), each.text);
+  }
+}
+
+TEST(ScenarioFaults, BeginAndEndWhenTheySay) {
+  Host host(Scene("", R"({"operation": "read", "result": 7, "first": 2, "count": 1},
+                         {"operation": "read", "result": "accessDenied", "first": 2, "count": 2})"));
+  host.Config("LogLevel=3");
+  ASSERT_EQ(RunProgram({"", {kConnect, kDiscoverSome}}, host), 0);
+  std::vector<std::string> reads;
+  for (int i = 0; i < 4; ++i) {
+    host.Forget();
+    std::string value;
+    const int code = host.Read(kLevel, "", value);
+    reads.push_back(std::to_string(code) + "|" + value);
+    for (const HostEvent& log : host.Events(CORVANEBLE_EVENT_LOG))
+      if (log.Text(1).starts_with("BLE Result")) reads.back() += "|" + log.Text(1);
+  }
+  EXPECT_EQ(reads, (std::vector<std::string>{
+                       "0|d|BLE Result Status: Success (Protocol Code: 0).",
+                       "0||BLE Result Status: Windows.Devices.Bluetooth.GenericAttributeProfile."
+                       "GattCommunicationStatus (Protocol Code: 0).",
+                       "606||BLE Result Status: AccessDenied (Protocol Code: 0).",
+                       "0|d|BLE Result Status: Success (Protocol Code: 0).",
+                   }));
+}
+
 TEST(Faults, APlatformFailureSaysWhatThePlatformSaid) {
-  FaultyHost faulty({}, {1, Fault::Kind::Throw, {}, {}, -5, "Injected."});
+  FaultyHost faulty({}, {{Fault::Kind::Throw, {}, 1, 1, {}, {}, -5, "Injected."}});
   EXPECT_EQ(faulty.host->Do(CORVANEBLE_METHOD_START_SCANNING), 614);
   EXPECT_EQ(faulty.host->LastError(), "Platform failure [0xfffffffb]: Injected.");
 }

@@ -27,8 +27,8 @@ constexpr const char* kPeripheral = R"({"peripherals": [
 
 platform::OpenedRadio Decorated() {
   const auto inner = OpenScenario(kPeripheral);
-  return {std::make_shared<platform::faults::FaultInjectingRadio>(inner.radio, inner.timeline,
-                                                                  platform::faults::Fault{}),
+  return {std::make_shared<platform::faults::FaultInjectingRadio>(
+              inner.radio, inner.timeline, std::vector<platform::faults::Fault>{}),
           inner.clock, inner.pump};
 }
 

@@ -53,9 +53,9 @@ simulated::Scenario Strap() {
 
 class SimulatedRadioTest : public testing::Test {
  protected:
-  void Open(simulated::Scenario scenario, Fault fault = {}) {
+  void Open(simulated::Scenario scenario, std::vector<Fault> faults = {}) {
     opened_ = simulated::OpenSimulatedRadio(std::move(scenario));
-    faulty_ = std::make_shared<FaultInjectingRadio>(opened_.radio, opened_.timeline, fault);
+    faulty_ = std::make_shared<FaultInjectingRadio>(opened_.radio, opened_.timeline, faults);
     opened_.radio = faulty_;
   }
 
@@ -248,14 +248,15 @@ TEST_F(SimulatedRadioTest, EveryCallMayGoWrong) {
       token_.Reset();
       measurement_ = nullptr;
       device_ = nullptr;
-      Open(Strap(), {call, kind, milliseconds(700)});
+      Open(Strap(), {{kind, {}, call, 1, milliseconds(700)}});
       const bool survives = kind == Kind::Late || kind == Kind::OtherThread;
       if (kind == Kind::Throw || kind == Kind::Fail) {
         EXPECT_THROW(Subscribe(), PlatformFailure);
       } else {
         EXPECT_EQ(Subscribe(), survives) << call;
       }
-      const std::uint32_t waited = kind == Kind::Hang ? 60'000 : kind == Kind::Late ? 700 : 0;
+      const bool atOnce = kind == Kind::Throw || kind == Kind::OtherThread;
+      const std::uint32_t waited = kind == Kind::Hang ? 60'000 : atOnce ? 0 : 700;
       EXPECT_GE(opened_.clock->TickCount(), waited);
       EXPECT_LT(opened_.clock->TickCount(), waited + 30);
     }

@@ -20,36 +20,38 @@ auto Wrapping(FaultPlan& plan, std::vector<std::shared_ptr<Object>> Result::*obj
 }
 
 template <class Start>
-auto ServicesOperation(FaultPlan& plan, Start start) {
+auto ServicesOperation(FaultPlan& plan, CallKind call, Start start) {
   return plan.Operation<GattDeviceServicesResult>(
-      start, Wrapping<FaultInjectingService>(plan, &GattDeviceServicesResult::services));
+      call, start, Wrapping<FaultInjectingService>(plan, &GattDeviceServicesResult::services));
 }
 
 template <class Start>
 auto CharacteristicsOperation(FaultPlan& plan, Start start) {
   return plan.Operation<GattCharacteristicsResult>(
-      start,
+      CallKind::DiscoverCharacteristics, start,
       Wrapping<FaultInjectingCharacteristic>(plan, &GattCharacteristicsResult::characteristics));
 }
 
 template <class Start>
 auto DescriptorsOperation(FaultPlan& plan, Start start) {
   return plan.Operation<GattDescriptorsResult>(
-      start, Wrapping<FaultInjectingDescriptor>(plan, &GattDescriptorsResult::descriptors));
+      CallKind::DiscoverDescriptors, start,
+      Wrapping<FaultInjectingDescriptor>(plan, &GattDescriptorsResult::descriptors));
 }
 
 }  // namespace
 
 AsyncOperationPtr<GattReadResult> FaultInjectingDescriptor::ReadValueAsync(
     BluetoothCacheMode mode) {
-  return plan_->Operation<GattReadResult>([&] { return inner_->ReadValueAsync(mode); },
-                                          Unchanged<GattReadResult>);
+  return plan_->Operation<GattReadResult>(
+      CallKind::Read, [&] { return inner_->ReadValueAsync(mode); }, Unchanged<GattReadResult>);
 }
 
 AsyncOperationPtr<GattWriteResult> FaultInjectingDescriptor::WriteValueWithResultAsync(
     ByteView value) {
-  return plan_->Operation<GattWriteResult>([&] { return inner_->WriteValueWithResultAsync(value); },
-                                           Unchanged<GattWriteResult>);
+  return plan_->Operation<GattWriteResult>(
+      CallKind::Write, [&] { return inner_->WriteValueWithResultAsync(value); },
+      Unchanged<GattWriteResult>);
 }
 
 AsyncOperationPtr<GattDescriptorsResult> FaultInjectingCharacteristic::GetDescriptorsAsync(
@@ -65,20 +67,22 @@ AsyncOperationPtr<GattDescriptorsResult> FaultInjectingCharacteristic::GetDescri
 
 AsyncOperationPtr<GattReadResult> FaultInjectingCharacteristic::ReadValueAsync(
     BluetoothCacheMode mode) {
-  return plan_->Operation<GattReadResult>([&] { return inner_->ReadValueAsync(mode); },
-                                          Unchanged<GattReadResult>);
+  return plan_->Operation<GattReadResult>(
+      CallKind::Read, [&] { return inner_->ReadValueAsync(mode); }, Unchanged<GattReadResult>);
 }
 
 AsyncOperationPtr<GattWriteResult> FaultInjectingCharacteristic::WriteValueWithResultAsync(
     ByteView value, GattWriteOption option) {
   return plan_->Operation<GattWriteResult>(
-      [&] { return inner_->WriteValueWithResultAsync(value, option); }, Unchanged<GattWriteResult>);
+      CallKind::Write, [&] { return inner_->WriteValueWithResultAsync(value, option); },
+      Unchanged<GattWriteResult>);
 }
 
 AsyncOperationPtr<GattReadClientCharacteristicConfigurationDescriptorResult>
 FaultInjectingCharacteristic::ReadClientCharacteristicConfigurationDescriptorAsync() {
   using Result = GattReadClientCharacteristicConfigurationDescriptorResult;
   return plan_->Operation<Result>(
+      CallKind::ReadConfiguration,
       [&] { return inner_->ReadClientCharacteristicConfigurationDescriptorAsync(); },
       Unchanged<Result>);
 }
@@ -87,6 +91,7 @@ AsyncOperationPtr<GattWriteResult>
 FaultInjectingCharacteristic::WriteClientCharacteristicConfigurationDescriptorWithResultAsync(
     GattClientCharacteristicConfigurationDescriptorValue value) {
   return plan_->Operation<GattWriteResult>(
+      CallKind::WriteConfiguration,
       [&] {
         return inner_->WriteClientCharacteristicConfigurationDescriptorWithResultAsync(value);
       },
@@ -102,12 +107,13 @@ EventToken FaultInjectingCharacteristic::OnValueChanged(ValueChanged::Handler ha
 
 AsyncOperationPtr<GattDeviceServicesResult> FaultInjectingService::GetIncludedServicesAsync(
     BluetoothCacheMode mode) {
-  return ServicesOperation(*plan_, [&] { return inner_->GetIncludedServicesAsync(mode); });
+  return ServicesOperation(*plan_, CallKind::DiscoverIncludedServices,
+                           [&] { return inner_->GetIncludedServicesAsync(mode); });
 }
 
 AsyncOperationPtr<GattDeviceServicesResult> FaultInjectingService::GetIncludedServicesForUuidAsync(
     const Guid& uuid, BluetoothCacheMode mode) {
-  return ServicesOperation(*plan_,
+  return ServicesOperation(*plan_, CallKind::DiscoverIncludedServices,
                            [&] { return inner_->GetIncludedServicesForUuidAsync(uuid, mode); });
 }
 
@@ -124,12 +130,14 @@ AsyncOperationPtr<GattCharacteristicsResult> FaultInjectingService::GetCharacter
 
 AsyncOperationPtr<GattDeviceServicesResult> FaultInjectingDevice::GetGattServicesAsync(
     BluetoothCacheMode mode) {
-  return ServicesOperation(*plan_, [&] { return inner_->GetGattServicesAsync(mode); });
+  return ServicesOperation(*plan_, CallKind::DiscoverServices,
+                           [&] { return inner_->GetGattServicesAsync(mode); });
 }
 
 AsyncOperationPtr<GattDeviceServicesResult> FaultInjectingDevice::GetGattServicesForUuidAsync(
     const Guid& uuid, BluetoothCacheMode mode) {
-  return ServicesOperation(*plan_, [&] { return inner_->GetGattServicesForUuidAsync(uuid, mode); });
+  return ServicesOperation(*plan_, CallKind::DiscoverServices,
+                           [&] { return inner_->GetGattServicesForUuidAsync(uuid, mode); });
 }
 
 }  // namespace corvaneble::platform::faults

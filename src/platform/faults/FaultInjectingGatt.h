@@ -45,6 +45,9 @@ class FaultInjectingCharacteristic final
   AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
       const Guid& uuid, BluetoothCacheMode mode) override;
+  AsyncOperationPtr<GattResult> ReadMissingDescriptionsAsync() override {
+    return inner_->ReadMissingDescriptionsAsync();
+  }
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,
                                                                GattWriteOption option) override;

@@ -44,13 +44,14 @@ class FaultInjectingWatcher final : public BluetoothLEAdvertisementWatcher {
 }  // namespace
 
 FaultInjectingRadio::FaultInjectingRadio(std::shared_ptr<Radio> inner,
-                                         std::weak_ptr<Executor> executor, Fault fault)
+                                         std::weak_ptr<Executor> executor,
+                                         std::vector<Fault> faults)
     : inner_(std::move(inner)),
-      plan_(std::make_shared<FaultPlan>(std::move(executor), std::move(fault))) {}
+      plan_(std::make_shared<FaultPlan>(std::move(executor), std::move(faults))) {}
 
 AsyncOperationPtr<BluetoothAdapter> FaultInjectingRadio::GetDefaultAdapterAsync() {
   return plan_->Operation<BluetoothAdapter>(
-      [&] { return inner_->GetDefaultAdapterAsync(); },
+      CallKind::AdapterLookUp, [&] { return inner_->GetDefaultAdapterAsync(); },
       [](const std::shared_ptr<BluetoothAdapter>& adapter) { return adapter; });
 }
 
@@ -62,7 +63,7 @@ std::shared_ptr<BluetoothLEAdvertisementWatcher> FaultInjectingRadio::CreateAdve
 AsyncOperationPtr<BluetoothLEDevice> FaultInjectingRadio::DeviceFromBluetoothAddressAsync(
     std::uint64_t address) {
   return plan_->Operation<BluetoothLEDevice>(
-      [&] { return inner_->DeviceFromBluetoothAddressAsync(address); },
+      CallKind::DeviceLookUp, [&] { return inner_->DeviceFromBluetoothAddressAsync(address); },
       [plan = plan_](const std::shared_ptr<BluetoothLEDevice>& device) {
         return std::static_pointer_cast<BluetoothLEDevice>(
             plan->Wrap<FaultInjectingDevice>(device));

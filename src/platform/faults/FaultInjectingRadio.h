@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "platform/Executor.h"
 #include "platform/Radio.h"
@@ -10,14 +11,15 @@
 
 namespace corvaneble::platform::faults {
 
-/// Any radio, with one call that goes wrong. Counted are all operations started on it and on the
-/// objects it hands out, and the synchronous calls that may fail: creating a watcher, setting its
-/// mode and filter, starting and stopping it. A run without a fault tells through `CallCount` how
+/// Any radio, with calls that go wrong. Counted are all operations started on it and on the objects
+/// it hands out, and the synchronous calls that may fail: creating a watcher, setting its mode and
+/// filter, starting and stopping it. A run without a fault tells through `CallCount` how
 /// many calls a program makes; a sweep then lets each of them fail in turn.
 class FaultInjectingRadio final : public Radio {
  public:
   /// `executor` runs late completions; it belongs to the wrapped radio and is not kept alive.
-  FaultInjectingRadio(std::shared_ptr<Radio> inner, std::weak_ptr<Executor> executor, Fault fault);
+  FaultInjectingRadio(std::shared_ptr<Radio> inner, std::weak_ptr<Executor> executor,
+                      std::vector<Fault> faults);
 
   std::uint32_t CallCount() const { return plan_->CallCount(); }
 

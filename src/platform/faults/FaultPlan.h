@@ -1,68 +1,52 @@
 #pragma once
 
-#include <atomic>
-#include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <type_traits>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "platform/Async.h"
 #include "platform/Executor.h"
 #include "platform/Gatt.h"
 #include "platform/PlatformFailure.h"
+#include "platform/faults/Fault.h"
 
 namespace corvaneble::platform::faults {
 
-/// What goes wrong, and at which call of the platform.
-struct Fault {
-  enum class Kind {
-    Throw,        ///< the call itself throws `PlatformFailure`
-    Fail,         ///< the operation finishes, and `GetResults` throws
-    Hang,         ///< the operation never finishes; a synchronous call does nothing
-    Late,         ///< the operation finishes `delay` later than it would
-    Null,         ///< the operation finishes without a result; a factory returns null
-    GattStatus,   ///< the operation finishes with `gatt`; null where it has no GATT status
-    OtherThread,  ///< the operation finishes on a thread that exists for this alone
-  };
-
-  std::uint32_t call = 0;  ///< counted from 1 over all calls; 0: nothing goes wrong
-  Kind kind = Kind::Throw;
-  std::chrono::milliseconds delay{0};
-  GattResult gatt{GattCommunicationStatus::Unreachable, {}};
-  std::int32_t failureResult = -1;
-  std::string failureText = "Injected failure.";
-};
-
-/// Counts the platform calls of one radio and lets the chosen one go wrong. Shared by the radio and
+/// Counts platform calls and lets the chosen ones go wrong. Shared by a radio, or a device, and
 /// every object it has handed out; any thread.
 class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
  public:
   /// `executor` runs delayed completions; it is not kept alive.
-  FaultPlan(std::weak_ptr<Executor> executor, Fault fault)
-      : executor_(std::move(executor)), fault_(std::move(fault)) {}
+  FaultPlan(std::weak_ptr<Executor> executor, std::vector<Fault> faults)
+      : executor_(std::move(executor)), faults_(std::move(faults)), seen_(faults_.size()) {}
 
-  std::uint32_t CallCount() const { return calls_; }
+  std::uint32_t CallCount() const {
+    const std::lock_guard lock(mutex_);
+    return calls_;
+  }
 
   /// Counts the call of an operation and starts it, or lets it go wrong. `convert` makes the result
   /// that the caller sees of the backend's, which is not null.
   template <class T, class Start, class Convert>
-  AsyncOperationPtr<T> Operation(Start start, Convert convert) {
-    const bool faulty = NextIsFaulty();
+  AsyncOperationPtr<T> Operation(CallKind call, Start start, Convert convert) {
+    const Fault* const fault = Count(call);
     auto operation = std::make_shared<CompletableOperation<T>>();
-    if (faulty && EndsBeforeItStarts(*operation)) return operation;
+    if (fault != nullptr && EndsBeforeItStarts(*fault, operation)) return operation;
     const auto inner = start();
-    inner->OnCompleted([self = shared_from_this(), operation, faulty,
+    inner->OnCompleted([self = shared_from_this(), operation, fault,
                         convert = std::move(convert)](AsyncOperation<T>& finished) {
       auto finish = [operation, result = Outcome<T>(finished, convert)] {
         if (result.second) return operation->Fail(*result.second);
         operation->Complete(result.first);
       };
-      if (faulty) return self->Divert(std::move(finish));
+      if (fault != nullptr) return self->Divert(*fault, std::move(finish));
       finish();
     });
     return operation;
@@ -70,18 +54,19 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
 
   /// Counts a synchronous call without a result and makes it, or lets it go wrong.
   void Call(std::function<void()> call) {
-    if (!NextIsFaulty()) return call();
-    switch (fault_.kind) {
+    const Fault* const fault = Count(CallKind::Watch);
+    if (fault == nullptr) return call();
+    switch (fault->kind) {
       case Fault::Kind::Throw:
       case Fault::Kind::Fail:
       case Fault::Kind::GattStatus:
-        throw Failure();
+        throw Failure(*fault);
       case Fault::Kind::Hang:
       case Fault::Kind::Null:
         return;
       case Fault::Kind::Late:
       case Fault::Kind::OtherThread:
-        return Divert(std::move(call));
+        return Divert(*fault, std::move(call));
     }
   }
 
@@ -89,12 +74,13 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
   /// or diverts an operation leaves such a call alone.
   template <class T>
   std::shared_ptr<T> Create(const std::function<std::shared_ptr<T>()>& create) {
-    if (!NextIsFaulty()) return create();
-    switch (fault_.kind) {
+    const Fault* const fault = Count(CallKind::Watch);
+    if (fault == nullptr) return create();
+    switch (fault->kind) {
       case Fault::Kind::Throw:
       case Fault::Kind::Fail:
       case Fault::Kind::GattStatus:
-        throw Failure();
+        throw Failure(*fault);
       case Fault::Kind::Hang:
       case Fault::Kind::Null:
         return nullptr;
@@ -131,24 +117,39 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
     }
   }
 
-  bool NextIsFaulty() { return ++calls_ == fault_.call; }
-  PlatformFailure Failure() const { return {fault_.failureResult, fault_.failureText}; }
+  /// The first fault that this call is due for, if any.
+  const Fault* Count(CallKind call) {
+    const Fault* due = nullptr;
+    const std::lock_guard lock(mutex_);
+    ++calls_;
+    for (std::size_t i = 0; i < faults_.size(); ++i) {
+      const Fault& fault = faults_[i];
+      if (fault.call && *fault.call != call) continue;
+      const std::uint32_t number = ++seen_[i];
+      if (!due && number >= fault.first && number - fault.first < fault.count) due = &fault;
+    }
+    return due;
+  }
+
+  static PlatformFailure Failure(const Fault& fault) {
+    return {fault.failureResult, fault.failureText};
+  }
 
   template <class T>
-  bool EndsBeforeItStarts(CompletableOperation<T>& operation) {
-    switch (fault_.kind) {
+  bool EndsBeforeItStarts(const Fault& fault, std::shared_ptr<CompletableOperation<T>> operation) {
+    switch (fault.kind) {
       case Fault::Kind::Throw:
-        throw Failure();
+        throw Failure(fault);
       case Fault::Kind::Fail:
-        operation.Fail(Failure());
+        Divert(fault, [operation, failure = Failure(fault)] { operation->Fail(failure); });
         return true;
       case Fault::Kind::Hang:
         return true;
       case Fault::Kind::Null:
-        operation.Complete(nullptr);
+        Divert(fault, [operation] { operation->Complete(nullptr); });
         return true;
       case Fault::Kind::GattStatus:
-        operation.Complete(WithStatus<T>());
+        Divert(fault, [operation, result = WithStatus<T>(fault)] { operation->Complete(result); });
         return true;
       case Fault::Kind::Late:
       case Fault::Kind::OtherThread:
@@ -158,30 +159,34 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
   }
 
   template <class T>
-  std::shared_ptr<T> WithStatus() const {
+  static std::shared_ptr<T> WithStatus(const Fault& fault) {
     if constexpr (std::is_base_of_v<GattResult, T>) {
       auto result = std::make_shared<T>();
-      static_cast<GattResult&>(*result) = fault_.gatt;
+      static_cast<GattResult&>(*result) = fault.gatt;
       return result;
     } else {
       return nullptr;
     }
   }
 
-  /// Runs `finish` later or elsewhere. The other thread is joined here, so that virtual time does
-  /// not go on without it.
-  void Divert(std::function<void()> finish) {
-    if (fault_.kind == Fault::Kind::OtherThread) {
+  /// Runs `finish` after the fault's delay or elsewhere. The other thread is joined here, so that
+  /// virtual time does not go on without it.
+  void Divert(const Fault& fault, std::function<void()> finish) {
+    if (fault.kind == Fault::Kind::OtherThread) {
       std::thread(std::move(finish)).join();
+    } else if (fault.delay <= fault.delay.zero()) {
+      finish();
     } else if (const auto executor = executor_.lock()) {
-      executor->PostAfter(fault_.delay, std::move(finish));
+      executor->PostAfter(fault.delay, std::move(finish));
     }
   }
 
   const std::weak_ptr<Executor> executor_;
-  const Fault fault_;
-  std::atomic<std::uint32_t> calls_{0};
-  std::mutex mutex_;                                               // guards wrappers_
+  const std::vector<Fault> faults_;
+
+  mutable std::mutex mutex_;         // guards everything below
+  std::vector<std::uint32_t> seen_;  ///< by fault: the calls of its kind
+  std::uint32_t calls_ = 0;
   std::unordered_map<const void*, std::weak_ptr<void>> wrappers_;  ///< by the backend's object
 };
 

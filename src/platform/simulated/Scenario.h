@@ -10,6 +10,7 @@
 #include "platform/BluetoothAdvertisement.h"
 #include "platform/Bytes.h"
 #include "platform/Guid.h"
+#include "platform/faults/Fault.h"
 #include "platform/simulated/Capture.h"
 
 /// The contents of a scenario file: what a simulated radio hears and whom it can connect to.
@@ -25,6 +26,7 @@ struct AdapterScenario {
   milliseconds scanStartLatency{0};          ///< from Start to Started
   bool neverStarts = false;                  ///< the watcher stays Created
   std::optional<BluetoothError> startError;  ///< Start ends in Aborted with this reason
+  std::vector<faults::Fault> faults;         ///< of its look-up
 };
 
 /// Whatever interval a scenario asks for, none is shorter: nothing may fill one point in time.
@@ -101,6 +103,7 @@ struct PeripheralScenario {
   std::uint16_t mtu = 247;        ///< ATT_MTU the server offers, at least 23
   std::vector<ServiceScenario> services;
   std::vector<PeripheralEvent> events;
+  std::vector<faults::Fault> faults;  ///< of the look-up of the device and of its GATT operations
 };
 
 struct CaptureScenario {

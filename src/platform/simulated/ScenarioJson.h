@@ -52,6 +52,8 @@ std::vector<ServiceScenario> ReadServices(const JsonNode& node);
 
 PeripheralScenario ReadPeripheral(const JsonNode& node);
 AdapterScenario ReadAdapter(const JsonNode& node);
+std::vector<faults::Fault> ReadAdapterFaults(const JsonNode& node);
+std::vector<faults::Fault> ReadPeripheralFaults(const JsonNode& node);
 CaptureScenario ReadCapture(const JsonNode& node);
 RadioEvent ReadRadioEvent(const JsonNode& node);
 

@@ -46,8 +46,9 @@ PeripheralEvent ReadPeripheralEvent(const JsonNode& node) {
 }  // namespace
 
 PeripheralScenario ReadPeripheral(const JsonNode& node) {
-  const JsonObject object(node, {"address", "addressType", "name", "advertising", "connectable",
-                                 "connectLatency", "responseDelay", "mtu", "services", "events"});
+  const JsonObject object(
+      node, {"address", "addressType", "name", "advertising", "connectable", "connectLatency",
+             "responseDelay", "mtu", "services", "events", "faults"});
   PeripheralScenario peripheral;
   peripheral.address = ReadAddress(object.At("address"));
   object.Read("addressType", peripheral.randomAddress,
@@ -62,6 +63,7 @@ PeripheralScenario ReadPeripheral(const JsonNode& node) {
   object.Read("services", peripheral.services, ReadServices);
   object.Read("events", peripheral.events,
               [](const JsonNode& list) { return ReadAll(list, ReadPeripheralEvent); });
+  object.Read("faults", peripheral.faults, ReadPeripheralFaults);
   return peripheral;
 }
 

@@ -17,8 +17,8 @@ std::filesystem::path ReadPath(const JsonNode& node) {
 }  // namespace
 
 AdapterScenario ReadAdapter(const JsonNode& node) {
-  const JsonObject object(
-      node, {"present", "lowEnergy", "address", "scanStartLatency", "neverStarts", "startError"});
+  const JsonObject object(node, {"present", "lowEnergy", "address", "scanStartLatency",
+                                 "neverStarts", "startError", "faults"});
   AdapterScenario adapter;
   object.Read("present", adapter.present);
   object.Read("lowEnergy", adapter.lowEnergy);
@@ -26,6 +26,7 @@ AdapterScenario ReadAdapter(const JsonNode& node) {
   object.Read("scanStartLatency", adapter.scanStartLatency, ReadDuration);
   object.Read("neverStarts", adapter.neverStarts);
   object.Read("startError", adapter.startError, ReadBluetoothError);
+  object.Read("faults", adapter.faults, ReadAdapterFaults);
   return adapter;
 }
 

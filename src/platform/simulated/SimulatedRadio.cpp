@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/faults/FaultInjectingGatt.h"
 #include "platform/simulated/SimulatedDevice.h"
 #include "platform/simulated/SimulatedWatcher.h"
 
@@ -30,7 +31,9 @@ AsyncOperationPtr<T> CompleteOn(Timeline& timeline, std::shared_ptr<T> result) {
 }  // namespace
 
 SimulatedRadio::SimulatedRadio(std::shared_ptr<Timeline> timeline, Scenario scenario)
-    : timeline_(std::move(timeline)), adapter_(scenario.adapter) {
+    : timeline_(std::move(timeline)),
+      adapter_(scenario.adapter),
+      adapterFaults_(std::make_shared<faults::FaultPlan>(timeline_, adapter_.faults)) {
   auto traffic = std::make_shared<AirTraffic>();
   traffic->captures = std::move(scenario.captures);
   traffic->radioEvents = std::move(scenario.radioEvents);
@@ -39,8 +42,10 @@ SimulatedRadio::SimulatedRadio(std::shared_ptr<Timeline> timeline, Scenario scen
     if (peripheral.advertising)
       traffic->advertisers.push_back(
           std::make_unique<const Advertiser>(address, *peripheral.advertising));
-    peripherals_.emplace(address,
-                         std::make_shared<VirtualPeripheral>(timeline_, std::move(peripheral)));
+    Reachable& reachable = peripherals_[address];
+    if (!peripheral.faults.empty())
+      reachable.faults = std::make_shared<faults::FaultPlan>(timeline_, peripheral.faults);
+    reachable.peripheral = std::make_shared<VirtualPeripheral>(timeline_, std::move(peripheral));
   }
   traffic_ = std::move(traffic);
 }
@@ -48,7 +53,9 @@ SimulatedRadio::SimulatedRadio(std::shared_ptr<Timeline> timeline, Scenario scen
 AsyncOperationPtr<BluetoothAdapter> SimulatedRadio::GetDefaultAdapterAsync() {
   std::shared_ptr<BluetoothAdapter> adapter;
   if (adapter_.present) adapter = std::make_shared<SimulatedAdapter>(adapter_);
-  return CompleteOn(*timeline_, std::move(adapter));
+  return adapterFaults_->Operation<BluetoothAdapter>(
+      faults::CallKind::AdapterLookUp, [&] { return CompleteOn(*timeline_, std::move(adapter)); },
+      [](const std::shared_ptr<BluetoothAdapter>& found) { return found; });
 }
 
 std::shared_ptr<BluetoothLEAdvertisementWatcher> SimulatedRadio::CreateAdvertisementWatcher() {
@@ -57,10 +64,21 @@ std::shared_ptr<BluetoothLEAdvertisementWatcher> SimulatedRadio::CreateAdvertise
 
 AsyncOperationPtr<BluetoothLEDevice> SimulatedRadio::DeviceFromBluetoothAddressAsync(
     std::uint64_t address) {
-  std::shared_ptr<BluetoothLEDevice> device;
-  if (const auto found = peripherals_.find(address); found != peripherals_.end())
-    device = std::make_shared<SimulatedDevice>(timeline_, found->second, notices_);
-  return CompleteOn(*timeline_, std::move(device));
+  const auto found = peripherals_.find(address);
+  if (found == peripherals_.end()) return CompleteOn<BluetoothLEDevice>(*timeline_, nullptr);
+  const auto lookUp = [&] {
+    return CompleteOn<BluetoothLEDevice>(
+        *timeline_,
+        std::make_shared<SimulatedDevice>(timeline_, found->second.peripheral, notices_));
+  };
+  const auto plan = found->second.faults;
+  if (!plan) return lookUp();
+  return plan->Operation<BluetoothLEDevice>(
+      faults::CallKind::DeviceLookUp, lookUp,
+      [plan](const std::shared_ptr<BluetoothLEDevice>& device) {
+        return std::static_pointer_cast<BluetoothLEDevice>(
+            plan->Wrap<faults::FaultInjectingDevice>(device));
+      });
 }
 
 OpenedSimulatedRadio OpenSimulatedRadio(Scenario scenario) {

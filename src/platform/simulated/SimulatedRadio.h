@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/Radio.h"
+#include "platform/faults/FaultPlan.h"
 #include "platform/simulated/ScanSession.h"
 #include "platform/simulated/Scenario.h"
 #include "platform/simulated/Timeline.h"
@@ -13,7 +14,8 @@
 
 namespace corvaneble::platform::simulated {
 
-/// The radio that plays a scenario. Every operation completes on the radio's thread.
+/// The radio that plays a scenario. Its operations complete on the radio's thread; those that fail
+/// at once, on the calling one.
 class SimulatedRadio final : public Radio {
  public:
   /// Throws `PlatformFailure` when a peripheral's services cannot be laid out.
@@ -26,9 +28,15 @@ class SimulatedRadio final : public Radio {
   EventToken OnNotice(Notice::Handler handler) override { return notices_.Add(std::move(handler)); }
 
  private:
+  struct Reachable {
+    std::shared_ptr<VirtualPeripheral> peripheral;
+    std::shared_ptr<faults::FaultPlan> faults;  ///< null: none
+  };
+
   const std::shared_ptr<Timeline> timeline_;
   const AdapterScenario adapter_;
-  std::map<std::uint64_t, std::shared_ptr<VirtualPeripheral>> peripherals_;
+  const std::shared_ptr<faults::FaultPlan> adapterFaults_;
+  std::map<std::uint64_t, Reachable> peripherals_;
   std::shared_ptr<const AirTraffic> traffic_;
   Notice notices_;
 };
