@@ -252,6 +252,42 @@ TEST_F(AttTest, WhatIsFoundAgainIsTheSameObject) {
   EXPECT_TRUE(Finish(service->GetCharacteristicsAsync(kUncached))->characteristics.empty());
 }
 
+TEST_F(AttTest, AnIncludeDoesNotContradictWhatTheServiceSaysItself) {
+  const Guid custom = *Guid::FromLittleEndian(FromHex(kCustomUuid));
+  peer->Opens()
+      .On("10 01 00 FF FF 00 28", "11 06 10 00 1F 00 0F 18")
+      .On("10 20 00 FF FF 00 28", "11 14 20 00 2F 00 " + kCustomUuid)
+      .On("10 30 00 FF FF 00 28", "01 10 30 00 0A");
+  const auto found = Finish(client->GetGattServicesAsync(kUncached));
+  const auto include = [&] {  // under two bytes of its UUID, and with too many handles
+    peer->On("08 10 00 1F 00 02 28", "09 08 11 00 20 00 FF FF EF BE")
+        .On("08 12 00 1F 00 02 28", "01 08 12 00 0A");
+  };
+  include();
+  const auto included = Finish(found->services.at(0)->GetIncludedServicesAsync(kUncached));
+  EXPECT_EQ(included->services.at(0), found->services.at(1));
+  include();
+  EXPECT_EQ(Finish(found->services[0]->GetIncludedServicesForUuidAsync(custom, kUncached))
+                ->services.size(),
+            1U);
+  peer->On("08 20 00 2F 00 03 28", "01 08 20 00 0A");
+  EXPECT_TRUE(
+      Finish(included->services[0]->GetCharacteristicsAsync(kUncached))->characteristics.empty());
+
+  // On another link its handles may mean another service, until it says itself that they do not.
+  peer->Hangup(ChannelError::Unreachable);
+  Run();
+  peer->Opens();
+  include();
+  EXPECT_EQ(Finish(found->services[0]->GetIncludedServicesAsync(kUncached))->services.at(0)->Uuid(),
+            Guid::FromAssignedNumber(0xBEEF));
+  peer->On("06 01 00 FF FF 00 28 " + kCustomUuid, "07 20 00 FF FF");
+  const auto again = Finish(client->GetGattServicesForUuidAsync(custom, kUncached));
+  include();
+  EXPECT_EQ(Finish(found->services[0]->GetIncludedServicesAsync(kUncached))->services,
+            again->services);
+}
+
 TEST_F(AttTest, IncludedServicesWithAndWithoutUuid) {
   const auto service = OpenService();
   peer->On("08 10 00 1F 00 02 28", "09 08 11 00 30 00 3F 00 0A 18")

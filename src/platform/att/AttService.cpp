@@ -37,8 +37,10 @@ AsyncOperationPtr<GattDeviceServicesResult> AttService::QueryIncludes(const Want
       [self = shared_from_this(), wanted](const BearerPtr& bearer, const auto& operation) {
         DiscoverIncludedServices(
             bearer, self->handle_, self->end_,
-            [=](const GattResult& status, const std::vector<ServiceRecord>& records) {
+            [=, &context = *self->context_](const GattResult& status,
+                                            const std::vector<ServiceRecord>& found) {
               if (!Succeeded(status)) return Complete(*operation, status);
+              const auto records = context.Attributes().Corrected(found, context.DatabaseVersion());
               self->includes_.Store(records);
               Complete(*operation, status, self->Publish(records, wanted));
             });
@@ -66,7 +68,7 @@ GattDeviceServicesResult AttService::Publish(const std::vector<ServiceRecord>& r
                                              const Wanted& wanted) const {
   GattDeviceServicesResult result;
   const auto make = [this](const auto& record) {
-    return context_->Attributes().Service(context_, record);
+    return context_->Attributes().Service(context_, record, 0);
   };
   AppendObjects(records, wanted, make, result.services);
   return result;

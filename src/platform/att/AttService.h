@@ -16,8 +16,14 @@ class AttService final : public GattDeviceService, public std::enable_shared_fro
  public:
   AttService(std::shared_ptr<GattContext> context, const ServiceRecord& record);
 
-  /// Takes over what may differ when the service is found again: where it ends.
-  void Update(const ServiceRecord& record) { end_ = record.end; }
+  /// Takes over what may differ when the service is found again: where it ends. `declaredIn` is the
+  /// version of the database whose declaration of the service says so; 0: something else does.
+  void Update(const ServiceRecord& record, std::uint32_t declaredIn) {
+    end_ = record.end;
+    if (declaredIn != 0) declaredIn_ = declaredIn;
+  }
+  std::uint32_t DeclaredIn() const { return declaredIn_; }
+  ServiceRecord Record() const { return {handle_, end_, uuid_}; }
 
   std::uint16_t AttributeHandle() const override { return handle_; }
   Guid Uuid() const override { return uuid_; }
@@ -47,6 +53,7 @@ class AttService final : public GattDeviceService, public std::enable_shared_fro
   const std::uint16_t handle_;
   const Guid uuid_;
   std::atomic<std::uint16_t> end_;
+  std::atomic<std::uint32_t> declaredIn_{0};
   KnownRecords<ServiceRecord> includes_;
   KnownRecords<CharacteristicRecord> characteristics_;
 };

@@ -20,12 +20,13 @@ std::shared_ptr<T> AttributeTable::FindOrMake(ByHandle<T>& objects, std::uint16_
 }
 
 std::shared_ptr<AttService> AttributeTable::Service(const std::shared_ptr<GattContext>& context,
-                                                    const ServiceRecord& record) {
+                                                    const ServiceRecord& record,
+                                                    std::uint32_t declaredIn) {
   auto service = FindOrMake(
       services_, record.handle,
       [&](const AttService& known) { return known.Uuid() == record.uuid; },
       [&] { return std::make_shared<AttService>(context, record); });
-  service->Update(record);
+  service->Update(record, declaredIn);
   return service;
 }
 
@@ -50,6 +51,18 @@ std::shared_ptr<AttDescriptor> AttributeTable::Descriptor(
         return known.Uuid() == record.uuid && known.BelongsTo(characteristic);
       },
       [&] { return std::make_shared<AttDescriptor>(context, characteristic, record); });
+}
+
+std::vector<ServiceRecord> AttributeTable::Corrected(std::vector<ServiceRecord> includes,
+                                                     std::uint32_t version) const {
+  for (ServiceRecord& include : includes) {
+    std::shared_ptr<AttService> known;  // may be the last reference: dies after the lock
+    const std::lock_guard lock(mutex_);
+    const auto found = services_.find(include.handle);
+    if (found != services_.end()) known = found->second.lock();
+    if (known && known->DeclaredIn() == version) include = known->Record();
+  }
+  return includes;
 }
 
 std::shared_ptr<AttCharacteristic> AttributeTable::FindByValueHandle(

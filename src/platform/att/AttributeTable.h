@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <vector>
 
 #include "platform/att/Discovery.h"
 
@@ -19,13 +20,20 @@ class GattContext;
 /// another attribute gets a new object. Any thread.
 class AttributeTable {
  public:
+  /// `declaredIn` is the version of the database in which the service's own declaration says this;
+  /// 0 when something else does.
   std::shared_ptr<AttService> Service(const std::shared_ptr<GattContext>& context,
-                                      const ServiceRecord& record);
+                                      const ServiceRecord& record, std::uint32_t declaredIn);
   std::shared_ptr<AttCharacteristic> Characteristic(const std::shared_ptr<GattContext>& context,
                                                     const CharacteristicRecord& record);
   std::shared_ptr<AttDescriptor> Descriptor(
       const std::shared_ptr<GattContext>& context,
       const std::shared_ptr<AttCharacteristic>& characteristic, const DescriptorRecord& record);
+
+  /// Include declarations with what the services say themselves, where their own declarations were
+  /// seen in this version of the database and somebody holds the services.
+  std::vector<ServiceRecord> Corrected(std::vector<ServiceRecord> includes,
+                                       std::uint32_t version) const;
 
   /// The characteristic whose value has this handle, if somebody holds it.
   std::shared_ptr<AttCharacteristic> FindByValueHandle(std::uint16_t valueHandle) const;

@@ -10,10 +10,11 @@ namespace {
 
 GattDeviceServicesResult Publish(const std::shared_ptr<GattContext>& context,
                                  const std::vector<ServiceRecord>& records,
+                                 std::uint32_t declaredIn,
                                  const std::optional<Guid>& wanted = std::nullopt) {
   GattDeviceServicesResult result;
   const auto make = [&](const auto& record) {
-    return context->Attributes().Service(context, record);
+    return context->Attributes().Service(context, record, declaredIn);
   };
   AppendObjects(records, wanted, make, result.services);
   return result;
@@ -36,15 +37,17 @@ void GattClient::Close() {
 
 AsyncOperationPtr<GattDeviceServicesResult> GattClient::GetGattServicesAsync(
     BluetoothCacheMode mode) {
-  if (mode == BluetoothCacheMode::Cached) return Completed({}, Publish(context_, services_->Get()));
+  if (mode == BluetoothCacheMode::Cached)
+    return Completed({}, Publish(context_, services_->Get(), 0));
   return OverLink<GattDeviceServicesResult>(
       context_->Link(),
       [context = context_, services = services_](const BearerPtr& bearer, const auto& operation) {
+        const std::uint32_t version = context->DatabaseVersion();
         DiscoverPrimaryServices(
             bearer, [=](const GattResult& status, const std::vector<ServiceRecord>& records) {
               if (!Succeeded(status)) return Complete(*operation, status);
               services->Store(records);
-              Complete(*operation, status, Publish(context, records));
+              Complete(*operation, status, Publish(context, records, version));
               context->WatchServiceChanged(bearer, records);
             });
       });
@@ -53,13 +56,14 @@ AsyncOperationPtr<GattDeviceServicesResult> GattClient::GetGattServicesAsync(
 AsyncOperationPtr<GattDeviceServicesResult> GattClient::GetGattServicesForUuidAsync(
     const Guid& uuid, BluetoothCacheMode mode) {
   if (mode == BluetoothCacheMode::Cached)
-    return Completed({}, Publish(context_, services_->Get(), uuid));
+    return Completed({}, Publish(context_, services_->Get(), 0, uuid));
   return OverLink<GattDeviceServicesResult>(
       context_->Link(), [context = context_, uuid](const BearerPtr& bearer, const auto& operation) {
+        const std::uint32_t version = context->DatabaseVersion();
         DiscoverPrimaryServicesByUuid(
             bearer, uuid, [=](const GattResult& status, const std::vector<ServiceRecord>& records) {
               if (!Succeeded(status)) return Complete(*operation, status);
-              Complete(*operation, status, Publish(context, records));
+              Complete(*operation, status, Publish(context, records, version));
             });
       });
 }
