@@ -38,10 +38,15 @@
  *   What an event delivers is valid while the callback runs.
  * - Identifiers. A service, characteristic or descriptor is named by 12 hexadecimal digits: the
  *   attribute handles of the three levels, "0000" where one does not apply. A server is named by
- * its 48-bit Bluetooth address as 12 hexadecimal digits, most significant byte first. Both are
- * handed out in upper case and accepted in either case.
+ *   its 48-bit Bluetooth address as 12 hexadecimal digits, most significant byte first. Both are
+ *   handed out in upper case and accepted in either case. In an address a pair of characters that
+ *   are not both hexadecimal digits, or are missing, counts as FF: no text is refused, a mistyped
+ *   one names a device that is not there (604).
  * - UUIDs are handed out as 36 upper-case characters ("0000180D-0000-1000-8000-00805F9B34FB") and
- *   accepted as 4, 8 or 32 hexadecimal digits too. Lists of them are separated by commas.
+ *   accepted as 4, 8 or 32 hexadecimal digits too. Lists of them are separated by commas. Blanks
+ *   around a UUID do not count, nor does "0x" or "-" anywhere in it. Of what is left only the
+ *   length is checked (600); a pair that is not hexadecimal counts as FF. A mistyped UUID may
+ *   therefore be one that nothing has: the call then finds nothing and returns 0.
  * - Threads. One host thread at a time may use an instance; different instances are independent.
  *   Events that a method raises arrive on the calling thread, inside the call. Advertisements,
  *   notifications, changes of the link and of the server arrive on threads of the platform, at any
@@ -56,8 +61,10 @@
  *     simulated:FILE.json   the devices that a scenario file describes
  *     linux, linux:hciN     BlueZ's default adapter, or the one named
  *     windows               the Windows radio
- *   Creating an instance always succeeds; a radio that cannot be had says why when it is first
- *   used, with code CORVANEBLE_ERROR_PLATFORM_FAILURE.
+ *   Creating an instance always succeeds. One of these that was asked for and cannot be had fails
+ *   when it is first used, with code CORVANEBLE_ERROR_PLATFORM_FAILURE (614) and the reason. Where
+ *   `auto` finds no adapter, StartScanning fails with 613 and Connect with 604, and a Log event of
+ *   type "Radio" says what is missing, if anything is known.
  */
 #pragma once
 
