@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 
 #include "support/Host.h"
+#include "support/StormRadio.h"
 
 namespace corvaneble::tests {
 namespace {
@@ -125,6 +127,16 @@ TEST(Destroy, EndsWhatAnotherThreadWaitsFor) {
   EXPECT_NE(host.Read("002000210000", "", value), 0);
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
   destroyer.join();
+}
+
+TEST(Destroy, ReleasesTheInstanceEvenIfThePlatformThrows) {
+  std::shared_ptr<StormRadio> radio;
+  Host host(StormRadio::Open(radio));
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
+  EXPECT_GT(radio.use_count(), 1);
+  radio->isBroken = true;
+  host.Destroy();
+  EXPECT_EQ(radio.use_count(), 1);
 }
 
 }  // namespace

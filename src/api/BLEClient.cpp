@@ -51,10 +51,13 @@ std::shared_ptr<BLEClient> BLEClient::FromHandle(void* handle) {
 }
 
 void BLEClient::Destroy() {
+  const struct Release {
+    std::shared_ptr<BLEClient>& owner;
+    ~Release() { owner.reset(); }
+  } release{self_};  // at the end, also when the platform throws
   gate_.Close();
   engine_.Detach();
   engine_.Disconnect();
-  self_.reset();
 }
 
 [[gnu::hot]] std::int32_t BLEClient::Fire(EventId event, std::span<const EventValue> values) {

@@ -1,6 +1,5 @@
 #include <cstdint>
 #include <exception>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -173,7 +172,7 @@ const void* CORVANEBLE_CALL CorvaneBLE_EvtStr(CorvaneBLE_EventString* record, in
     if (form == CORVANEBLE_STRING_WIDE) {
       return EvtStr(*record, mode, static_cast<const char16_t*>(text));
     }
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {
   }
   return nullptr;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/BluetoothAdvertisement.h"
+#include "platform/PlatformFailure.h"
 #include "platform/Radio.h"
 #include "platform/SystemServices.h"
 
@@ -33,6 +34,7 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
   }
   void ChangeName() const { nameChanged_.Raise(); }
   void ChangeServices() const { servicesChanged_.Raise({u"0x0001-0xFFFF"}); }
+  std::atomic<bool> isBroken = false;  ///< devices throw when they are asked who they are
   void ChangeStatus(bool connected) {
     connected_ = connected;
     statusChanged_.Raise();
@@ -174,7 +176,10 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
   class Device final : public platform::BluetoothLEDevice {
    public:
     explicit Device(Ptr radio) : radio_(std::move(radio)) {}
-    std::uint64_t BluetoothAddress() const override { return 0x00A050C4E2F1; }
+    std::uint64_t BluetoothAddress() const override {
+      if (radio_->isBroken) throw platform::PlatformFailure(-1, "Broken.");
+      return 0x00A050C4E2F1;
+    }
     platform::BluetoothConnectionStatus ConnectionStatus() const override {
       return radio_->connected_ ? platform::BluetoothConnectionStatus::Connected
                                 : platform::BluetoothConnectionStatus::Disconnected;
