@@ -20,6 +20,8 @@ TEST(Config, SettingsAreReadAndWrittenAsText) {
       {"LogLevel=yes", "LogLevel", "1"},
       {"LogLevel=99999999999", "LogLevel", "2147483647"},
       {"LogLevel=-3x", "LogLevel", "-3"},
+      {"LogLevel=+5", "LogLevel", "5"},
+      {"LogLevel=+-5", "LogLevel", "0"},
       {"LogLevel=", "LogLevel", "0"},
       {"  AutoDiscoverCharacteristics = \"True\"  ", "AutoDiscoverCharacteristics", "True"},
       {"AutoDiscoverDescriptors=yes", "AutoDiscoverDescriptors", "True"},

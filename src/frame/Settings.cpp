@@ -75,6 +75,7 @@ bool ParseBoolean(std::string_view text) {
 
 std::int32_t ParseDecimal(std::string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+  if (text.starts_with("+-")) return 0;  // two signs are no number
   if (text.starts_with('+')) text.remove_prefix(1);
   std::int32_t value = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
