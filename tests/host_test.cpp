@@ -70,6 +70,11 @@ TEST(Properties, OnlyTheWritableOnesAreWritten) {
               info.collection == Collection::None ? 0 : 280)
         << info.name;
     EXPECT_EQ(CorvaneBLE_BLEClient_CheckIndex(host->Handle(), property, 0), 0) << info.name;
+    if (info.type != PropertyType::Text) continue;
+    const char16_t lone[] = {0xD800, 0};  // no text: that is said before anything else
+    EXPECT_EQ(host->Set(CORVANEBLE_WIDE + property, reinterpret_cast<std::intptr_t>(lone), 99),
+              1113)
+        << info.name;
   }
 }
 

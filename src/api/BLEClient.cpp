@@ -22,9 +22,10 @@ std::intptr_t Pointer(const void* pointer) {
   return reinterpret_cast<std::intptr_t>(pointer);
 }
 
-/// A text that cannot be converted is delivered as null.
+/// A text that cannot be converted is delivered as null; the empty one needs no code page.
 std::intptr_t WideText(const TextCodec& codec, const char* text, std::u16string& storage) {
-  return codec.ToWide(text, storage) == error::kSuccess ? Pointer(storage.c_str()) : 0;
+  const bool isWide = *text == '\0' || codec.ToWide(text, storage) == error::kSuccess;
+  return isWide ? Pointer(storage.c_str()) : 0;
 }
 
 }  // namespace

@@ -148,9 +148,8 @@ PropertyTable::TextValue PropertyTable::ReadText(Session& session, Property prop
   const auto id = [&](auto entry) { return field(entry, entry->id.c_str()); };
   const auto uuid = [&](auto entry) { return field(entry, entry->uuidText.c_str()); };
   const auto service = [&] {
-    static const auto empty = std::make_shared<ServiceEntry>();
     const ServicePtr entry = session.tree.ServiceAt(static_cast<std::size_t>(index));
-    return entry ? entry : empty;
+    return entry ? entry : std::make_shared<ServiceEntry>();
   };
   const auto characteristic = [&] { return session.selection.CharacteristicAt(index); };
   const auto descriptor = [&] { return session.selection.DescriptorAt(index); };
@@ -209,28 +208,26 @@ ErrorCode PropertyTable::ReadBytes(Session& session, Property property, std::int
 ErrorCode PropertyTable::Set(std::int32_t propertyId, std::int32_t index, std::intptr_t value) {
   const auto [number, form] = DecodePropertyNumber(propertyId);
   const PropertyInfo* info = FindProperty(number);
-  if (info == nullptr || info->access != PropertyAccess::ReadWrite) return error::kUnknown;
+  if (info == nullptr) return error::kUnknown;
+  // A text is converted before anything else is looked at: what it fails with says so first.
+  std::string converted;
+  const char* text = reinterpret_cast<const char*>(value);
+  if (info->type == PropertyType::Text && form == TextForm::Wide && value != 0) {
+    const ErrorCode code = RunToCode(parts_.errors, parts_.wait, [&] {
+      return parts_.codec.ToNarrow(reinterpret_cast<const char16_t*>(value), converted);
+    });
+    if (code != error::kSuccess) return parts_.errors.Finish(code);
+    text = converted.c_str();
+  }
+  if (info->access != PropertyAccess::ReadWrite) return error::kUnknown;
   const SessionPtr session = parts_.connection.Current();
   const ErrorCode badIndex = IndexCheck(*session, info->collection, index);
   if (badIndex != error::kSuccess) return badIndex;
-  return parts_.errors.Finish(RunToCode(parts_.errors, parts_.wait, [&, form = form] {
-    return Write(*session, *info, index, value, form);
+  return parts_.errors.Finish(RunToCode(parts_.errors, parts_.wait, [&] {
+    return info->type == PropertyType::Text
+               ? WriteText(*session, info->id, index, text != nullptr ? text : "")
+               : WriteInteger(*session, info->id, index, static_cast<std::int32_t>(value));
   }));
-}
-
-ErrorCode PropertyTable::Write(Session& session, const PropertyInfo& info, std::int32_t index,
-                               std::intptr_t value, TextForm form) {
-  if (info.type != PropertyType::Text) {
-    return WriteInteger(session, info.id, index, static_cast<std::int32_t>(value));
-  }
-  std::string text;
-  if (value != 0 && form == TextForm::Wide) {
-    const ErrorCode code = parts_.codec.ToNarrow(reinterpret_cast<const char16_t*>(value), text);
-    if (code != error::kSuccess) return code;
-  } else if (value != 0) {
-    text = reinterpret_cast<const char*>(value);
-  }
-  return WriteText(session, info.id, index, text);
 }
 
 ErrorCode PropertyTable::WriteInteger(Session& session, Property property, std::int32_t index,

@@ -42,7 +42,8 @@ class PropertyTable {
   /// cannot be had, an empty text for a text. `length`, if not null, receives the size of bytes.
   std::intptr_t Get(std::int32_t propertyId, std::int32_t index, std::int32_t* length);
 
-  /// Writes a property; -1, with nothing changed, for a number without a writable one.
+  /// Writes a property; -1, with nothing changed, for a number without a writable one. A UTF-16
+  /// text that cannot be converted fails before that and before the index is checked.
   ErrorCode Set(std::int32_t propertyId, std::int32_t index, std::intptr_t value);
 
   /// 0, or 280 after storing the collection's message.
@@ -72,8 +73,6 @@ class PropertyTable {
   std::intptr_t GetBytes(Session& session, Property property, std::int32_t index, TextForm form,
                          std::int32_t* length);
 
-  ErrorCode Write(Session& session, const PropertyInfo& info, std::int32_t index,
-                  std::intptr_t value, TextForm form);
   ErrorCode WriteInteger(Session& session, Property property, std::int32_t index,
                          std::int32_t value);
   ErrorCode WriteText(Session& session, Property property, std::int32_t index,
