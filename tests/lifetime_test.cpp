@@ -3,7 +3,9 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "support/Host.h"
 #include "support/StormRadio.h"
@@ -137,6 +139,33 @@ TEST(Destroy, ReleasesTheInstanceEvenIfThePlatformThrows) {
   radio->isBroken = true;
   host.Destroy();
   EXPECT_EQ(radio.use_count(), 1);
+}
+
+/// Ends the process while eight instances scan, their names converted on the radios' threads.
+[[noreturn]] void EndInTheMiddleOfScans() {
+  static std::atomic<int> heard;
+  std::string devices;
+  for (int i = 0; i < 20; ++i)
+    devices +=
+        std::string(i == 0 ? "" : ", ") + R"({"address": "00A050C4E2)" + std::to_string(10 + i) +
+        R"(", "advertising": {"interval": 20, "data": {"name": "M\u00e4\u00dfger\u00e4t"}}})";
+  auto& hosts = *new std::vector<std::unique_ptr<Host>>;
+  for (int i = 0; i < 8; ++i) {
+    hosts.push_back(std::make_unique<Host>(
+        OpenScenario(R"({"time": "real", "peripherals": [)" + devices + "]}")));
+    hosts.back()->Config("CodePage=1252");
+    hosts.back()->onEvent = [](const HostEvent&) { return ++heard, 0; };
+    hosts.back()->Do(CORVANEBLE_METHOD_START_SCANNING);
+  }
+  while (heard < 100)
+    std::this_thread::yield();
+  std::exit(0);
+}
+
+TEST(ProcessEnd, WithInstancesThatScanIsNoCrash) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  for (int i = 0; i < 20; ++i)
+    EXPECT_EXIT(EndInTheMiddleOfScans(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "frame/Text.h"
+#include "platform/NeverDestroyed.h"
 
 namespace corvaneble {
 namespace {
@@ -14,8 +15,8 @@ using WideTexts = std::array<std::u16string, kMaxEventParameters>;
 
 /// The process-wide lock that serialises the creation of instances.
 std::mutex& CreationMutex() {
-  static std::mutex mutex;
-  return mutex;
+  static platform::NeverDestroyed<std::mutex> mutex;
+  return *mutex;
 }
 
 std::intptr_t Pointer(const void* pointer) {

@@ -93,8 +93,7 @@ void Selection::SetCharacteristicCount(std::int32_t count) {
 }
 
 CharacteristicPtr Selection::CharacteristicIn(std::int32_t index) const {
-  static const auto empty = std::make_shared<CharacteristicEntry>();
-  if (index >= characteristics_.shown) return empty;
+  if (index >= characteristics_.shown) return std::make_shared<CharacteristicEntry>();
   return tree_.CharacteristicAt(*characteristics_.owner, static_cast<std::size_t>(index));
 }
 
@@ -112,9 +111,8 @@ ExposedCharacteristic Selection::ExposedAt(std::int32_t index) {
 }
 
 DescriptorPtr Selection::DescriptorAt(std::int32_t index) const {
-  static const auto empty = std::make_shared<DescriptorEntry>();
   const std::lock_guard lock(mutex_);
-  if (index >= descriptors_.shown) return empty;
+  if (index >= descriptors_.shown) return std::make_shared<DescriptorEntry>();
   return tree_.DescriptorAt(*descriptors_.owner, static_cast<std::size_t>(index));
 }
 

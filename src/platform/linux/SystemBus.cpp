@@ -12,7 +12,12 @@ namespace corvaneble::platform::linux_radio {
 namespace {
 
 constexpr const char* kBluez = "org.bluez";
-const BusError kDisconnected{"org.freedesktop.DBus.Error.Disconnected", "The bus went away."};
+
+/// Tells whoever waits for a reply that none will come.
+void ReplyDisconnected(const SystemBus::Reply& reply) {
+  const BusError error{"org.freedesktop.DBus.Error.Disconnected", "The bus went away."};
+  reply(nullptr, &error);
+}
 
 std::uint32_t ToEpoll(int pollEvents) {
   std::uint32_t events = 0;
@@ -85,7 +90,7 @@ void SystemBus::Call(const std::string& path, const char* interface, const char*
     Rearm();
     return;
   }
-  loop_.Post(Owned([reply = std::move(pending->reply)] { reply(nullptr, &kDisconnected); }));
+  loop_.Post(Owned([reply = std::move(pending->reply)] { ReplyDisconnected(reply); }));
 }
 
 int SystemBus::OnMessage(sd_bus_message* message, void* pending, sd_bus_error* /*error*/) {
@@ -147,7 +152,7 @@ void SystemBus::Close() {
   // Whoever waits for a reply learns that none will come.
   for (auto& call : std::exchange(calls_, {})) {
     call->slot.reset();
-    loop_.Post(Owned([reply = std::move(call->reply)] { reply(nullptr, &kDisconnected); }));
+    loop_.Post(Owned([reply = std::move(call->reply)] { ReplyDisconnected(reply); }));
   }
   sd_bus_unref(std::exchange(bus_, nullptr));
 }

@@ -21,13 +21,6 @@ bool IconvPool::Loan::Succeeded() const {
   return IsOpen(descriptor_);
 }
 
-IconvPool::~IconvPool() {
-  for (const auto& [conversion, descriptors] : idle_) {
-    for (const iconv_t descriptor : descriptors)
-      iconv_close(descriptor);
-  }
-}
-
 IconvPool::Loan IconvPool::Borrow(const Conversion& conversion) {
   {
     const std::lock_guard lock(mutex_);

@@ -11,7 +11,8 @@
 namespace corvaneble::platform::posix {
 
 /// Conversion descriptors kept between uses: opening one costs far more than converting a short
-/// text. Any thread; a descriptor belongs to one thread while it is out of the pool.
+/// text. Any thread; a descriptor belongs to one thread while it is out of the pool. Lives as long
+/// as the process.
 class IconvPool {
  public:
   /// Two charset names: from, to. They are literals, which outlive the pool.
@@ -38,7 +39,6 @@ class IconvPool {
   IconvPool() = default;
   IconvPool(const IconvPool&) = delete;
   IconvPool& operator=(const IconvPool&) = delete;
-  ~IconvPool();
 
   /// A descriptor for a conversion; the loan has not succeeded when iconv lacks a charset.
   [[nodiscard]] Loan Borrow(const Conversion& conversion);

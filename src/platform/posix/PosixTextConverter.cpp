@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 
+#include "platform/NeverDestroyed.h"
 #include "platform/Utf.h"
 #include "platform/posix/CodePages.h"
 #include "platform/posix/StrictUtf8.h"
@@ -125,8 +126,8 @@ ConversionError PosixTextConverter::EncodeCodePage(std::uint32_t codePage, std::
 }  // namespace posix
 
 const TextConverter& SystemTextConverter() {
-  static const posix::PosixTextConverter converter;
-  return converter;
+  static const NeverDestroyed<posix::PosixTextConverter> converter;
+  return *converter;
 }
 
 }  // namespace corvaneble::platform

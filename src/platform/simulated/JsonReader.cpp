@@ -4,6 +4,8 @@
 #include <charconv>
 #include <nlohmann/json.hpp>
 
+#include "platform/NeverDestroyed.h"
+
 namespace corvaneble::platform::simulated {
 namespace {
 
@@ -32,10 +34,10 @@ bool JsonNode::Has(std::string_view key) const {
 }
 
 JsonNode JsonNode::Member(std::string_view key) const {
-  static const Json absent;
+  static const NeverDestroyed<Json> absent;
   const bool present = Has(key);
   if (!present) Fail("the key " + Quoted(key) + " is missing");
-  return {present ? (*value_)[std::string(key)] : absent, MemberPlace(place_, key), *problem_};
+  return {present ? (*value_)[std::string(key)] : *absent, MemberPlace(place_, key), *problem_};
 }
 
 bool JsonNode::Boolean() const {

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "platform/NeverDestroyed.h"
 #include "platform/TextConverter.h"
 #include "platform/Utf.h"
 
@@ -55,8 +56,8 @@ class WindowsTextConverter final : public TextConverter {
 }  // namespace
 
 const TextConverter& SystemTextConverter() {
-  static const WindowsTextConverter converter;
-  return converter;
+  static const NeverDestroyed<WindowsTextConverter> converter;
+  return *converter;
 }
 
 }  // namespace corvaneble::platform
