@@ -3,10 +3,12 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "frame/tables/ReturnSlots.h"
 #include "support/Host.h"
 #include "support/StormRadio.h"
 
@@ -139,6 +141,33 @@ TEST(Destroy, ReleasesTheInstanceEvenIfThePlatformThrows) {
   radio->isBroken = true;
   host.Destroy();
   EXPECT_EQ(radio.use_count(), 1);
+}
+
+TEST(ReturnSlots, EndWithTheirThreadOrWithTheirInstance) {
+  const auto record = std::make_shared<int>();  // held once by every slot there is
+  std::optional<ReturnSlots> first{std::in_place};
+  ReturnSlots second;
+  const auto use = [&] { first->OfConfig().record = second.OfConfig().record = record; };
+  for (int i = 0; i < 3000; ++i)
+    std::thread(use).join();
+  EXPECT_EQ(record.use_count(), 1);
+
+  std::atomic<bool> isUsed = false;
+  std::atomic<bool> mayEnd = false;
+  std::thread thread([&] {
+    use();
+    isUsed = true;
+    while (!mayEnd)
+      std::this_thread::yield();
+  });
+  while (!isUsed)
+    std::this_thread::yield();
+  EXPECT_EQ(record.use_count(), 3);
+  first.reset();
+  EXPECT_EQ(record.use_count(), 2);
+  mayEnd = true;
+  thread.join();
+  EXPECT_EQ(record.use_count(), 1);
 }
 
 /// Ends the process while eight instances scan, their names converted on the radios' threads.

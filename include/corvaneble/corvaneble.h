@@ -34,7 +34,8 @@
  *   "CodePage" says otherwise; UTF-8 on Linux), or UTF-16 (16-bit units, as char16_t) when a
  *   property or method number is raised by CORVANEBLE_WIDE.
  * - Lifetime. A pointer that is handed out belongs to the instance. It is valid until the same
- *   thread asks for the same value again, or what it describes is gone (Disconnect, Destroy).
+ *   thread asks for the same value again or ends, or what it describes is gone (Disconnect,
+ *   Destroy).
  *   What an event delivers is valid while the callback runs.
  * - Identifiers. A service, characteristic or descriptor is named by 12 hexadecimal digits: the
  *   attribute handles of the three levels, "0000" where one does not apply. A server is named by

@@ -43,7 +43,6 @@ std::int32_t StaticDestroy() {
 /// Runs under the system's loader lock.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* /*reserved*/) {
   if (reason == DLL_PROCESS_ATTACH) {
-    DisableThreadLibraryCalls(module);
     corvaneble::StaticInit(module);
   } else if (reason == DLL_PROCESS_DETACH) {
     corvaneble::StaticDestroy();

@@ -16,6 +16,10 @@ namespace corvaneble::platform {
 /// A variable of the process's environment, as it is now; empty when it is not set.
 [[nodiscard]] std::string EnvironmentVariable(const char* name);
 
+/// Has a handler called on the calling thread when that ends; a thread has one handler, whatever it
+/// asks later. Not called when the process ends with the thread still running.
+void CallAtThreadEnd(void (*handler)());
+
 /// What the system's services need once a process, before the first instance and after the last.
 /// Both are called while the library is loaded and unloaded, where little is allowed.
 void PrepareProcess();

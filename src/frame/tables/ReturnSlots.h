@@ -3,12 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "frame/tables/PropertyInfo.h"
 #include "platform/Bytes.h"
@@ -24,9 +24,15 @@ struct ReturnSlot {
 };
 
 /// The slots of an instance. Every thread has its own, since the host may ask from inside a
-/// callback on a platform thread while its own thread uses what it was given.
+/// callback on a platform thread while its own thread uses what it was given. They go when the
+/// thread ends, or with the instance.
 class ReturnSlots {
  public:
+  ReturnSlots();
+  ~ReturnSlots();
+  ReturnSlots(const ReturnSlots&) = delete;
+  ReturnSlots& operator=(const ReturnSlots&) = delete;
+
   /// The slot of a property for the calling thread, which alone may use it.
   ReturnSlot& OfProperty(Property property) { return Mine(static_cast<std::size_t>(property) - 1); }
 
@@ -45,15 +51,25 @@ class ReturnSlots {
     kCount
   };
   using Slots = std::array<ReturnSlot, kCount>;
+  using ThreadList = std::list<std::pair<std::thread::id, Slots>>;
+  struct Everyone;
+
+  /// What the calling thread asked last, and so probably asks next: an object and its slots there.
+  static thread_local constinit std::pair<std::uint64_t, Slots*> recent;
 
   static std::uint64_t NextIdentity();
+  static Everyone& All();
+  static void OnThreadEnd();
+
   ReturnSlot& Mine(std::size_t slot);
   Slots& MySlots();
+  /// Moves the calling thread's slots, if it has any, to `out`.
+  void GiveUp(ThreadList& out);
 
   /// Tells this object from every other, also from one that had its address before.
   const std::uint64_t identity_ = NextIdentity();
   std::mutex mutex_;  // guards the list; the slots belong to their threads
-  std::vector<std::pair<std::thread::id, std::unique_ptr<Slots>>> threads_;
+  ThreadList threads_;
 };
 
 }  // namespace corvaneble
