@@ -193,7 +193,7 @@ TEST(ReturnSlots, EndWithTheirThreadOrWithTheirInstance) {
 
 TEST(ProcessEnd, WithInstancesThatScanIsNoCrash) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  for (int i = 0; i < 20; ++i)
+  for (int i = 0; i < 10; ++i)
     EXPECT_EXIT(EndInTheMiddleOfScans(), testing::ExitedWithCode(0), "");
 }
 

@@ -1,12 +1,13 @@
 #include "platform/posix/PosixTextConverter.h"
 
+#include <algorithm>
 #include <bit>
 #include <cerrno>
 #include <cstddef>
 
+#include "platform/CodePages.h"
 #include "platform/NeverDestroyed.h"
 #include "platform/Utf.h"
-#include "platform/posix/CodePages.h"
 #include "platform/posix/StrictUtf8.h"
 
 namespace corvaneble::platform {
@@ -15,7 +16,16 @@ namespace {
 
 constexpr std::string_view kUtf16 =
     std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
+constexpr std::uint32_t kJohab = 1361;
 constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
+
+/// iconv takes the backslash of Johab for the sign of the won, whose place on Korean keys it has.
+void SwapBackslash(std::u16string& text) {
+  constexpr char16_t kWon = u'\u20A9';
+  for (char16_t& unit : text) {
+    if (unit == u'\\' || unit == kWon) unit = static_cast<char16_t>(unit ^ u'\\' ^ kWon);
+  }
+}
 
 /// Converts as much of a text as iconv can at a stretch, into an output that grows as needed.
 template <class In, class Out>
@@ -46,6 +56,7 @@ class Run {
   }
 
   std::size_t Left() const { return left_; }  ///< bytes of input not yet converted
+  const char* Rest() const { return from_; }
 
   void Skip(std::size_t bytes) {
     from_ += bytes;
@@ -90,34 +101,46 @@ ConversionError PosixTextConverter::ToNarrow(std::uint32_t codePage, std::u16str
 
 ConversionError PosixTextConverter::DecodeCodePage(std::uint32_t codePage, std::string_view text,
                                                    std::u16string& out) const {
+  const MultiBytePage* const page = FindMultiBytePage(codePage);
+  if (page == nullptr) return SingleByteToWide(codePage, text, out);
   out.clear();
-  const char* const charset = CharsetOf(codePage);
-  if (charset == nullptr) return ConversionError::InvalidParameter;
-  const IconvPool::Loan loan = pool_.Borrow({charset, kUtf16});
+  const IconvPool::Loan loan = pool_.Borrow({page->charset, kUtf16});
   if (!loan.Succeeded()) return ConversionError::InvalidParameter;
   Run run(loan.Get(), text, out);
-  if (run.Convert() != 0) {
-    out.clear();
-    return ConversionError::NoUnicodeTranslation;
+  while (run.Convert() != 0) {
+    const std::uint8_t lone = run.Left() > 0 ? static_cast<std::uint8_t>(*run.Rest()) : 0;
+    if (lone < 0x80 || lone > page->lastControl) {
+      out.clear();
+      return ConversionError::NoUnicodeTranslation;
+    }
+    run.Skip(1);
+    run.Put(lone);
   }
   run.Finish();
+  if (codePage == kJohab) SwapBackslash(out);
   return ConversionError::None;
 }
 
 ConversionError PosixTextConverter::EncodeCodePage(std::uint32_t codePage, std::u16string_view text,
                                                    std::string& out) const {
+  const MultiBytePage* const page = FindMultiBytePage(codePage);
+  if (page == nullptr) return WideToSingleByte(codePage, text, out);
   out.clear();
-  const char* const charset = CharsetOf(codePage);
-  if (charset == nullptr) return ConversionError::InvalidParameter;
   if (!IsWellFormedUtf16(text)) return ConversionError::NoUnicodeTranslation;
-  const IconvPool::Loan loan = pool_.Borrow({kUtf16, charset});
+  const IconvPool::Loan loan = pool_.Borrow({kUtf16, page->charset});
   if (!loan.Succeeded()) return ConversionError::InvalidParameter;
+  std::u16string swapped;
+  if (codePage == kJohab) {
+    swapped = text;
+    SwapBackslash(swapped);
+    text = swapped;
+  }
   Run run(loan.Get(), text, out);
   while (run.Convert() != 0 && run.Left() > 0) {
     // The text is well-formed: what stops the conversion is a character the code page lacks.
-    const std::size_t rest = text.size() - run.Left() / sizeof(char16_t);
-    run.Skip(IsHighSurrogate(text[rest]) ? 2 * sizeof(char16_t) : sizeof(char16_t));
-    run.Put('?');
+    const char16_t lacking = text[text.size() - run.Left() / sizeof(char16_t)];
+    run.Skip(IsHighSurrogate(lacking) ? 2 * sizeof(char16_t) : sizeof(char16_t));
+    run.Put(lacking >= 0x80 && lacking <= page->lastControl ? static_cast<char>(lacking) : '?');
   }
   run.Finish();
   return ConversionError::None;
