@@ -196,6 +196,22 @@ TEST_F(L2capChannelTest, AWaitOnTheRadiosThreadEndsForWhatAnotherThreadSets) {
   WaitFor(ended);
 }
 
+TEST_F(L2capChannelTest, APduWithoutAByteIsNoEnd) {
+  const auto sayNothing = [this] { EXPECT_EQ(::send(peer.Get(), "", 0, 0), 0); };
+  sayNothing();
+  Say(Opcode::HandleValueNotification, 0);
+  ExpectValues(1);
+  HoldRadiosThread();
+  WakeSignal answered;
+  recorder->SetAnswered(&answered);
+  sayNothing();
+  Say(Opcode::ReadResponse, 0);
+  WaitFor(answered);
+  EXPECT_EQ(recorder->responses.at(0).thread, std::this_thread::get_id());
+  EXPECT_FALSE(recorder->closed.IsSet());
+  release.set_value();
+}
+
 TEST_F(L2capChannelTest, WhatCameBeforeTheEndIsHandledBeforeIt) {
   HoldRadiosThread();
   for (std::uint32_t i = 0; i < 3; ++i)

@@ -33,8 +33,14 @@ bool IsTemporary(int error) {
 }
 
 bool HasEnded(int socket) {
-  pollfd state{socket, 0, 0};
-  return poll(&state, 1, 0) > 0 && (state.revents & (POLLHUP | POLLERR)) != 0;
+  pollfd state{socket, POLLRDHUP, 0};
+  return poll(&state, 1, 0) > 0 && (state.revents & (POLLRDHUP | POLLHUP | POLLERR)) != 0;
+}
+
+/// Whether what `recv` gave is a PDU without a byte, which says nothing; the end of the link reads
+/// the same, but the kernel shows it besides.
+bool IsEmptyPdu(int socket, ssize_t size) {
+  return size == 0 && !HasEnded(socket);
 }
 
 /// A link that is being secured is not connected for whoever sends, nor is one that has ended.
@@ -134,6 +140,7 @@ void L2capChannel::ReceiveAll() {
   PduBuffer pdu;  // one each: a call may be nested in a call
   const ssize_t size = Next(pdu);
   if (size < 0 && IsTemporary(errno)) return false;
+  if (IsEmptyPdu(socket_.Get(), size)) return true;
   if (size > 0)
     Deliver(ByteView(pdu).first(static_cast<std::size_t>(size)));
   else
@@ -160,7 +167,9 @@ void L2capChannel::ReceiveAll() {
     const std::lock_guard lock(inputMutex_);
     if (kept_.size() >= kMostKept) return Taken::Enough;
     const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
-    if (size <= 0) return size < 0 && IsTemporary(errno) ? Taken::Nothing : Taken::End;
+    if (size < 0 && IsTemporary(errno)) return Taken::Nothing;
+    if (IsEmptyPdu(socket_.Get(), size)) return Taken::One;
+    if (size <= 0) return Taken::End;
     pdu = ByteView(buffer).first(static_cast<std::size_t>(size));
     const att::Opcode opcode = att::OpcodeOf(pdu);
     isForWaiter = att::IsResponse(opcode) && opcode != att::Opcode::ExchangeMtuResponse;
