@@ -36,7 +36,7 @@ async def main():
     while len(times) < TIMES and len(times) + given_up < TRIES:
         try:
             times.append(await once())
-        except (BleakError, TimeoutError, asyncio.TimeoutError) as error:
+        except (BleakError, EOFError, TimeoutError, asyncio.TimeoutError) as error:
             print(f"bleak gave up: {error!r}", file=sys.stderr)
             given_up += 1
         await asyncio.sleep(0.5)
