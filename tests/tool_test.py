@@ -13,11 +13,14 @@ import subprocess
 import sys
 import tempfile
 import termios
+import threading
+import time
 import unittest
 from xml.etree import ElementTree
 
 TOOL = os.path.abspath(sys.argv.pop(1) if len(sys.argv) > 1 else os.environ["CORVANEBLE_TOOL"])
 ADDRESS = "C0FFEE000001"
+LIMIT = 300  # seconds for what takes one at most on an idle machine
 
 # Value, presentation formats (format, exponent, unit), and how the tool shows it.
 DECODED = [
@@ -125,7 +128,7 @@ class ToolBase(unittest.TestCase):
 
     def run_tool(self, *arguments, code=0, radio=None, given=b""):
         done = subprocess.run(self.command(*arguments, radio=radio), input=given,
-                              capture_output=True, timeout=60)
+                              capture_output=True, timeout=LIMIT)
         self.assertEqual(done.returncode, code, done)
         return done
 
@@ -209,7 +212,7 @@ class ToolTest(ToolBase):
             with self.subTest(arguments):
                 self.assertIn(text, self.run_tool(*arguments, code=2).stderr)
         done = subprocess.run([TOOL, "scan"], env={**os.environ, "CORVANEBLE_RADIO": "none"},
-                              capture_output=True, timeout=60, check=False)
+                              capture_output=True, timeout=LIMIT, check=False)
         self.assertEqual((done.returncode, done.stdout), (2, b""))
         self.assertIn(b"CORVANEBLE_RADIO: a radio is auto", done.stderr)
 
@@ -222,7 +225,7 @@ class ToolTest(ToolBase):
         if b"This build has no" in self.run_tool("radios", radio="linux").stdout:
             self.skipTest("only the Linux radio gives reasons")
         nowhere = "unix:path=" + os.path.join(self.directory, "no-bus")
-        done = subprocess.run([TOOL, "--radio", "auto", "scan"], capture_output=True, timeout=60,
+        done = subprocess.run([TOOL, "--radio", "auto", "scan"], capture_output=True, timeout=LIMIT,
                               env={**os.environ, "DBUS_SYSTEM_BUS_ADDRESS": nowhere}, check=False)
         self.assertEqual(done.returncode, 1)
         reason, failure = done.stderr.splitlines()
@@ -237,7 +240,7 @@ class ToolTest(ToolBase):
                 with self.subTest(arguments, target=target):
                     done = subprocess.run(["sh", "-c", f'exec "$0" "$@" {target}',
                                            *self.command(*arguments)],
-                                          stderr=subprocess.PIPE, timeout=60, check=False)
+                                          stderr=subprocess.PIPE, timeout=LIMIT, check=False)
                     self.assertEqual(done.returncode, 1, done)
                     self.assertIn(b"cannot write the output: ", done.stderr)
 
@@ -268,7 +271,7 @@ class ToolTest(ToolBase):
                 if not tool.stdout.closed:
                     tool.stdout.read()
                 self.assertEqual(tool.stderr.read(), b"")
-                self.assertEqual(tool.wait(60), code)
+                self.assertEqual(tool.wait(LIMIT), code)
 
 
 class BenchTest(ToolBase):
@@ -317,7 +320,7 @@ class BenchTest(ToolBase):
         for source in "<&-", "</":
             done = subprocess.run(["sh", "-c", f'exec "$0" "$@" {source}',
                                    *self.command("write", *CONTROL, "--file", "-", "--read-back")],
-                                  capture_output=True, timeout=60, check=False)
+                                  capture_output=True, timeout=LIMIT, check=False)
             self.assertEqual((done.returncode, done.stdout), (2, b""))
             self.assertIn(b"cannot read standard input: ", done.stderr)
         for arguments, text in [
@@ -339,7 +342,7 @@ class BenchTest(ToolBase):
                 with open(f"/proc/{tool.pid}/stat", encoding="ascii") as file:
                     state = file.read().rsplit(") ", 1)[1][0]
             tool.send_signal(signal.SIGINT)
-            self.assertEqual(tool.wait(60), 130)
+            self.assertEqual(tool.wait(LIMIT), 130)
 
     def test_describe_and_report(self):
         thermometer = (BENCH, "181A", "2A6E")
@@ -442,10 +445,36 @@ class BenchTest(ToolBase):
                               stdout=subprocess.PIPE, stderr=subprocess.PIPE) as tool:
             self.assertIn(b"bpm", tool.stdout.readline())
             tool.send_signal(signal.SIGINT)
-            _, messages = tool.communicate(timeout=60)
+            _, messages = tool.communicate(timeout=LIMIT)
             self.assertEqual(tool.returncode, 130)
         self.assertLess(messages.index(b"Successfully unsubscribed"),
                         messages.index(b"Disconnected from server"))
+
+
+    def test_a_flood_ends_in_time_and_what_was_dropped_is_told(self):
+        flood = {"uuid": "2A58", "properties": ["notify"],
+                 "stream": {"interval": 1, "values": ["00" * 20]}}
+        radio = self.simulate("flood.json", {"time": "real", "peripherals": [
+            {"address": BENCH, "services": [{"uuid": "1815", "characteristics": [flood] * 5}]}]})
+        with open(TOOL, "rb") as file:
+            is_sanitized = b"san_init" in file.read()
+        for limit, code in (["--for", "4"], 0), ([], 130):
+            with self.subTest(limit), subprocess.Popen(
+                    self.command("watch", BENCH, "--all", "--json", *limit, radio=radio),
+                    stdout=subprocess.PIPE, stderr=subprocess.PIPE) as tool:
+                self.addCleanup(tool.kill)
+                self.assertTrue(tool.stdout.readline())
+                begin = time.monotonic()
+                if code == 130:
+                    threading.Timer(4, tool.send_signal, [signal.SIGINT]).start()
+                while tool.stdout.read1(2048):
+                    time.sleep(0.01)  # a slow terminal
+                    self.assertLess(time.monotonic() - begin, 60)
+                self.assertRegex(tool.stderr.read(), rb"^corvaneble: \d+ values came faster")
+                _, status, usage = os.wait4(tool.pid, 0)
+                tool.returncode = os.waitstatus_to_exitcode(status)
+                self.assertEqual(tool.returncode, code)
+                self.assertTrue(is_sanitized or usage.ru_maxrss < 65536, usage.ru_maxrss)  # KiB
 
 
 class TerminalTest(ToolBase):
@@ -489,7 +518,7 @@ class TerminalTest(ToolBase):
         self.assertLess(max(map(len, plain.splitlines())), 90)  # a full line would scroll
 
     def test_demo_ends_with_what_it_did(self):
-        last = self.run_tool("demo", "--for", "0.2").stdout.decode().splitlines()[-1]
+        last = self.run_tool("demo", "--for", "2").stdout.decode().splitlines()[-1]
         self.assertRegex(last, r"^Heard \d+ devices; .* gave \d+ values\. Disconnected; all done\.$")
 
 

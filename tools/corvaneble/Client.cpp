@@ -10,8 +10,12 @@
 namespace corvaneble::tool {
 namespace {
 
-/// A slow reader of our output must not make the queue grow without end.
-constexpr std::size_t kMaxQueued = 65536;
+/// A slow reader of our output must not make the queues grow without end. Of each kind, so that a
+/// flood of one takes no room from the others.
+constexpr std::size_t kMostOfAKind = 16384;
+
+/// How long events are handed over before their owner looks at everything else.
+constexpr std::chrono::milliseconds kSlice{20};
 
 constexpr int kMaxParameters = 4;
 
@@ -20,6 +24,12 @@ std::intptr_t AsParameter(const std::string& text) {
 }
 std::intptr_t AsParameter(const Bytes& bytes) {
   return reinterpret_cast<std::intptr_t>(bytes.data());
+}
+
+/// What may come faster than it can be shown, and means as much a moment later.
+bool ComesInFloods(const Event& event) {
+  return std::holds_alternative<Advertisement>(event) ||
+         std::holds_alternative<ValueReceived>(event) || std::holds_alternative<LogLine>(event);
 }
 
 }  // namespace
@@ -117,19 +127,35 @@ void Client::SetText(int property, const std::string& value, int index) {
 
 void Client::Step() {
   using namespace std::chrono;
+  if (!HandOver(kSlice)) return;  // what is late comes first
   const auto begin = steady_clock::now();
   Do(CORVANEBLE_METHOD_DO_EVENTS, {});
   // A step that found nothing to do and did not wait must not turn our loop into a busy one.
   if (steady_clock::now() - begin < milliseconds(1)) {
     std::unique_lock lock(mutex_);
-    arrived_.wait_for(lock, milliseconds(1), [this] { return !queue_.empty(); });
+    arrived_.wait_for(lock, milliseconds(1), [this] { return !first_.empty() || !then_.empty(); });
   }
-  Dispatch();
+  HandOver(kSlice);
 }
 
-std::size_t Client::DroppedAdvertisements() const {
+void Client::DropRest() {
+  if (HandOver(kSlice)) return;
+  std::deque<Event> rest;  // dies after the lock
   const std::lock_guard lock(mutex_);
-  return dropped_;
+  rest.swap(then_);
+  for (Event& event : rest) {
+    if (std::holds_alternative<LogLine>(event)) {
+      then_.push_back(std::move(event));
+    } else {
+      --waiting_[event.index()];
+      ++dropped_[event.index()];
+    }
+  }
+}
+
+std::size_t Client::Dropped(std::size_t kind) const {
+  const std::lock_guard lock(mutex_);
+  return dropped_[kind];
 }
 
 std::int32_t CORVANEBLE_CALL Client::OnEvent(void* self, std::int32_t eventId,
@@ -141,7 +167,7 @@ std::int32_t CORVANEBLE_CALL Client::OnEvent(void* self, std::int32_t eventId,
     if (!event) return 0;
     client.Enqueue(std::move(*event));
     // Inside one of our own calls the owner need not wait for it to end: progress shows at once.
-    if (std::this_thread::get_id() == client.owner_) client.Dispatch();
+    if (std::this_thread::get_id() == client.owner_) client.HandOver({});
     return 0;
   } catch (...) {
     return CORVANEBLE_ERROR_OUT_OF_MEMORY;
@@ -150,7 +176,7 @@ std::int32_t CORVANEBLE_CALL Client::OnEvent(void* self, std::int32_t eventId,
 
 void Client::Do(int method, std::intptr_t* params, std::int32_t* lengths, int count) {
   const int code = CorvaneBLE_BLEClient_Do(handle_.get(), method, count, params, lengths, nullptr);
-  Dispatch();
+  HandOver(kSlice);
   Check(code);
 }
 
@@ -172,33 +198,45 @@ void Client::Check(int code) {
 void Client::Enqueue(Event event) {
   {
     const std::lock_guard lock(mutex_);
-    if (queue_.size() >= kMaxQueued && std::holds_alternative<Advertisement>(event)) {
-      ++dropped_;
+    if (waiting_[event.index()] >= kMostOfAKind) {
+      ++dropped_[event.index()];
       return;
     }
-    queue_.push_back(std::move(event));
+    ++waiting_[event.index()];
+    (ComesInFloods(event) ? then_ : first_).push_back(std::move(event));
   }
   arrived_.notify_one();
 }
 
-void Client::Dispatch() {
-  if (dispatching_) return;  // an event raised by a call of the handler: its turn comes
-  dispatching_ = true;
+bool Client::HandOver(std::chrono::milliseconds slice) {
+  if (handingOver_) return false;  // an event raised by a call of the handler: its turn comes
+  handingOver_ = true;
   struct Done {
     bool& flag;
     ~Done() { flag = false; }
-  } done{dispatching_};
-  for (;;) {
-    std::deque<Event> batch;
-    {
-      const std::lock_guard lock(mutex_);
-      batch.swap(queue_);
-    }
-    if (batch.empty()) return;
-    if (!handler_) continue;
-    for (const Event& event : batch)
-      handler_(event);
+  } done{handingOver_};
+  const auto end = std::chrono::steady_clock::now() + slice;
+  std::size_t least = 1;
+  {
+    const std::lock_guard lock(mutex_);
+    least += first_.size();
   }
+  for (std::size_t i = 0; i < least || std::chrono::steady_clock::now() < end; ++i) {
+    const auto event = TakeNext();
+    if (!event) return true;
+    if (handler_) handler_(*event);
+  }
+  return false;
+}
+
+std::optional<Event> Client::TakeNext() {
+  const std::lock_guard lock(mutex_);
+  std::deque<Event>& queue = first_.empty() ? then_ : first_;
+  if (queue.empty()) return std::nullopt;
+  std::optional<Event> event(std::move(queue.front()));
+  queue.pop_front();
+  --waiting_[event->index()];
+  return event;
 }
 
 }  // namespace corvaneble::tool

@@ -2,6 +2,8 @@
 
 #include <corvaneble/corvaneble.h>
 
+#include <array>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -9,9 +11,11 @@
 #include <initializer_list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <variant>
 
 #include "Events.h"
 
@@ -62,12 +66,20 @@ class Client {
   void SetNumber(int property, int value, int index = 0);
   void SetText(int property, const std::string& value, int index = 0);
 
-  /// Hands over what has arrived, having waited about 20 ms for it at most. Time of a simulated
-  /// radio passes in here.
+  /// Hands over what has arrived, having waited about 20 ms for it at most. What comes faster than
+  /// it is handled is left for the next step after as long again. Time of a simulated radio passes
+  /// in here, unless something was left.
   void Step();
 
-  /// Advertisements thrown away because they came faster than they were handled.
-  std::size_t DroppedAdvertisements() const;
+  /// Hands over what has arrived for as long as a step does; advertisements and values that are
+  /// left then are dropped.
+  void DropRest();
+
+  /// How many events of a kind were dropped because they came faster than they were handled.
+  template <class Kind>
+  std::size_t Dropped() const {
+    return Dropped(Event(Kind()).index());
+  }
 
  private:
   static std::int32_t CORVANEBLE_CALL OnEvent(void* self, std::int32_t eventId,
@@ -78,16 +90,23 @@ class Client {
   void Do(int method, std::initializer_list<const std::string*> texts);
   void Check(int code);
   void Enqueue(Event event);
-  void Dispatch();
+  /// Calls the handler for what there is of the first queue and one more event, and for more until
+  /// the time is over; says whether nothing is left.
+  bool HandOver(std::chrono::milliseconds slice);
+  std::optional<Event> TakeNext();
+  std::size_t Dropped(std::size_t kind) const;
 
   const std::thread::id owner_ = std::this_thread::get_id();
   Handler handler_;
-  bool dispatching_ = false;
+  bool handingOver_ = false;
 
-  mutable std::mutex mutex_;  // guards the queue and the count of what did not fit in it
+  mutable std::mutex mutex_;  // guards the queues and the counts
   std::condition_variable arrived_;
-  std::deque<Event> queue_;
-  std::size_t dropped_ = 0;
+  std::deque<Event> first_;  ///< what decides how things go on
+  std::deque<Event> then_;   ///< what is only shown, and may come in floods
+  using CountOfEachKind = std::array<std::size_t, std::variant_size_v<Event>>;
+  CountOfEachKind waiting_{};  ///< in the queues
+  CountOfEachKind dropped_{};
 
   struct Destroyer {
     void operator()(CorvaneBLE_Handle handle) const { CorvaneBLE_BLEClient_Destroy(handle); }

@@ -52,6 +52,19 @@ Client::Handler Session::Reporting(Client::Handler handler) const {
   };
 }
 
+void TellDropped(const Client& client) {
+  const struct {
+    std::size_t count;
+    const char* what;
+  } kinds[] = {{client.Dropped<Advertisement>(), "advertisements"},
+               {client.Dropped<ValueReceived>(), "values"},
+               {client.Dropped<LogLine>(), "log lines"}};
+  for (const auto& [count, what] : kinds)
+    if (count > 0)
+      Complain(std::to_string(count) + " " + what +
+               " came faster than they could be shown and were dropped");
+}
+
 void AddAddress(CLI::App& command, std::string& address) {
   command.add_option("address", address, "Address of the device, as scan prints it")
       ->required()

@@ -31,6 +31,9 @@ struct Session {
   Client::Handler Reporting(Client::Handler handler = {}) const;
 };
 
+/// Says what came faster than it could be shown, if anything did.
+void TellDropped(const Client& client);
+
 /// Each adds one command to the tool; choosing it sets `session.run`. `session` outlives `app`.
 void AddScanCommand(CLI::App& app, Session& session);
 void AddTreeCommand(CLI::App& app, Session& session);

@@ -81,9 +81,11 @@ class Scan {
       CheckOutput();
     }
     const bool endedByItself = stopped_.has_value();
+    if (heard_ < options_.count) client_.DropRest();
     client_.StopScanning();
     view_.Refresh(true);
     Summarize(elapsed());
+    TellDropped(client_);
     return endedByItself && stopped_->code != 0 ? kFailed : kDone;
   }
 
@@ -99,11 +101,9 @@ class Scan {
 
   void Summarize(double seconds) const {
     if (!IsTerminal(Stream::Diagnostics)) return;
-    std::string text = std::to_string(view_.Devices()) + " devices, " + std::to_string(heard_) +
-                       " advertisements in " + std::to_string(std::lround(seconds)) + " s";
-    if (const auto dropped = client_.DroppedAdvertisements())
-      text += ", " + std::to_string(dropped) + " more than could be shown";
-    Write(Stream::Diagnostics, text + "\n");
+    Write(Stream::Diagnostics, std::to_string(view_.Devices()) + " devices, " +
+                                   std::to_string(heard_) + " advertisements in " +
+                                   std::to_string(std::lround(seconds)) + " s\n");
   }
 
   const ScanOptions options_;

@@ -60,11 +60,15 @@ class Watch {
       Follow(link);
     } catch (...) {  // what was seen until then is worth its chart
       if (recorder_) Draw(name);
+      TellDropped(client_);
       throw;
     }
+    if (received_ < options_.count) client_.DropRest();
+    over_ = true;
     UnsubscribeAll();
     view_->Refresh(true);
     if (recorder_) Draw(name);
+    TellDropped(client_);
     return failed_ || offline_ ? kFailed : kDone;
   }
 
@@ -88,6 +92,7 @@ class Watch {
     if (recorder_) recorder_->LinkLost(Elapsed());
     try {
       link.Renew();
+      client_.DropRest();  // values of identifiers that mean something else from here on
       backAgain_ = changed_ = false;
       SetSources(FindWatched(client_, options_.wish));
       SubscribeToSome();
@@ -182,7 +187,7 @@ class Watch {
 
   void OnValue(const ValueReceived& received) {
     const auto source = sources_.find(received.path.characteristic);
-    if (source == sources_.end() || received_ >= options_.count) return;
+    if (source == sources_.end() || over_ || received_ >= options_.count) return;
     ++received_;
     const WatchedCharacteristic& from = watched_[source->second];
     const Interpretation meaning = Interpret(from.uuid, received.value, from.formats);
@@ -231,7 +236,8 @@ class Watch {
   bool backAgain_ = false;  // subscriptions are to be made again
   bool changed_ = false;    // the device's services are others
   bool failed_ = false;
-  Client client_;  // last: its events use all of the above
+  bool over_ = false;  // values come only because unsubscribing takes its time
+  Client client_;      // last: its events use all of the above
 };
 
 void CheckWish(const WatchWish& wish) {
