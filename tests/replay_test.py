@@ -67,7 +67,7 @@ def reports_of(capture):
 def events_of(tool, capture):
     output = subprocess.run(
         [tool, "scan", "--radio", "simulated:" + capture, "--active", "--json", "--for", "1"],
-        capture_output=True, text=True, check=True, timeout=60).stdout
+        capture_output=True, text=True, check=True, timeout=300).stdout
     return [json.loads(line) for line in output.splitlines()]
 
 

@@ -36,25 +36,22 @@ void Shell(const std::string& command) {
   if (std::system(command.c_str()) != 0) throw std::runtime_error(command + " failed");
 }
 
-namespace {
-
-/// The kernel ends a link two seconds after its last user left, and BlueZ's server does not answer
-/// one that is opened at that very moment.
 void WaitUntilNoLink() {
   const auto isLink = [](const auto& entry) {
     return entry.path().filename().string().find(':') != std::string::npos;
   };
-  for (int i = 0; i < 100; ++i) {
+  const auto end = std::chrono::steady_clock::now() + kLongTime;
+  for (;;) {
     const std::filesystem::directory_iterator entries("/sys/class/bluetooth");
-    if (std::none_of(begin(entries), end(entries), isLink)) return;
+    if (std::none_of(std::filesystem::begin(entries), std::filesystem::end(entries), isLink))
+      return;
+    if (std::chrono::steady_clock::now() > end) throw std::runtime_error("a link does not end");
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
 }
 
-}  // namespace
-
 platform::OpenedRadio OpenLinux() {
-  WaitUntilNoLink();
+  WaitUntilNoLink();  // BlueZ's server does not answer a link that is opened while one ends
   Tell("reset");
   return platform::linux_radio::OpenLinuxRadio("hci0", platform::linux_radio::Absence::Fails);
 }

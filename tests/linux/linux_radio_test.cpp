@@ -51,13 +51,10 @@ void Forget() {
 
 class LinuxRadio : public testing::Test {
  protected:
-  LinuxRadio() {
-    host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 5);
-    host.Config("LogLevel=1");
-  }
+  LinuxRadio() { host.Config("LogLevel=1"); }
   void TearDown() override {
     for (const char* const repair : {"power on", "pairing off", "advertise"})
-      EXPECT_TRUE(Within(10s, [&] { return Succeeds([&] { Tell(repair); }); })) << repair;
+      EXPECT_TRUE(Within([&] { return Succeeds([&] { Tell(repair); }); })) << repair;
   }
 
   void Connect() {
@@ -87,7 +84,7 @@ class LinuxRadio : public testing::Test {
 
   /// Lets real time pass until the peripheral's doings have shown; says whether they have.
   template <class Condition>
-  bool Within(std::chrono::seconds limit, Condition condition) {
+  bool Within(Condition condition, std::chrono::seconds limit = kLongTime) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
       if (std::chrono::steady_clock::now() > end) return false;
@@ -95,23 +92,30 @@ class LinuxRadio : public testing::Test {
     }
     return true;
   }
-  bool Sees(std::int32_t event, const std::string& part, std::chrono::seconds limit = 10s) {
-    return Within(limit, [&] {
-      const auto lines = host.Lines(event);
-      return std::ranges::any_of(
-          lines, [&](const auto& line) { return line.find(part) != std::string::npos; });
-    });
+  bool Sees(std::int32_t event, const std::string& part, std::chrono::seconds limit = kLongTime) {
+    const auto hasPart = [&](const auto& line) { return line.find(part) != std::string::npos; };
+    return Within([&] { return std::ranges::any_of(host.Lines(event), hasPart); }, limit);
+  }
+  /// The same for what a command to the peripheral brings about, which sends each packet but once.
+  bool SeesAfter(const std::string& command, std::int32_t event, const std::string& part) {
+    return Within([&] { return Succeeds([&] { Tell(command); }) && Sees(event, part, 5s); });
   }
 
-  /// Whether a scan hears the peripheral, which sends each packet but once. BlueZ may need a moment
-  /// before it can scan, and once more before it does.
-  bool HearsThePeripheral(std::chrono::seconds limit = 20s) {
-    return Within(limit, [&] {
-      if (host.Get(CORVANEBLE_PROPERTY_SCANNING) == 0)
-        host.Do(CORVANEBLE_METHOD_START_SCANNING, {""});
-      return Succeeds([] { Tell("advertise"); }) &&
+  /// BlueZ may need a moment before it can scan, and once more before it does.
+  bool IsScanning() {
+    if (host.Get(CORVANEBLE_PROPERTY_SCANNING) == 0)
+      host.Do(CORVANEBLE_METHOD_START_SCANNING, {""});
+    return host.Get(CORVANEBLE_PROPERTY_SCANNING) != 0;
+  }
+  bool HearsThePeripheral() {
+    return Within([&] {
+      return IsScanning() && Succeeds([] { Tell("advertise"); }) &&
              Sees(CORVANEBLE_EVENT_ADVERTISEMENT, kPeripheralId, 1s);
     });
+  }
+  /// Reaches the peripheral when it can be reached again.
+  bool DiscoversAgain() {
+    return Within([&] { return Succeeds([] { Tell("advertise"); }) && host.Discover() == 0; });
   }
 
   Host host{OpenLinux()};
@@ -139,18 +143,17 @@ TEST_F(LinuxRadio, AScanTellsWhatADeviceAdvertises) {
 
 TEST_F(LinuxRadio, ADeviceNeverHeardIsSearchedFor) {
   Forget();
-  std::thread advertiser([] {
-    std::this_thread::sleep_for(500ms);
-    Tell("advertise");
+  std::jthread advertiser([](const std::stop_token& heard) {
+    for (; !heard.stop_requested(); std::this_thread::sleep_for(500ms))
+      Succeeds([] { Tell("advertise"); });
   });
   Connect();
+  advertiser.request_stop();
   advertiser.join();
   EXPECT_EQ(host.Discover(), 0) << host.LastError();
   ASSERT_EQ(host.Do(CORVANEBLE_METHOD_DISCONNECT), 0);
-  host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 2);
-  const auto begin = std::chrono::steady_clock::now();
-  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00AA010100FF"}), 604);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+  host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 10);
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00AA010100FF"}), CORVANEBLE_ERROR_CONNECT_FAILED);
 }
 
 TEST_F(LinuxRadio, DiscoveryFindsWhatThePeripheralRegistered) {
@@ -187,7 +190,7 @@ TEST_F(LinuxRadio, ValuesShortAndLong) {
   ASSERT_EQ(host.Read(longValue, "", value), 0);
   EXPECT_EQ(value, other);
   ASSERT_EQ(host.Write(CORVANEBLE_METHOD_POST_VALUE, level, "p"), 0) << host.LastError();
-  EXPECT_TRUE(Within(5s, [&] { return host.Read(level, "", value) == 0 && value == "p"; }));
+  EXPECT_TRUE(Within([&] { return host.Read(level, "", value) == 0 && value == "p"; }));
 }
 
 TEST_F(LinuxRadio, RefusalsAreToldApart) {
@@ -209,27 +212,30 @@ TEST_F(LinuxRadio, RefusalsAreToldApart) {
 
 TEST_F(LinuxRadio, AThousandValuesArriveInOrder) {
   Connect();
+  // In bursts that fit into the kernel's socket: it throws the rest of a longer one away when this
+  // process does not get to run.
+  constexpr std::size_t kBurst = 100;
   const struct {
     const char* uuid;
     const char* command;
-    std::size_t count;
-  } cases[] = {{kNotified, "notify 1000", 1000}, {kIndicated, "indicate 1000", 1000}};
-  for (const auto& [uuid, command, count] : cases) {
+  } cases[] = {{kNotified, "notify 100"}, {kIndicated, "indicate 100"}};
+  for (const auto& [uuid, command] : cases) {
     const std::string id = Find(kOwnService, uuid);
     ASSERT_EQ(host.Do(CORVANEBLE_METHOD_SUBSCRIBE, {ServiceIdOf(id).c_str(), id.c_str()}), 0)
         << host.LastError();
     host.Forget();
-    Tell(command);
-    EXPECT_TRUE(
-        Within(90s, [&, wanted = count] { return host.Count(CORVANEBLE_EVENT_VALUE) >= wanted; }));
-    std::uint32_t next = 0;
+    for (std::size_t count = kBurst; count <= 1000; count += kBurst) {
+      Tell(command);
+      ASSERT_TRUE(Within([&] { return host.Count(CORVANEBLE_EVENT_VALUE) >= count; }));
+    }
+    std::size_t next = 0;
     for (const HostEvent& event : host.Events(CORVANEBLE_EVENT_VALUE)) {
       std::uint32_t number = 0;
       ASSERT_EQ(event.Text(5).size(), sizeof number);
       std::memcpy(&number, event.Text(5).data(), sizeof number);
-      ASSERT_EQ(number, next++);
+      ASSERT_EQ(number, next++ % kBurst);
     }
-    EXPECT_EQ(next, count);
+    EXPECT_EQ(next, 1000U);
     EXPECT_EQ(host.Do(CORVANEBLE_METHOD_UNSUBSCRIBE, {ServiceIdOf(id).c_str(), id.c_str()}), 0);
   }
 }
@@ -242,12 +248,10 @@ TEST_F(LinuxRadio, ChangesOfNameAndServicesAreReported) {
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_SERVER_UPDATE, "0x"));
   Tell("extra off");
   ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 1), 0);
-  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {""}), 0);
-  Tell("name Renamed");
-  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_SERVER_UPDATE, "Renamed"));
+  ASSERT_TRUE(Within([&] { return IsScanning(); }));
+  EXPECT_TRUE(SeesAfter("name Renamed", CORVANEBLE_EVENT_SERVER_UPDATE, "Renamed"));
   EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_SERVER_NAME), "Renamed");
-  Tell("name Conformant");
-  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_SERVER_UPDATE, "Conformant"));
+  EXPECT_TRUE(SeesAfter("name Conformant", CORVANEBLE_EVENT_SERVER_UPDATE, "Conformant"));
 }
 
 TEST_F(LinuxRadio, ALostLinkIsReportedAndComesBack) {
@@ -255,8 +259,7 @@ TEST_F(LinuxRadio, ALostLinkIsReportedAndComesBack) {
   const std::string level = Find("180F", "2A19");
   Tell("drop");
   ASSERT_TRUE(Sees(CORVANEBLE_EVENT_DISCONNECTED, "Offline"));
-  Tell("advertise");
-  ASSERT_TRUE(Sees(CORVANEBLE_EVENT_CONNECTED, "Online", 20s));
+  ASSERT_TRUE(SeesAfter("advertise", CORVANEBLE_EVENT_CONNECTED, "Online"));
   std::string value;
   EXPECT_EQ(host.Read(level, "", value), 0) << host.LastError();
   EXPECT_EQ(value, "d");
@@ -273,7 +276,7 @@ TEST_F(LinuxRadio, APeripheralThatGoesAwayDuringAReadEndsIt) {
   });
   std::string value;
   int code = 0;
-  EXPECT_TRUE(Within(10s, [&] { return (code = host.Read(name, "", value)) != 0; }));
+  EXPECT_TRUE(Within([&] { return (code = host.Read(name, "", value)) != 0; }));
   leaver.join();
   EXPECT_TRUE(code == CORVANEBLE_ERROR_UNREACHABLE || code == CORVANEBLE_ERROR_NOT_CONNECTED)
       << host.LastError();
@@ -283,19 +286,21 @@ TEST_F(LinuxRadio, APeripheralThatGoesAwayDuringAReadEndsIt) {
 TEST_F(LinuxRadio, AnotherProgramsConnectionIsNamedAndWaitedFor) {
   Tell("advertise");
   Connect();
-  CallBluez("hci0/dev_00_AA_01_01_00_01", "Device1 Connect");
-  host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 2);
+  const auto callDevice = [](const char* method) {
+    return Succeeds([&] { CallBluez("hci0/dev_00_AA_01_01_00_01", method); });
+  };
+  ASSERT_TRUE(Within([&] { return callDevice("Device1 Connect"); }));
+  host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 10);
   host.Do(CORVANEBLE_METHOD_DISCONNECT);
   Connect();
   EXPECT_EQ(host.Discover(), CORVANEBLE_ERROR_UNREACHABLE) << host.LastError();
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "Another program holds the connection"));
-  CallBluez("hci0/dev_00_AA_01_01_00_01", "Device1 Disconnect");
-  Tell("advertise");
-  EXPECT_TRUE(Within(10s, [&] { return host.Discover() == 0; })) << host.LastError();
+  ASSERT_TRUE(Within([&] { return callDevice("Device1 Disconnect"); }));
+  EXPECT_TRUE(DiscoversAgain()) << host.LastError();
 }
 
 TEST_F(LinuxRadio, AnAdapterThatIsSwitchedOffEndsAScan) {
-  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {""}), 0);
+  ASSERT_TRUE(Within([&] { return IsScanning(); }));
   Power(false);
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_STOP_SCAN, "RadioNotAvailable"));
   host.Forget();
@@ -313,15 +318,15 @@ TEST_F(LinuxRadio, AnAdapterThatIsSwitchedOffEndsASearch) {
   });
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"C0FFEE00FFFF"}), CORVANEBLE_ERROR_CONNECT_FAILED);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, 3s);  // the search itself takes 4.5 s
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, 20s);  // the search itself takes 30 s
   off.join();
-  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "switched off; switch it on", 1s));
+  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "switched off; switch it on"));
   Power(true);
   EXPECT_TRUE(HearsThePeripheral());
 }
 
 TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
-  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING, {""}), 0);
+  ASSERT_TRUE(Within([&] { return IsScanning(); }));
   Shell("tests/vm/daemon kill");
   EXPECT_TRUE(Sees(CORVANEBLE_EVENT_STOP_SCAN, "RadioNotAvailable"));
   EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {kPeripheralId}), 614);
@@ -329,24 +334,31 @@ TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
   Shell("tests/vm/daemon start");
   host.Forget();
   // The kernel lets go of the dead daemon's scan after some seconds; until then it is busy.
-  EXPECT_TRUE(HearsThePeripheral(30s));
+  EXPECT_TRUE(HearsThePeripheral());
   Connect();
   EXPECT_EQ(host.Discover(), 0) << host.LastError();
 }
 
 TEST_F(LinuxRadioAsRoot, ABlockedAdapterIsNamed) {
   Shell("for s in /sys/class/rfkill/*/soft; do echo 1 >$s; done");
-  EXPECT_TRUE(Within(5s, [&] {
+  EXPECT_TRUE(Within([&] {
     host.Do(CORVANEBLE_METHOD_START_SCANNING, {""});
     return Sees(CORVANEBLE_EVENT_LOG, "is blocked; unblock it", 1s);
   }));
   Shell("for s in /sys/class/rfkill/*/soft; do echo 0 >$s; done");
-  EXPECT_TRUE(Within(10s, [&] { return Succeeds([] { Power(true); }); }));
-  EXPECT_TRUE(Within(10s, [&] { return Succeeds([] { Tell("power on"); }); }));
+  EXPECT_TRUE(Within([&] { return Succeeds([] { Power(true); }); }));
+  EXPECT_TRUE(Within([&] { return Succeeds([] { Tell("power on"); }); }));
 }
 
 /// Last of all: Linux 6.1 is apt to fall over some seconds after two of its own adapters paired.
-class LinuxRadioPairing : public LinuxRadio {};
+class LinuxRadioPairing : public LinuxRadio {
+ protected:
+  void TearDown() override {
+    host.Do(CORVANEBLE_METHOD_DISCONNECT);
+    Forget();  // a key that only one side has would disturb every later link
+    LinuxRadio::TearDown();
+  }
+};
 
 TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
   Tell("pairing on");
@@ -355,25 +367,27 @@ TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
   std::string value;
   ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 1), 0);
   EXPECT_EQ(host.Read(secret, "", value), CORVANEBLE_ERROR_TIMEOUT);  // asked, and considering
-  ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 20), 0);
+  ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 60), 0);
   EXPECT_EQ(host.Read(secret, "", value), 0) << host.LastError();
   EXPECT_EQ(value, "secret");
   EXPECT_TRUE(host.Lines(CORVANEBLE_EVENT_DISCONNECTED).empty());
 
   host.Do(CORVANEBLE_METHOD_DISCONNECT);  // with the key the next link needs no pairing
   Tell("pairing off");
-  std::this_thread::sleep_for(3s);
-  Tell("advertise");
+  WaitUntilNoLink();
   Connect();
+  // BlueZ's server answers nothing on a channel that it sees before the link that it knows a key
+  // for.
+  ASSERT_TRUE(DiscoversAgain()) << host.LastError();
   EXPECT_EQ(host.Read(Find(kOwnService, kSecret), "", value), 0) << host.LastError();
 
   host.Do(CORVANEBLE_METHOD_DISCONNECT);
   CallBluez("hci1", "Adapter1 RemoveDevice o /org/bluez/hci1/dev_00_AA_01_00_00_00");
-  std::this_thread::sleep_for(3s);
+  WaitUntilNoLink();
   Tell("advertise");
   Connect();
-  EXPECT_TRUE(Within(20s, [&] { return host.Discover() == 0; })) << host.LastError();
-  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "does not accept the key of its pairing", 1s));
+  EXPECT_TRUE(DiscoversAgain()) << host.LastError();
+  EXPECT_TRUE(Sees(CORVANEBLE_EVENT_LOG, "does not accept the key of its pairing"));
 }
 
 }  // namespace

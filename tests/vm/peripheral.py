@@ -235,16 +235,17 @@ class Peripheral:
 
     def on_owner(self, owner):
         if owner:  # not from in here: the bus would not be listened to meanwhile
-            GLib.idle_add(lambda: self.when_there(100) and False)
+            GLib.idle_add(lambda: self.when_there(1000) and False)
 
     def when_there(self, tries):
         """The daemon is there before its adapters are."""
         try:
             self.power("on")
             manager = dbus.Interface(bus_object(self.bus, "/org/bluez"), "org.bluez.AgentManager1")
-            manager.RegisterAgent(dbus.ObjectPath(ROOT + "/agent"), "NoInputNoOutput")
-            manager.RequestDefaultAgent(dbus.ObjectPath(ROOT + "/agent"))
-            self.call("GattManager1", "RegisterApplication", self.main)
+            agent = dbus.ObjectPath(ROOT + "/agent")
+            self.once(manager.RegisterAgent, agent, "NoInputNoOutput")
+            manager.RequestDefaultAgent(agent)
+            self.once(self.call, "GattManager1", "RegisterApplication", self.main)
             self.advertise()
             if not os.path.exists(SOCKET):
                 self.listen()
@@ -252,6 +253,15 @@ class Peripheral:
             print("not yet:", error, flush=True)
             if tries:
                 GLib.timeout_add(50, lambda: self.when_there(tries - 1) and False)
+
+    @staticmethod
+    def once(method, *arguments):
+        """An earlier try may have come as far as this."""
+        try:
+            method(*arguments)
+        except dbus.DBusException as error:
+            if error.get_dbus_name() != "org.bluez.Error.AlreadyExists":
+                raise
 
     def call(self, interface, method, item):
         arguments = [dbus.ObjectPath(item.path)]
@@ -266,7 +276,8 @@ class Peripheral:
     def finish(self, method, *arguments):
         """BlueZ asks back while it works, for items and values: the loop must run meanwhile."""
         done = []
-        method(*arguments, reply_handler=lambda: done.append(None), error_handler=done.append)
+        method(*arguments, reply_handler=lambda: done.append(None), error_handler=done.append,
+               timeout=100)
         while not done:
             GLib.MainContext.default().iteration(True)
         if done[0]:

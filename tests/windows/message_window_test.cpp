@@ -39,7 +39,8 @@ TEST(Wait, TheHostsTimersGoOn) {
   ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
   const UINT_PTR timer = SetTimer(nullptr, 0, 10, &CountTick);
   ASSERT_NE(timer, 0U);
-  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES), 0) << host.LastError();
+  for (int waits = 0; waits < 100 && ticks < 5; ++waits)  // on a busy machine ticks are few
+    ASSERT_EQ(host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES), 0) << host.LastError();
   KillTimer(nullptr, timer);
   EXPECT_GE(ticks, 5);
 }
