@@ -339,6 +339,20 @@ TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
   EXPECT_EQ(host.Discover(), 0) << host.LastError();
 }
 
+TEST_F(LinuxRadioAsRoot, ADaemonThatDoesNotAnswerHoldsNobodyUp) {
+  constexpr const char* kNobody = "00AA010100FF";
+  Host newcomer(OpenLinux());  // has asked the daemon for nothing yet
+  Connect();
+  Shell("tests/vm/daemon halt");
+  for (Host* const each : {&host, &newcomer})
+    EXPECT_EQ(each->Set(CORVANEBLE_PROPERTY_TIMEOUT, 10), 0);
+  EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {kNobody}), CORVANEBLE_ERROR_CONNECT_FAILED);
+  EXPECT_EQ(newcomer.Do(CORVANEBLE_METHOD_CONNECT, {kNobody}), CORVANEBLE_ERROR_PLATFORM_FAILURE);
+  Shell("tests/vm/daemon goon");
+  EXPECT_TRUE(HearsThePeripheral());
+  EXPECT_EQ(newcomer.Do(CORVANEBLE_METHOD_CONNECT, {kPeripheralId}), 0) << newcomer.LastError();
+}
+
 TEST_F(LinuxRadioAsRoot, ABlockedAdapterIsNamed) {
   Shell("for s in /sys/class/rfkill/*/soft; do echo 1 >$s; done");
   EXPECT_TRUE(Within([&] {

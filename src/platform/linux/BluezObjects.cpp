@@ -18,7 +18,6 @@ constexpr const char* kAdapter = "org.bluez.Adapter1";
 constexpr const char* kDevice = "org.bluez.Device1";
 constexpr const char* kNoDaemon =
     "BlueZ's daemon does not run; start bluetoothd (systemctl start bluetooth).";
-constexpr std::chrono::seconds kFirstAnswer{10};
 
 /// Whether the kernel has a controller. Systems do not start the daemon without one, and may not
 /// say that they did not.
@@ -171,7 +170,7 @@ void BluezObjects::AskForAll() {
       [this, generation](sd_bus_message* reply, const BusError* error) {
         if (generation == generation_) OnAll(reply, error);
       },
-      kFirstAnswer);
+      answerLimit_());
 }
 
 void BluezObjects::OnAll(sd_bus_message* reply, const BusError* error) {

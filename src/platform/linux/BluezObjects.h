@@ -68,7 +68,9 @@ class BluezObjects {
   using AdaptersChanged = EventSource<>;
   using DeviceChanged = EventSource<const DeviceObject&, DeviceChange>;
 
-  explicit BluezObjects(SystemBus& bus) : bus_(bus) {}
+  /// `answerLimit` says how long the daemon may take to tell what there is.
+  BluezObjects(SystemBus& bus, std::function<std::chrono::milliseconds()> answerLimit)
+      : bus_(bus), answerLimit_(std::move(answerLimit)) {}
 
   /// Begins to watch; once the bus is open.
   void Begin();
@@ -113,6 +115,7 @@ class BluezObjects {
   void Known();
 
   SystemBus& bus_;
+  const std::function<std::chrono::milliseconds()> answerLimit_;
   bool known_ = false;
   std::string absence_;
   std::uint32_t generation_ = 0;  ///< of the daemon; answers of an earlier one are ignored

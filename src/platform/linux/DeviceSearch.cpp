@@ -5,7 +5,7 @@
 namespace corvaneble::platform::linux_radio {
 namespace {
 
-/// A search that is under way. It keeps itself alive until it ends.
+/// A search that is under way. Its timer keeps it alive until it has reported.
 class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
  public:
   DeviceSearch(LinuxSession& session, std::string adapterPath, std::uint64_t address,
@@ -16,16 +16,14 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
         found_(std::move(found)) {}
 
   void Begin(LinuxSession& session) {
-    self_ = shared_from_this();
     deviceChanged_ = session.Objects().OnDeviceChanged(
         [weak = weak_from_this()](const DeviceObject& device, DeviceChange) {
           const auto self = weak.lock();
           if (self && device.address == self->address_ && device.adapterPath == self->adapterPath_)
             self->End();
         });
-    timer_ = session.Loop()->PostAfter(session.SearchLimit(), [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->End();
-    });
+    timer_ = session.Loop()->PostAfter(session.SearchLimit(),
+                                       [self = shared_from_this()] { self->TimeIsUp(); });
     user_ = session.Scanning().Add(adapterPath_, [weak = weak_from_this()](BluetoothError error) {
       const auto self = weak.lock();
       if (self && error != BluetoothError::Success) self->Fail();
@@ -34,34 +32,41 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
 
  private:
   void Fail() {
-    if (!self_) return;  // it has ended
+    if (user_ == 0) return;  // it has ended
     if (const auto session = session_.lock()) session->NotifyWhyNoAdapter();
     End();
   }
 
-  /// Whoever connects next must find discovery at rest.
+  /// Whoever connects next had better find discovery at rest.
   void End() {
-    const auto self = std::exchange(self_, nullptr);
-    const auto session = session_.lock();
-    if (!self || !session) return;
     deviceChanged_.Reset();
-    session->Loop()->Cancel(timer_);
-    session->Scanning().Remove(user_, [self] { self->Report(); });
+    const auto session = session_.lock();
+    const Discovery::UserId user = std::exchange(user_, 0);
+    if (session && user != 0)
+      session->Scanning().Remove(user, [self = shared_from_this()] { self->Report(); });
+  }
+
+  /// The caller waits no longer, however long the daemon takes to stop.
+  void TimeIsUp() {
+    End();
+    Report();
   }
 
   void Report() {
+    const DeviceFound found = std::exchange(found_, {});
     const auto session = session_.lock();
-    if (session) found_(session->Objects().Device(adapterPath_, address_));
+    if (!found || !session) return;
+    session->Loop()->Cancel(timer_);
+    found(session->Objects().Device(adapterPath_, address_));
   }
 
   const std::weak_ptr<LinuxSession> session_;
   const std::string adapterPath_;
   const std::uint64_t address_;
-  const DeviceFound found_;
+  DeviceFound found_;  ///< empty once called
   EventToken deviceChanged_;
   EventLoop::TaskId timer_ = 0;
-  Discovery::UserId user_ = 0;
-  std::shared_ptr<DeviceSearch> self_;
+  Discovery::UserId user_ = 0;  ///< while it listens
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -50,6 +51,8 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   void NotifyWhyNoAdapter();
 
  private:
+  static constexpr std::chrono::milliseconds kFirstAnswer{10'000};  ///< of the daemon
+
   explicit LinuxSession(std::string adapterName);
   void OpenBus();
 
@@ -58,7 +61,7 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   Radio::Notice notices_;
   std::atomic<std::chrono::milliseconds> waitLimit_{std::chrono::milliseconds{0}};
   SystemBus bus_;
-  BluezObjects objects_{bus_};
+  BluezObjects objects_{bus_, [this] { return std::min(kFirstAnswer, SearchLimit()); }};
   Discovery discovery_{bus_, objects_};
 };
 
