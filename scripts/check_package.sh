@@ -15,15 +15,16 @@ package=$(echo "$dir"/unpacked/corvaneble-*)
 
 # The library as it came from the linker, not another one.
 cmp "$dir/corvaneble.dll" "$package/bin/corvaneble.dll"
-compiler=i686-w64-mingw32-gcc-posix
-[[ $preset == windows-x64 ]] && compiler=x86_64-w64-mingw32-gcc-posix
+compiler=i686-w64-mingw32-gcc-posix architecture=i386 done="packed, unpacked and compiled against"
+[[ $preset == windows-x64 ]] && compiler=x86_64-w64-mingw32-gcc-posix architecture=amd64
 "$compiler" -std=c99 -I "$package/include" "$package/share/corvaneble/examples/c/scan.c" \
   -o "$package/bin/scan.exe" "$package/lib/libcorvaneble.dll.a"
-if [[ $preset == windows-x86 ]] && scripts/wine --check >/dev/null 2>&1; then
+if scripts/wine --check "$architecture" >/dev/null 2>&1; then
   tree=$(scripts/wine "$package/bin/corvaneble.exe" --radio simulated tree C0FFEE000001)
   [[ $tree == *180D* ]]
   scene=$package/share/corvaneble/examples/scenes/doorstep.json
   heard=$(CORVANEBLE_RADIO=simulated:$scene scripts/wine "$package/bin/scan.exe")
   [[ $heard == *Doorbell* ]]
+  done="packed, unpacked and used"
 fi
-echo "$(basename "$dir"/corvaneble-*.zip): packed, unpacked and used"
+echo "$(basename "$dir"/corvaneble-*.zip): $done"
