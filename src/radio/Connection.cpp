@@ -20,7 +20,7 @@ SessionPtr Connection::Replace(SessionPtr next) {
 
 ErrorCode Connection::Connect(std::string_view serverId) {
   const std::string id(TrimBlanks(serverId));
-  if (id.empty() || EqualsIgnoringCase(id, CurrentServerId().View())) return error::kSuccess;
+  if (id.empty() || EqualsIgnoringCase(id, Current()->Server().View())) return error::kSuccess;
   if (const ErrorCode code = parts_.scanner.StopScanning(); code != error::kSuccess) return code;
   if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
 
@@ -33,7 +33,7 @@ ErrorCode Connection::Connect(std::string_view serverId) {
   if (!device.result) return Fail(id);
 
   // Meanwhile the host may have connected from inside the Disconnected event.
-  if (EqualsIgnoringCase(id, CurrentServerId().View())) return error::kSuccess;
+  if (EqualsIgnoringCase(id, Current()->Server().View())) return error::kSuccess;
   if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
   Adopt(device.result, id);
   return error::kSuccess;
@@ -78,9 +78,8 @@ void Connection::Adopt(const DevicePtr& device, std::string_view serverId) {
 
 ErrorCode Connection::Disconnect() {
   const SessionPtr session = Current();
-  const DevicePtr device = session->Device();
-  if (!device) return error::kSuccess;
-  const ServerId id(device->BluetoothAddress());
+  const ServerId id = session->Server();
+  if (id.View().empty()) return error::kSuccess;
   parts_.log.Write(LogLevel::Information, log_type::kConnection, "Disconnecting from server ID ",
                    id.View(), ".");
   {
@@ -114,11 +113,6 @@ ErrorCode Connection::Select(std::string_view serviceId, std::string_view charac
 
 ErrorCode Connection::RequireSame(const Session& session) const {
   return session.Device() ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
-}
-
-ServerId Connection::CurrentServerId() const {
-  const DevicePtr device = Current()->Device();
-  return device ? ServerId(device->BluetoothAddress()) : ServerId();
 }
 
 std::string Connection::ServerName() const {

@@ -60,7 +60,6 @@ class Connection {
   [[nodiscard]] ErrorCode RequireSame(const Session& session) const;
 
   /// Empty when not connected.
-  ServerId CurrentServerId() const;
   std::string ServerName() const;
 
  private:

@@ -15,6 +15,11 @@ Session::DevicePtr Session::Device() const {
   return device_;
 }
 
+ServerId Session::Server() const {
+  const DevicePtr device = Device();
+  return device ? ServerId(device->BluetoothAddress()) : ServerId();
+}
+
 void Session::Keep(platform::EventToken handler) {
   const std::lock_guard lock(mutex_);
   if (device_) handlers_.push_back(std::move(handler));

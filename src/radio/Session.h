@@ -9,6 +9,7 @@
 #include "gatt/GattObjectTree.h"
 #include "gatt/Selection.h"
 #include "platform/Radio.h"
+#include "radio/ServerId.h"
 
 namespace corvaneble {
 
@@ -26,6 +27,9 @@ class Session {
   /// Null once the session is over, and in one without a server. Not to be held while waiting:
   /// letting go of the device is what ends the wait.
   DevicePtr Device() const;
+
+  /// The address of the device; empty without one.
+  ServerId Server() const;
 
   /// Whether there is a device and its link is not known to be down.
   bool IsLive() const { return isLive_; }

@@ -173,7 +173,7 @@ PropertyTable::TextValue PropertyTable::ReadText(Session& session, Property prop
     case Property::DescriptorUuid:
       return uuid(descriptor());
     case Property::ServerId:
-      return Computed(std::string(parts_.connection.CurrentServerId().View()));
+      return Computed(std::string(session.Server().View()));
     case Property::ServerName:
       return Computed(parts_.connection.ServerName());
     case Property::Service:
