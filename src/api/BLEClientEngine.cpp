@@ -8,8 +8,7 @@ BLEClientEngine::BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
                                  const platform::TextConverter& converter)
     : ComponentBase(sink, converter),
       radio_(std::move(radio)),
-      scanner_(
-          {errors_, events_, log_, settings_, codec_, radio_, timeoutSeconds_, wait_, bridge_}),
+      scanner_({errors_, events_, log_, settings_, codec_, radio_, wait_, bridge_}),
       connection_({errors_, events_, log_, codec_, radio_, wait_, scanner_, bridge_,
                    ValueChangedHandler()}),
       attributes_({errors_, events_, log_, settings_, connection_, gatt_}),

@@ -160,8 +160,8 @@ class BluetoothLEAdvertisementWatcher {
   /// after the status has changed. Nothing happens when the watcher is over already.
   virtual void Stop() = 0;
 
-  /// Each call gives a signal of the caller's own, which is set once the status has left
-  /// `Created`, and once it is `Stopped` or `Aborted`.
+  /// Each call gives a signal of the caller's own. `Begun` is set once the radio listens or was
+  /// told to stop, or `Stopped` has been raised; `Over` once the status is `Stopped` or `Aborted`.
   virtual Latch::SignalPtr Begun() = 0;
   virtual Latch::SignalPtr Over() = 0;
 

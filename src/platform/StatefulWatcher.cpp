@@ -67,9 +67,13 @@ bool StatefulWatcher::OnAborted() {
     if (order_->over.exchange(true)) return false;
     status_ = WatcherStatus::Aborted;
   }
-  begun_.Open();
   over_.Open();
   return true;
+}
+
+void StatefulWatcher::RaiseStopped(BluetoothError error) {
+  stopped_.Raise(*this, {error});
+  begun_.Open();  // whoever waits for the beginning learns of a failure after it was told
 }
 
 }  // namespace corvaneble::platform

@@ -58,7 +58,7 @@ class StatefulWatcher : public BluetoothLEAdvertisementWatcher {
   bool OnSilent();
   bool OnAborted();
 
-  void RaiseStopped(BluetoothError error) const { stopped_.Raise(*this, {error}); }
+  void RaiseStopped(BluetoothError error);
 
  private:
   using WatcherStatus = BluetoothLEAdvertisementWatcherStatus;

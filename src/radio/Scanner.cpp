@@ -53,8 +53,13 @@ ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
                    "Scanning parameters:\r\n\tActive scanning: ", activeScanning_.load(),
                    "\r\n\tService UUIDs: ", filterText, ".");
   const platform::Latch::SignalPtr begun = watcher->Begun();
-  watcher->Start();
   Replace(std::move(scan));
+  try {
+    watcher->Start();
+  } catch (const platform::PlatformFailure&) {
+    Replace({});  // there is nothing to stop
+    throw;
+  }
   const std::chrono::seconds limit(parts_.settings.Integer(Setting::ScanStartedTimeout));
   if (limit.count() > 0) (void)parts_.wait.WaitFor(*begun, limit);
   if (watcher->Status() != WatcherStatus::Started) {

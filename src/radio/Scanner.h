@@ -31,7 +31,6 @@ class Scanner {
     const Settings& settings;
     const TextCodec& codec;
     const platform::OpenedRadio& radio;
-    const std::atomic<std::int32_t>& timeoutSeconds;
     AsyncWait& wait;
     std::shared_ptr<BLEEvent> bridge;
   };
@@ -73,7 +72,8 @@ class Scanner {
 
   [[nodiscard]] ErrorCode CheckAdapter();
   Scan MakeScan();
-  /// Makes `next` the scan of this instance, instead of one that has not begun and now will not.
+  /// Makes `next` the scan of this instance. The one before it, if it is not over, ends without an
+  /// event: it was late to begin.
   void Replace(Scan next);
   std::shared_ptr<Watcher> LatestWatcher() const;
 
