@@ -27,15 +27,14 @@ ErrorCode Connection::Connect(std::string_view serverId) {
   const std::uint64_t address = ParseServerId(id);
   platform::Radio& radio = *parts_.radio.radio;
   ApplyTimeout();
-  const auto device =
-      parts_.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
+  auto device = parts_.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
   if (device.code != error::kSuccess) return device.code;
   if (!device.result) return Fail(id);
 
   // Meanwhile the host may have connected from inside the Disconnected event.
   if (EqualsIgnoringCase(id, Current()->Server().View())) return error::kSuccess;
   if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
-  Adopt(device.result, id);
+  Adopt(std::move(device.result), id);
   return error::kSuccess;
 }
 
@@ -46,7 +45,7 @@ ErrorCode Connection::Fail(std::string_view serverId) {
   return parts_.errors.Raise(error::kConnectFailed, message);
 }
 
-void Connection::Adopt(const DevicePtr& device, std::string_view serverId) {
+void Connection::Adopt(DevicePtr device, std::string_view serverId) {
   const SessionPtr session = MakeSession(device);
   // Runs `handle`, which gets the session too, as long as both the engine and the session live.
   const auto delivering = [this, bridge = parts_.bridge,
@@ -64,15 +63,19 @@ void Connection::Adopt(const DevicePtr& device, std::string_view serverId) {
   platform::EventToken early =
       device->OnConnectionStatusChanged([linkChanged] { *linkChanged = true; });
 
+  device.reset();  // the session has it, for as long as the host wants
   Replace(session)->End();
   parts_.log.Write(LogLevel::Information, log_type::kConnection,
                    "Successfully connected to server ID ", serverId, ".");
   parts_.events.FireConnected(error::kSuccess, "OK");
 
+  device = session->Device();
+  if (!device) return;
   session->Keep(
       device->OnConnectionStatusChanged(delivering(&Connection::OnConnectionStatusChanged)));
+  device.reset();
   early.Reset();
-  if (*linkChanged && device->ConnectionStatus() == BluetoothConnectionStatus::Disconnected)
+  if (*linkChanged && session->LinkStatus() == BluetoothConnectionStatus::Disconnected)
     OnConnectionStatusChanged(*session);
 }
 
@@ -95,7 +98,7 @@ ErrorCode Connection::Disconnect() {
   return error::kSuccess;
 }
 
-ErrorCode Connection::Select(std::string_view serviceId, std::string_view characteristicId) {
+ErrorCode Connection::Select(std::string_view serviceId, std::string_view characteristicId) const {
   SessionPtr session;
   if (const ErrorCode code = RequireConnection(session)) return code;
   return session->selection.Select(serviceId, characteristicId);
@@ -117,18 +120,16 @@ ErrorCode Connection::RequireSame(const Session& session) const {
 
 std::string Connection::ServerName() const {
   std::string name;
-  if (const DevicePtr device = Current()->Device())
-    parts_.codec.ToNarrowLossy(device->Name(), name);
+  parts_.codec.ToNarrowLossy(Current()->Name().value_or(u""), name);
   return name;
 }
 
 void Connection::OnConnectionStatusChanged(Session& session) {
-  const DevicePtr device = session.Device();
-  if (!device) return;
-  const BluetoothConnectionStatus status = device->ConnectionStatus();
+  const auto status = session.LinkStatus();
+  if (!status) return;
   parts_.log.Write(LogLevel::Debug, log_type::kDebug, "System updated device connection status to ",
-                   Quoted{EnumText(status)}, ".");
-  const bool isUp = status == BluetoothConnectionStatus::Connected;
+                   Quoted{EnumText(*status)}, ".");
+  const bool isUp = *status == BluetoothConnectionStatus::Connected;
   if (!session.NoteLink(isUp)) return;
   if (isUp) {
     parts_.events.FireConnected(error::kSuccess, "Online");
@@ -138,10 +139,10 @@ void Connection::OnConnectionStatusChanged(Session& session) {
 }
 
 void Connection::OnNameChanged(const Session& session) {
-  const DevicePtr device = session.Device();
-  if (!device) return;
+  const auto wide = session.Name();
+  if (!wide) return;
   std::string name;
-  parts_.codec.ToNarrowLossy(device->Name(), name);
+  parts_.codec.ToNarrowLossy(*wide, name);
   parts_.log.Write(LogLevel::Detail, log_type::kVerbose, "Server's name has changed to ", name,
                    ".");
   parts_.events.FireServerUpdate(name.c_str(), "");

@@ -47,7 +47,8 @@ class Connection {
   [[nodiscard]] ErrorCode Disconnect();
 
   /// Selects a service and a characteristic, as `Selection` does; needs a connection.
-  [[nodiscard]] ErrorCode Select(std::string_view serviceId, std::string_view characteristicId);
+  [[nodiscard]] ErrorCode Select(std::string_view serviceId,
+                                 std::string_view characteristicId) const;
 
   /// What the instance is connected with; never null.
   SessionPtr Current() const;
@@ -68,7 +69,7 @@ class Connection {
   SessionPtr MakeSession(DevicePtr device) const;
   SessionPtr Replace(SessionPtr next);
   [[nodiscard]] ErrorCode Fail(std::string_view serverId);
-  void Adopt(const DevicePtr& device, std::string_view serverId);
+  void Adopt(DevicePtr device, std::string_view serverId);
 
   /// Handlers on the device of a session, which may be over by now.
   void OnConnectionStatusChanged(Session& session);

@@ -20,6 +20,16 @@ ServerId Session::Server() const {
   return device ? ServerId(device->BluetoothAddress()) : ServerId();
 }
 
+std::optional<platform::BluetoothConnectionStatus> Session::LinkStatus() const {
+  const DevicePtr device = Device();
+  return device ? std::optional(device->ConnectionStatus()) : std::nullopt;
+}
+
+std::optional<std::u16string> Session::Name() const {
+  const DevicePtr device = Device();
+  return device ? std::optional(device->Name()) : std::nullopt;
+}
+
 void Session::Keep(platform::EventToken handler) {
   const std::lock_guard lock(mutex_);
   if (device_) handlers_.push_back(std::move(handler));

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "frame/ErrorState.h"
@@ -24,12 +26,14 @@ class Session {
 
   Session(ErrorState& errors, const ValueChanged::Handler& valueChanged, DevicePtr device);
 
-  /// Null once the session is over, and in one without a server. Not to be held while waiting:
-  /// letting go of the device is what ends the wait.
+  /// Null once the session is over, and in one without a server. Not to be held during a wait or an
+  /// event: the link ends when the last reference is gone.
   DevicePtr Device() const;
 
-  /// The address of the device; empty without one.
+  /// What the device says of itself now; empty or none without one.
   ServerId Server() const;
+  std::optional<platform::BluetoothConnectionStatus> LinkStatus() const;
+  std::optional<std::u16string> Name() const;
 
   /// Whether there is a device and its link is not known to be down.
   bool IsLive() const { return isLive_; }
