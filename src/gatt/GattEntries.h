@@ -66,8 +66,7 @@ struct CharacteristicState {
 enum class SubscriptionState : std::uint8_t { Unknown, Unsubscribed, Subscribed };
 
 /// A discovered characteristic. What is not atomic does not change after the record was stored,
-/// except `descriptors`, which the tree's mutex guards, and `valueChanged`, which belongs to the
-/// tree.
+/// except `descriptors`, which the tree's mutex guards.
 struct CharacteristicEntry {
   CharacteristicEntry() = default;  ///< the empty record
   CharacteristicEntry(std::shared_ptr<platform::GattCharacteristic> object, const GattId& gattId)

@@ -1,7 +1,6 @@
 #include "gatt/GattObjectTree.h"
 
 #include <algorithm>
-#include <tuple>
 
 #include "frame/Text.h"
 
@@ -74,17 +73,13 @@ std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
     if (auto known = Find(characteristicIndex_, id.ToKey())) return {std::move(known), false};
   }
   auto entry = std::make_shared<CharacteristicEntry>(std::move(object), id);
-  CharacteristicPtr record;
-  bool isNew = false;
-  {
-    const std::lock_guard lock(mutex_);
-    std::tie(record, isNew) = Store(characteristicIndex_, std::move(entry));
-    if (!isNew) return {std::move(record), false};
-    service->characteristics.push_back(record);
-    if (!objectIndex_.try_emplace(record->platform.get(), record).second)
-      return {std::move(record), true};
-  }
-  record->valueChanged = record->platform->OnValueChanged(valueChanged_);
+  if (!FindCharacteristicByObject(*entry->platform))
+    entry->valueChanged = entry->platform->OnValueChanged(valueChanged_);
+  const std::lock_guard lock(mutex_);
+  auto [record, isNew] = Store(characteristicIndex_, std::move(entry));
+  if (!isNew) return {std::move(record), false};
+  service->characteristics.push_back(record);
+  objectIndex_.try_emplace(record->platform.get(), record);
   return {std::move(record), true};
 }
 
