@@ -351,13 +351,16 @@ TEST_F(AttTest, WhatDescribesIsReadWithoutPairingAndReadAgainWhenItWasRefused) {
       .On("0A 1F 00", "0B 01 00");
   Finish(characteristic->GetDescriptorsAsync(kUncached));
   EXPECT_EQ(peer->raises, 0);
-  EXPECT_EQ(notices, "The descriptor with handle 0x001E could not be read: protocol error 0x05.");
-  peer->On("0A 1E 00", "0B 41");
-  ExpectStatus(Finish(characteristic->ReadMissingDescriptionsAsync()),
-               GattCommunicationStatus::Success);
+  const Guid userDescription = Guid::FromAssignedNumber(0x2901);
+  for (const char* const answer : {"01 0A 1E 00 05", "0B 41"}) {  // told once
+    EXPECT_TRUE(characteristic->MissesDescription(userDescription));
+    peer->On("04 13 00 1F 00", "05 01 1E 00 01 29 1F 00 00 29").On("0A 1E 00", answer);
+    Finish(characteristic->GetDescriptorsForUuidAsync(userDescription, kUncached));
+  }
   EXPECT_EQ(characteristic->UserDescription(), u"A");
   EXPECT_EQ(characteristic->CharacteristicProperties(), 0x13AU);
-  EXPECT_EQ(characteristic->ReadMissingDescriptionsAsync(), nullptr);
+  EXPECT_FALSE(characteristic->MissesDescription(userDescription));
+  EXPECT_EQ(notices, "The descriptor with handle 0x001E could not be read: protocol error 0x05.");
 
   // A complete query leaves nothing of what the one before found; silence is told, not repeated.
   notices.clear();
@@ -368,7 +371,7 @@ TEST_F(AttTest, WhatDescribesIsReadWithoutPairingAndReadAgainWhenItWasRefused) {
   EXPECT_EQ(characteristic->UserDescription(), u"");
   EXPECT_EQ(characteristic->CharacteristicProperties(), 0x3AU);
   EXPECT_EQ(notices, "The descriptor with handle 0x001F could not be read: no answer.");
-  EXPECT_EQ(characteristic->ReadMissingDescriptionsAsync(), nullptr);
+  EXPECT_FALSE(characteristic->MissesDescription(Guid::FromAssignedNumber(0x2900)));
 }
 
 TEST_F(AttTest, ConfigurationIsSearchedWhenUnknownAndMayBeMissing) {

@@ -121,9 +121,9 @@ class GattCharacteristic {
   virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
       const Guid& uuid, BluetoothCacheMode mode) = 0;
-  /// Reads once more what a query could not read of the descriptors that the three properties come
-  /// from, over a link that is open. Null when nothing is missing.
-  virtual AsyncOperationPtr<GattResult> ReadMissingDescriptionsAsync() { return nullptr; }
+  /// Whether the three properties lack what a descriptor of a kind says, since it could not be read
+  /// then: a new query for the kind reads it again.
+  virtual bool MissesDescription(const Guid& /*descriptorUuid*/) const { return false; }
 
   virtual AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,

@@ -18,26 +18,27 @@ constexpr std::int32_t ValueFormatCode(std::uint8_t formatType) {
 void CharacteristicFields::Ensure(Session& session, const CharacteristicPtr& entry,
                                   CharacteristicState& state, std::uint8_t mark,
                                   std::initializer_list<Uuid> descriptors) {
-  if (state.Has(mark)) {
-    if (const auto again = entry->platform->ReadMissingDescriptionsAsync())
-      (void)parts_.gatt.Run(log_type::kDebug, [&] { return again; });
-    return;
-  }
+  const bool wasEnsured = state.Has(mark);
   for (const Uuid& uuid : descriptors) {
-    (void)parts_.attributes.EnsureDescriptorDiscovered(session, entry, uuid);
+    if (!wasEnsured) {
+      (void)parts_.attributes.EnsureDescriptorDiscovered(session, entry, uuid);
+    } else if (entry->platform->MissesDescription(uuid)) {
+      (void)parts_.gatt.Run(log_type::kDebug, [&] {
+        return entry->platform->GetDescriptorsForUuidAsync(uuid,
+                                                           platform::BluetoothCacheMode::Uncached);
+      });
+    }
   }
   state.Mark(mark);
 }
 
 std::uint32_t CharacteristicFields::Flags(Session& session, const CharacteristicPtr& entry,
                                           CharacteristicState& state) {
-  if (!entry->platform) return state.flags;
+  if (!entry->platform || state.Has(lazy_mark::kFlagsComputed)) return state.flags;
   Ensure(session, entry, state, lazy_mark::kExtendedPropertiesKnown,
          {descriptor_uuid::kCharacteristicExtendedProperties});
-  if (!state.Has(lazy_mark::kFlagsComputed)) {
-    state.flags = FlagsFromProperties(entry->platform->CharacteristicProperties());
-    state.Mark(lazy_mark::kFlagsComputed);
-  }
+  state.flags = FlagsFromProperties(entry->platform->CharacteristicProperties());
+  state.Mark(lazy_mark::kFlagsComputed);
   return state.flags;
 }
 

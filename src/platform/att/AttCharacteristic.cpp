@@ -1,6 +1,5 @@
 #include "platform/att/AttCharacteristic.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <utility>
@@ -24,12 +23,6 @@ Configuration ParseConfiguration(ByteView value) {
   return (bits & kIndicateBit) != 0 ? Configuration::Indicate : Configuration::None;
 }
 
-using Reading = CharacteristicDescription::Reading;
-using Readings = CharacteristicDescription::Readings;
-
-/// Of no database: they have 16 bits.
-constexpr std::uint32_t kNoVersion = 0xFFFFFFFF;
-
 std::string NoticeOf(const DescriptorRecord& descriptor, const GattReadResult& read) {
   return "The descriptor with handle " + HexNumber<std::string>(descriptor.handle, 4) +
          " could not be read: " +
@@ -38,63 +31,31 @@ std::string NoticeOf(const DescriptorRecord& descriptor, const GattReadResult& r
          ".";
 }
 
+using DescriptorList = std::vector<std::shared_ptr<AttDescriptor>>;
+
 /// Those of the descriptors whose values say something about their characteristic.
-std::vector<std::shared_ptr<AttDescriptor>> Understood(
-    const std::vector<std::shared_ptr<GattDescriptor>>& descriptors) {
-  std::vector<std::shared_ptr<AttDescriptor>> understood;
-  for (const auto& descriptor : descriptors)
+DescriptorList Understood(const GattDescriptorsResult& found) {
+  DescriptorList understood;
+  for (const auto& descriptor : found.descriptors)
     if (CharacteristicDescription::Understands(descriptor->Uuid()))
       understood.push_back(std::static_pointer_cast<AttDescriptor>(descriptor));
   return understood;
 }
 
-/// Reads descriptors one after another, for as long as there is a link; what cannot be read stays
-/// unknown. Nobody asked for their values: no pairing is started for them.
-class DescriptionRead : public std::enable_shared_from_this<DescriptionRead> {
- public:
-  using Done = std::function<void(Readings)>;
-
-  /// `readings` are those of the descriptors and of others; `done` gets them back. `context` is
-  /// told what could not be read, if it is to be told.
-  DescriptionRead(BearerPtr bearer, std::vector<std::shared_ptr<AttDescriptor>> descriptors,
-                  Readings readings, std::shared_ptr<GattContext> context, Done done)
-      : bearer_(std::move(bearer)),
-        descriptors_(std::move(descriptors)),
-        context_(std::move(context)),
-        done_(std::move(done)),
-        readings_(std::move(readings)) {}
-
-  void ReadNext() {
-    if (next_ == descriptors_.size() || !bearer_->IsUsable()) return done_(std::move(readings_));
-    descriptors_[next_]->ReadUnasked(bearer_)->OnCompleted([self = shared_from_this()](auto& read) {
-      self->Note(*read.GetResults());
-      self->ReadNext();
-    });
-  }
-
- private:
-  void Note(const GattReadResult& read) {
-    const std::uint16_t handle = descriptors_[next_++]->AttributeHandle();
-    const auto reading = std::find_if(readings_.begin(), readings_.end(), [&](const auto& one) {
-      return one.descriptor.handle == handle;
-    });
-    reading->value = read.value;
-    if (Succeeded(read)) {
-      reading->outcome = Reading::Outcome::Read;
-      return;
-    }
-    reading->outcome =
-        read.protocolError ? Reading::Outcome::Refused : Reading::Outcome::Unanswered;
-    if (context_) context_->Notify(NoticeOf(reading->descriptor, read));
-  }
-
-  const BearerPtr bearer_;
-  const std::vector<std::shared_ptr<AttDescriptor>> descriptors_;
-  const std::shared_ptr<GattContext> context_;
-  const Done done_;
-  Readings readings_;
-  std::size_t next_ = 0;
-};
+/// Reads descriptors one after another, for as long as there is a link. Nobody asked for their
+/// values: no pairing is started for them.
+void ReadDescriptions(const BearerPtr& bearer, std::shared_ptr<AttCharacteristic> characteristic,
+                      std::shared_ptr<const DescriptorList> descriptors, std::size_t next,
+                      std::function<void()> done) {
+  if (next == descriptors->size() || !bearer->IsUsable()) return done();
+  (*descriptors)[next]->ReadUnasked(bearer)->OnCompleted([=](auto& operation) {
+    const GattReadResult& read = *operation.GetResults();
+    const AttDescriptor& descriptor = *(*descriptors)[next];
+    if (!Succeeded(read))
+      characteristic->NotDescribed({descriptor.AttributeHandle(), descriptor.Uuid()}, read);
+    ReadDescriptions(bearer, characteristic, descriptors, next + 1, done);
+  });
+}
 
 }  // namespace
 
@@ -114,6 +75,12 @@ void AttCharacteristic::Update(const CharacteristicRecord& record) {
 
 void AttCharacteristic::Described(const DescriptorRecord& descriptor, ByteView value) {
   description_.Learn(descriptor, value);
+}
+
+void AttCharacteristic::NotDescribed(const DescriptorRecord& descriptor,
+                                     const GattReadResult& read) {
+  if (description_.Fail(descriptor, !read.protocolError))
+    context_->Notify(NoticeOf(descriptor, read));
 }
 
 [[gnu::hot]] void AttCharacteristic::Keep(ByteView value) {
@@ -199,36 +166,14 @@ AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::QueryDescriptors(
       context_->Link(),
       [self = shared_from_this(), wanted](const BearerPtr& bearer, const auto& operation) {
         const std::uint32_t version = self->context_->DatabaseVersion();
-        self->SearchDescriptors(
-            bearer, [=](const GattResult& status, const std::vector<DescriptorRecord>& records) {
-              if (!Succeeded(status)) return Complete(*operation, status);
-              const auto result = self->Publish(records, wanted);
-              // A query for all reads all anew; one for a kind keeps what is known of the others.
-              const std::uint32_t keeps = wanted ? version : kNoVersion;
-              std::make_shared<DescriptionRead>(
-                  bearer, Understood(result.descriptors), self->description_.Known(keeps, records),
-                  self->context_,
-                  [=](Readings readings) {
-                    self->description_.Replace(version, std::move(readings));
-                    Complete(*operation, status, result);
-                  })
-                  ->ReadNext();
-            });
-      });
-}
-
-AsyncOperationPtr<GattResult> AttCharacteristic::ReadMissingDescriptionsAsync() {
-  const std::vector<DescriptorRecord> missing = description_.Missing();
-  if (missing.empty() || !context_->Link().IsOpen()) return nullptr;
-  return OverLink<GattResult>(
-      context_->Link(),
-      [self = shared_from_this(), missing](const BearerPtr& bearer, const auto& operation) {
-        const auto found = self->Publish(missing, std::nullopt);
-        // What is read tells the description by itself; the user knows already what is not.
-        std::make_shared<DescriptionRead>(
-            bearer, Understood(found.descriptors), self->description_.Known(kNoVersion, missing),
-            nullptr, [operation](const Readings&) { Complete(*operation, GattResult{}); })
-            ->ReadNext();
+        self->SearchDescriptors(bearer, [=](const GattResult& status,
+                                            const std::vector<DescriptorRecord>& records) {
+          if (!Succeeded(status)) return Complete(*operation, status);
+          self->description_.Adopt(version, records);
+          const auto result = self->Publish(records, wanted);
+          ReadDescriptions(bearer, self, std::make_shared<const DescriptorList>(Understood(result)),
+                           0, [=] { Complete(*operation, status, result); });
+        });
       });
 }
 

@@ -27,8 +27,9 @@ class AttCharacteristic final : public GattCharacteristic,
 
   /// Takes over what may differ when the characteristic is found again.
   void Update(const CharacteristicRecord& record);
-  /// Takes over the value of one of its descriptors.
+  /// Takes over the value of one of its descriptors, or why it could not be read.
   void Described(const DescriptorRecord& descriptor, ByteView value);
+  void NotDescribed(const DescriptorRecord& descriptor, const GattReadResult& read);
   /// Keeps a value that the server sent and raises `ValueChanged`; allocates nothing once the
   /// longest value has been seen.
   void Deliver(ByteView value);
@@ -41,12 +42,13 @@ class AttCharacteristic final : public GattCharacteristic,
   std::vector<GattPresentationFormat> PresentationFormats() const override {
     return description_.PresentationFormats();
   }
+  bool MissesDescription(const Guid& descriptorUuid) const override {
+    return description_.Misses(descriptorUuid) && context_->Link().IsOpen();
+  }
 
   AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
       const Guid& uuid, BluetoothCacheMode mode) override;
-
-  AsyncOperationPtr<GattResult> ReadMissingDescriptionsAsync() override;
 
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,

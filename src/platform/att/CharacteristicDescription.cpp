@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <string_view>
+#include <utility>
 
 #include "platform/Utf.h"
 
@@ -45,14 +46,6 @@ bool Is(const DescriptorRecord& descriptor, std::uint16_t assignedNumber) {
   return descriptor.uuid.AssignedNumber16() == assignedNumber;
 }
 
-template <class Readings>
-auto FindReading(Readings& readings, const DescriptorRecord& descriptor) {
-  return std::find_if(readings.begin(), readings.end(), [&](const auto& reading) {
-    return reading.descriptor.handle == descriptor.handle &&
-           reading.descriptor.uuid == descriptor.uuid;
-  });
-}
-
 }  // namespace
 
 bool CharacteristicDescription::Understands(const Guid& descriptorUuid) {
@@ -67,62 +60,68 @@ bool CharacteristicDescription::Understands(const Guid& descriptorUuid) {
   }
 }
 
-void CharacteristicDescription::Replace(std::uint32_t databaseVersion, Readings readings) {
-  const std::lock_guard lock(mutex_);
-  databaseVersion_ = databaseVersion;
-  readings_.swap(readings);
-}
-
-CharacteristicDescription::Readings CharacteristicDescription::Known(
-    std::uint32_t databaseVersion, const std::vector<DescriptorRecord>& descriptors) const {
-  Readings known;
+void CharacteristicDescription::Adopt(std::uint32_t databaseVersion,
+                                      const std::vector<DescriptorRecord>& descriptors) {
+  std::vector<Entry> next;
   const std::lock_guard lock(mutex_);
   for (const DescriptorRecord& descriptor : descriptors) {
     if (!Understands(descriptor.uuid)) continue;
-    const auto before = FindReading(readings_, descriptor);
-    if (databaseVersion == databaseVersion_ && before != readings_.end()) {
-      known.push_back(*before);
-    } else {
-      known.push_back({descriptor, Reading::Outcome::NotRead, {}});
-    }
+    const Entry* const known = databaseVersion == databaseVersion_ ? Find(descriptor) : nullptr;
+    next.push_back(known ? *known : Entry{descriptor, State::Unread, {}});
   }
-  return known;
+  entries_.swap(next);
+  databaseVersion_ = databaseVersion;
+}
+
+CharacteristicDescription::Entry* CharacteristicDescription::Find(
+    const DescriptorRecord& descriptor) {
+  const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+    return entry.descriptor.handle == descriptor.handle && entry.descriptor.uuid == descriptor.uuid;
+  });
+  return found != entries_.end() ? &*found : nullptr;
 }
 
 void CharacteristicDescription::Learn(const DescriptorRecord& descriptor, ByteView value) {
   const std::lock_guard lock(mutex_);
-  const auto known = FindReading(readings_, descriptor);
-  if (known == readings_.end()) return;
-  known->outcome = Reading::Outcome::Read;
-  known->value.assign(value.begin(), value.end());
+  Entry* const entry = Find(descriptor);
+  if (entry == nullptr) return;
+  entry->state = State::Read;
+  entry->value.assign(value.begin(), value.end());
 }
 
-std::vector<DescriptorRecord> CharacteristicDescription::Missing() const {
-  std::vector<DescriptorRecord> missing;
+bool CharacteristicDescription::Fail(const DescriptorRecord& descriptor, bool unanswered) {
   const std::lock_guard lock(mutex_);
-  for (const Reading& reading : readings_)
-    if (reading.outcome == Reading::Outcome::NotRead ||
-        reading.outcome == Reading::Outcome::Refused)
-      missing.push_back(reading.descriptor);
-  return missing;
+  Entry* const entry = Find(descriptor);
+  if (entry == nullptr) return false;
+  entry->value.clear();
+  const State state = unanswered ? State::Unanswered : State::Refused;
+  return std::exchange(entry->state, state) != state;
 }
 
-std::optional<ByteView> CharacteristicDescription::ValueOf(std::uint16_t assignedNumber) const {
-  for (const Reading& reading : readings_)
-    if (reading.outcome == Reading::Outcome::Read && Is(reading.descriptor, assignedNumber))
-      return reading.value;
-  return std::nullopt;
+bool CharacteristicDescription::Misses(const Guid& descriptorUuid) const {
+  const std::lock_guard lock(mutex_);
+  return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+    return entry.descriptor.uuid == descriptorUuid &&
+           (entry.state == State::Unread || entry.state == State::Refused);
+  });
+}
+
+ByteView CharacteristicDescription::ValueOf(std::uint16_t assignedNumber) const {
+  const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+    return Is(entry.descriptor, assignedNumber);
+  });
+  return found != entries_.end() ? ByteView(found->value) : ByteView();
 }
 
 std::uint32_t CharacteristicDescription::ExtendedProperties() const {
   const std::lock_guard lock(mutex_);
-  const auto value = ValueOf(gatt_uuid::kExtendedProperties);
-  return value && value->size() == 2 ? ParseExtendedProperties(*value) : 0;
+  const ByteView value = ValueOf(gatt_uuid::kExtendedProperties);
+  return value.size() == 2 ? ParseExtendedProperties(value) : 0;
 }
 
 std::u16string CharacteristicDescription::UserDescription() const {
   const std::lock_guard lock(mutex_);
-  return ParseUserDescription(ValueOf(gatt_uuid::kUserDescription).value_or(ByteView{}));
+  return ParseUserDescription(ValueOf(gatt_uuid::kUserDescription));
 }
 
 std::vector<GattPresentationFormat> CharacteristicDescription::PresentationFormats() const {
@@ -130,13 +129,12 @@ std::vector<GattPresentationFormat> CharacteristicDescription::PresentationForma
   std::vector<std::uint16_t> aggregate;
   {
     const std::lock_guard lock(mutex_);
-    for (const Reading& reading : readings_) {
-      if (!Is(reading.descriptor, gatt_uuid::kPresentationFormat)) continue;
-      if (const auto format = ParsePresentationFormat(reading.value))
-        formats.emplace(reading.descriptor.handle, *format);
+    for (const Entry& entry : entries_) {
+      if (!Is(entry.descriptor, gatt_uuid::kPresentationFormat)) continue;
+      if (const auto format = ParsePresentationFormat(entry.value))
+        formats.emplace(entry.descriptor.handle, *format);
     }
-    if (const auto value = ValueOf(gatt_uuid::kAggregateFormat))
-      aggregate = ParseAggregateFormat(*value);
+    aggregate = ParseAggregateFormat(ValueOf(gatt_uuid::kAggregateFormat));
   }
   std::vector<GattPresentationFormat> ordered;
   for (const std::uint16_t handle : aggregate)

@@ -15,37 +15,22 @@ namespace corvaneble::platform::att {
 /// descriptors that the last query found, with the values that could be read. Any thread.
 class CharacteristicDescription {
  public:
-  /// One descriptor and what became of the attempt to read it.
-  struct Reading {
-    enum class Outcome {
-      NotRead,     ///< not tried, or the link ended before
-      Read,        ///< the value is known
-      Refused,     ///< by an error response
-      Unanswered,  ///< the link ended because of it, or during it
-    };
-    DescriptorRecord descriptor;
-    Outcome outcome = Outcome::NotRead;
-    Bytes value;
-  };
-  using Readings = std::vector<Reading>;
-
   /// Whether descriptors of this type say something that is kept here.
   static bool Understands(const Guid& descriptorUuid);
 
-  /// Replaces everything by what a query of the database with this version found and read.
-  void Replace(std::uint32_t databaseVersion, Readings readings);
+  /// Takes over which descriptors there are, in the database with this version. Forgets all others,
+  /// and the values from any other database.
+  void Adopt(std::uint32_t databaseVersion, const std::vector<DescriptorRecord>& descriptors);
 
-  /// What is known of `descriptors` in the database with this version, those alone that are
-  /// understood: for a query that does not read all of them again.
-  Readings Known(std::uint32_t databaseVersion,
-                 const std::vector<DescriptorRecord>& descriptors) const;
-
-  /// Takes over a value of a known descriptor that was read, or written, later.
+  /// Takes over a descriptor's value; a value that its type does not allow says nothing.
   void Learn(const DescriptorRecord& descriptor, ByteView value);
 
-  /// Those whose values can still be had: what a device did not answer is not among them, since
-  /// asking it costs the link.
-  std::vector<DescriptorRecord> Missing() const;
+  /// Forgets the value of a descriptor that could not be read; one that was not answered is not
+  /// missed, since asking it again costs the link. False when it was so before.
+  bool Fail(const DescriptorRecord& descriptor, bool unanswered);
+
+  /// Whether a descriptor of a type was found and not read, and may be now.
+  bool Misses(const Guid& descriptorUuid) const;
 
   /// The bits above the property byte: reliable writes and writable auxiliaries.
   std::uint32_t ExtendedProperties() const;
@@ -54,12 +39,21 @@ class CharacteristicDescription {
   std::vector<GattPresentationFormat> PresentationFormats() const;
 
  private:
-  /// The value of the first descriptor of a type; expects mutex_ to be held.
-  std::optional<ByteView> ValueOf(std::uint16_t assignedNumber) const;
+  enum class State { Unread, Read, Refused, Unanswered };
+  struct Entry {
+    DescriptorRecord descriptor;
+    State state = State::Unread;
+    Bytes value;
+  };
+
+  // Both expect mutex_ to be held.
+  Entry* Find(const DescriptorRecord& descriptor);
+  /// The value of the first descriptor of a type; empty when it is not known.
+  ByteView ValueOf(std::uint16_t assignedNumber) const;
 
   mutable std::mutex mutex_;  // guards everything below
   std::uint32_t databaseVersion_ = 0;
-  Readings readings_;  // in the order of their handles
+  std::vector<Entry> entries_;  // of types that are understood, in the order of their handles
 };
 
 }  // namespace corvaneble::platform::att

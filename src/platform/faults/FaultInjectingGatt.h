@@ -45,8 +45,8 @@ class FaultInjectingCharacteristic final
   AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
       const Guid& uuid, BluetoothCacheMode mode) override;
-  AsyncOperationPtr<GattResult> ReadMissingDescriptionsAsync() override {
-    return inner_->ReadMissingDescriptionsAsync();
+  bool MissesDescription(const Guid& descriptorUuid) const override {
+    return inner_->MissesDescription(descriptorUuid);
   }
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,
