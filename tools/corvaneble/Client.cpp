@@ -155,7 +155,7 @@ void Client::DropRest() {
 
 std::size_t Client::Dropped(std::size_t kind) const {
   const std::lock_guard lock(mutex_);
-  return dropped_[kind];
+  return dropped_[kind] + waiting_[kind];
 }
 
 std::int32_t CORVANEBLE_CALL Client::OnEvent(void* self, std::int32_t eventId,

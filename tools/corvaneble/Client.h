@@ -75,7 +75,8 @@ class Client {
   /// left then are dropped.
   void DropRest();
 
-  /// How many events of a kind were dropped because they came faster than they were handled.
+  /// How many events of a kind were dropped because they came faster than they were handled, or wait
+  /// still.
   template <class Kind>
   std::size_t Dropped() const {
     return Dropped(Event(Kind()).index());
