@@ -37,16 +37,24 @@ void Shell(const std::string& command) {
 }
 
 void WaitUntilNoLink() {
+  constexpr std::chrono::seconds kLinger{10};
   const auto isLink = [](const auto& entry) {
     return entry.path().filename().string().find(':') != std::string::npos;
   };
-  const auto end = std::chrono::steady_clock::now() + kLongTime;
-  for (;;) {
+  const auto begin = std::chrono::steady_clock::now();
+  for (auto patience = kLinger;; std::this_thread::sleep_for(std::chrono::milliseconds(50))) {
     const std::filesystem::directory_iterator entries("/sys/class/bluetooth");
     if (std::none_of(std::filesystem::begin(entries), std::filesystem::end(entries), isLink))
       return;
-    if (std::chrono::steady_clock::now() > end) throw std::runtime_error("a link does not end");
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    if (waited > kLongTime) throw std::runtime_error("a link does not end");
+    if (waited < patience) continue;
+    patience += kLinger;
+    try {
+      Tell("drop");  // who lets go of a link before it is there leaves it to BlueZ, which keeps it
+    } catch (const std::runtime_error&) {
+      // It has ended meanwhile, or is dropped the next time.
+    }
   }
 }
 
