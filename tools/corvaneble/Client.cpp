@@ -153,11 +153,6 @@ void Client::DropRest() {
   }
 }
 
-std::size_t Client::Dropped(std::size_t kind) const {
-  const std::lock_guard lock(mutex_);
-  return dropped_[kind] + waiting_[kind];
-}
-
 std::int32_t CORVANEBLE_CALL Client::OnEvent(void* self, std::int32_t eventId,
                                              std::int32_t paramCount, const std::intptr_t* params,
                                              const std::int32_t* lengths) noexcept {

@@ -75,11 +75,17 @@ class Client {
   /// left then are dropped.
   void DropRest();
 
-  /// How many events of a kind were dropped because they came faster than they were handled, or wait
-  /// still.
+  /// How many events of a kind were dropped because they came faster than they were handled.
   template <class Kind>
   std::size_t Dropped() const {
-    return Dropped(Event(Kind()).index());
+    const std::lock_guard lock(mutex_);
+    return dropped_[Event(Kind()).index()];
+  }
+  /// How many of them have not been handled yet.
+  template <class Kind>
+  std::size_t Waiting() const {
+    const std::lock_guard lock(mutex_);
+    return waiting_[Event(Kind()).index()];
   }
 
  private:
@@ -95,7 +101,6 @@ class Client {
   /// the time is over; says whether nothing is left.
   bool HandOver(std::chrono::milliseconds slice);
   std::optional<Event> TakeNext();
-  std::size_t Dropped(std::size_t kind) const;
 
   const std::thread::id owner_ = std::this_thread::get_id();
   Handler handler_;

@@ -58,7 +58,7 @@ void TellDropped(const Client& client) {
     const char* what;
   } kinds[] = {{client.Dropped<Advertisement>(), "advertisements"},
                {client.Dropped<ValueReceived>(), "values"},
-               {client.Dropped<LogLine>(), "log lines"}};
+               {client.Dropped<LogLine>() + client.Waiting<LogLine>(), "log lines"}};
   for (const auto& [count, what] : kinds)
     if (count > 0)
       Complain(std::to_string(count) + " " + what +
