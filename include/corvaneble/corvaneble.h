@@ -23,49 +23,48 @@
  *
  * Conventions
  *
- * - Codes. Set, Do and CheckIndex answer 0 or an error code (CorvaneBLE_Error); the code and a text
- *   stay readable with GetLastErrorCode and GetLastError. Only returned, not kept: Set's -1 and
- * 432, CheckIndex's 280, and the codes of the two conversions. A success sets the code to 0 and
- * leaves the text alone. Nothing ever throws across this boundary.
- * - Values are pointer-sized (intptr_t): an integer or boolean is the value itself, a text is a
- *   pointer to NUL-terminated text, bytes are a pointer and a count in the `lengths` array beside.
+ * - Codes. Set, Do and CheckIndex return 0 or an error code (CorvaneBLE_Error). The code and a text
+ *   are kept for GetLastErrorCode and GetLastError, except for Set's -1 and 432, CheckIndex's 280
+ *   and the codes of the two conversions, which are only returned. A success sets the code to 0 and
+ *   leaves the text unchanged. No exception crosses this boundary.
+ * - Values are pointer-sized (intptr_t). An integer or a boolean is the value itself; a text is a
+ *   pointer to NUL-terminated text; bytes are a pointer, with their count in the `lengths` array.
  *   A null text counts as the empty one.
- * - Texts are narrow, in the instance's code page (0, the system's own, unless the setting
- *   "CodePage" says otherwise; UTF-8 on Linux), or UTF-16 (16-bit units, as char16_t) when a
- *   property or method number is raised by CORVANEBLE_WIDE.
- * - Lifetime. A pointer that is handed out belongs to the instance. It is valid until the same
- *   thread asks for the same value again or ends, or what it describes is gone (Disconnect,
- *   Destroy).
- *   What an event delivers is valid while the callback runs.
+ * - Texts are narrow, in the code page of the instance (the system's own unless the setting
+ *   "CodePage" says otherwise; UTF-8 on Linux), or UTF-16 (16-bit units, as char16_t) when
+ *   CORVANEBLE_WIDE is added to the property or method number.
+ * - Lifetimes. A pointer that is handed out belongs to the instance. It is valid until the same
+ *   thread asks for the same value again, until that thread ends, or until what it describes is
+ *   gone (Disconnect, Destroy). What an event delivers is valid while the callback runs.
  * - Identifiers. A service, characteristic or descriptor is named by 12 hexadecimal digits: the
  *   attribute handles of the three levels, "0000" where one does not apply. A server is named by
  *   its 48-bit Bluetooth address as 12 hexadecimal digits, most significant byte first. Both are
- *   handed out in upper case and accepted in either case. In an address a pair of characters that
- *   are not both hexadecimal digits, or are missing, counts as FF: no text is refused, a mistyped
- *   one names a device that is not there (604).
+ *   handed out in upper case and accepted in either case. In an address, a pair of characters that
+ *   is missing or not hexadecimal counts as FF: no text is refused, and a mistyped one names a
+ *   device that does not exist (604).
  * - UUIDs are handed out as 36 upper-case characters ("0000180D-0000-1000-8000-00805F9B34FB") and
  *   accepted as 4, 8 or 32 hexadecimal digits too. Lists of them are separated by commas. Blanks
- *   around a UUID do not count, nor does "0x" or "-" anywhere in it. Of what is left only the
- *   length is checked (600); a pair that is not hexadecimal counts as FF. A mistyped UUID may
- *   therefore be one that nothing has: the call then finds nothing and returns 0.
+ *   around a UUID, and "0x" or "-" anywhere in it, are ignored. Of the rest only the length is
+ *   checked (600); a pair that is not hexadecimal counts as FF. A call with a mistyped UUID may
+ *   therefore find nothing and return 0.
  * - Threads. One host thread at a time may use an instance; different instances are independent.
  *   Events that a method raises arrive on the calling thread, inside the call. Advertisements,
- *   notifications, changes of the link and of the server arrive on threads of the platform, at any
- *   time, several at once. Any function may be called from inside the callback, Destroy too. Once
- *   Destroy has returned, no callback of the instance runs any more (save the one it was called
- *   from).
- * - Waiting. Each operation of the radio is given `Timeout` seconds; on Windows the calling
- *   thread's window messages are dispatched meanwhile.
+ *   notifications and changes of the link or the server arrive on threads of the platform, at any
+ *   time, several at once. Any function may be called from inside the callback, Destroy included.
+ *   Once Destroy has returned, no callback of the instance runs any more, except the one that
+ *   Destroy was called from.
+ * - Waiting. Each operation of the radio may take `Timeout` seconds. On Windows the messages of the
+ *   calling thread are dispatched meanwhile.
  * - The radio is chosen when an instance is created, by the environment variable CORVANEBLE_RADIO:
  *     auto                  the machine's own radio (also when the variable is not set)
  *     simulated             a built-in scene of a few devices, without any hardware
  *     simulated:FILE.json   the devices that a scenario file describes
  *     linux, linux:hciN     BlueZ's default adapter, or the one named
- *     windows               the Windows radio
- *   Creating an instance always succeeds. One of these that was asked for and cannot be had fails
- *   when it is first used, with code CORVANEBLE_ERROR_PLATFORM_FAILURE (614) and the reason. Where
+ *     windows               not built yet: every use fails with 614
+ *   Creating an instance always succeeds. A radio that was asked for by name and is not available
+ *   fails when it is first used, with CORVANEBLE_ERROR_PLATFORM_FAILURE (614) and the reason. Where
  *   `auto` finds no adapter, StartScanning fails with 613 and Connect with 604, and a Log event of
- *   type "Radio" says what is missing, if anything is known.
+ *   type "Radio" gives the reason where it is known.
  */
 #pragma once
 
@@ -216,7 +215,7 @@ enum CorvaneBLE_Method {
    * Discovers services and their characteristics. 0: UUIDs of services, empty for all; 1: UUIDs of
    * characteristics, empty for all; 2: boolean, descriptors too; 3: identifier of the service whose
    * included services are wanted, empty for the primary services. 609: services include each other
-   * in a circle.
+   * in a circle or too deeply, or the server reports more attributes than it can have.
    */
   CORVANEBLE_METHOD_DISCOVER = 5,
   /** 0: service; 1: UUIDs of characteristics, empty for all. */
@@ -261,8 +260,8 @@ enum CorvaneBLE_Event {
    * A packet was heard; on a platform thread. 0 s address; 1 s name, may be empty; 2 i RSSI, dBm;
    * 3 i transmit power, dBm, or CORVANEBLE_TX_POWER_ABSENT; 4 s UUIDs of services; 5 s UUIDs of
    * services with data; 6 s UUIDs of solicited services; 7 i company identifier, or
-   * CORVANEBLE_COMPANY_ABSENT; 8 b manufacturer data of the first section; 9 i is connectable; 10 i
-   * is a scan response.
+   * CORVANEBLE_COMPANY_ABSENT; 8 b manufacturer data of the first section; 9 i is connectable;
+   * 10 i is a scan response.
    */
   CORVANEBLE_EVENT_ADVERTISEMENT = 1,
   CORVANEBLE_EVENT_CONNECTED = 2,    /**< 0 i code; 1 s "OK", "Online", or the error's text */
@@ -279,11 +278,11 @@ enum CorvaneBLE_Event {
   /** 0 s service; 1 s characteristic; 2 s UUID; 3 s assigned name. */
   CORVANEBLE_EVENT_SUBSCRIBED = 10,
   CORVANEBLE_EVENT_UNSUBSCRIBED = 11, /**< As Subscribed. */
-  /** A value was read, or came by notification or indication. 0 s service; 1 s characteristic; 2 s
-   *  descriptor, or empty; 3 s UUID; 4 s assigned name; 5 b value. */
+  /** A value was read, or came by notification or indication. 0 s service; 1 s characteristic;
+   *  2 s descriptor, or empty; 3 s UUID; 4 s assigned name; 5 b value. */
   CORVANEBLE_EVENT_VALUE = 12,
-  /** A write was confirmed. 0 s service; 1 s characteristic; 2 s descriptor, or empty; 3 s UUID; 4
-   * s assigned name. */
+  /** A write was confirmed. 0 s service; 1 s characteristic; 2 s descriptor, or empty; 3 s UUID;
+   *  4 s assigned name. */
   CORVANEBLE_EVENT_WRITE_RESPONSE = 13
 };
 
