@@ -59,7 +59,7 @@ class CallGate {
 
   void Leave() {
     if ((calls_.fetch_sub(1) & kClosed) == 0) return;
-    const std::lock_guard lock(mutex_);  // whoever closes has looked, or waits already
+    const std::lock_guard lock(mutex_);  // the closing thread waits already, or has not looked yet
     left_.notify_all();
   }
 

@@ -73,7 +73,7 @@ bool StatefulWatcher::OnAborted() {
 
 void StatefulWatcher::RaiseStopped(BluetoothError error) {
   stopped_.Raise(*this, {error});
-  begun_.Open();  // whoever waits for the beginning learns of a failure after it was told
+  begun_.Open();  // StartScanning reports the failure after the events
 }
 
 }  // namespace corvaneble::platform

@@ -117,11 +117,11 @@ void AttLink::OnReady(const std::shared_ptr<AttBearer>& bearer, const AttReply& 
   std::vector<Use> waiting;
   {
     const std::lock_guard lock(mutex_);
-    if (!bearer || bearer_ != bearer) return;  // whoever ended it has seen to what was waiting
+    if (!bearer || bearer_ != bearer) return;  // its end has answered what was waiting
     state_ = State::Open;
     announced_ = ready;
     if (!ready && reply.reason == ChannelError::Unreachable && WasNeverEstablished())
-      return;  // OnBearerClosed opens another for who waits
+      return;  // OnBearerClosed opens another one
     channels_ = 0;
     waiting.swap(waiting_);
   }

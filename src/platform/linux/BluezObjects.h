@@ -48,7 +48,7 @@ struct DeviceObject {
   bool bonded = false;   ///< an older BlueZ does not say
   bool classic = false;  ///< the device also knows BR/EDR
 
-  /// Whether there is a key for Low Energy; with BR/EDR, the key may be that one's alone.
+  /// Whether there is a key for Low Energy; where there is BR/EDR too, the key may be for that.
   bool HasKey() const { return (paired || bonded) && !classic; }
 
  private:

@@ -27,8 +27,8 @@ std::optional<std::uint16_t> IndexOf(std::string_view adapterName) {
   return index;
 }
 
-/// Asks for LE events alone. The kernel takes the request without a word from anybody, and leaves
-/// the events out where the process may not have them: so look what it made of it.
+/// Asks for LE events alone. The kernel accepts the request from anybody and leaves out the events
+/// that the process may not have, so the filter is read back.
 bool AcceptsLeEvents(int socket) {
   kernel::HciFilter filter;
   filter.packetTypes = 1U << kEventPacket;

@@ -43,7 +43,7 @@ bool IsEmptyPdu(int socket, ssize_t size) {
   return size == 0 && !HasEnded(socket);
 }
 
-/// A link that is being secured is not connected for whoever sends, nor is one that has ended.
+/// Sending fails in the same way on a link that is being secured and on one that has ended.
 bool MaySendLater(int socket, int error) {
   return IsTemporary(error) || (error == ENOTCONN && !HasEnded(socket));
 }
