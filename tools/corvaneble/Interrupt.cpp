@@ -9,25 +9,33 @@ namespace {
 std::atomic<bool> interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler must not block");
 
-extern "C" void OnInterrupt(int signal) {
+extern "C" void OnInterrupt(int /*signal*/) {
   interrupted = true;
-  std::signal(signal, SIG_DFL);
 }
 
 }  // namespace
 
+// The first interrupt restores the default: a second one ends the program, whatever it is doing.
+
+#ifdef _WIN32
 void WatchForInterrupt() {
   std::signal(SIGINT, OnInterrupt);
   std::signal(SIGTERM, OnInterrupt);
-#ifdef SIGPIPE
-  std::signal(SIGPIPE, SIG_DFL);
-#endif
 }
 
-#ifdef _WIN32
 InterruptibleCalls::InterruptibleCalls() = default;  // they are
 InterruptibleCalls::~InterruptibleCalls() = default;
 #else
+void WatchForInterrupt() {
+  // Calls that were interrupted go on, so that no output is lost; std::signal leaves that open.
+  struct sigaction action {};
+  action.sa_handler = OnInterrupt;
+  action.sa_flags = SA_RESTART | SA_RESETHAND;
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+  std::signal(SIGPIPE, SIG_DFL);
+}
+
 namespace {
 
 void RestartCalls(bool restart) {
