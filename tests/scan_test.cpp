@@ -233,17 +233,19 @@ TEST(Events, UnicodeEventsCarryUtf16) {
   EXPECT_EQ(count, 1);
 }
 
+/// Notes how long the text of a StartScan event is; nothing for a null one.
+int32_t CORVANEBLE_CALL MeasureFilter(void* userData, int32_t eventId, int32_t /*paramCount*/,
+                                      const intptr_t* params, const int32_t* /*lengths*/) {
+  if (eventId != CORVANEBLE_EVENT_START_SCAN || params[0] == 0) return 0;
+  const std::u16string text(reinterpret_cast<const char16_t*>(params[0]));
+  return *static_cast<std::int32_t*>(userData) = static_cast<std::int32_t>(text.size());
+}
+
 TEST(Events, AnEmptyTextIsEmptyInAnyCodePage) {
   SetEnvironment("CORVANEBLE_RADIO", "simulated");
   std::int32_t length = -1;  // of the text in the event
-  auto* client = CorvaneBLE_BLEClient_Create(
-      [](void* userData, std::int32_t event, std::int32_t, const std::intptr_t* params,
-         const std::int32_t*) -> std::int32_t {
-        if (event != CORVANEBLE_EVENT_START_SCAN || params[0] == 0) return 0;
-        const std::u16string text(reinterpret_cast<const char16_t*>(params[0]));
-        return *static_cast<std::int32_t*>(userData) = static_cast<std::int32_t>(text.size());
-      },
-      &length, nullptr, CORVANEBLE_UNICODE_EVENTS);
+  auto* client =
+      CorvaneBLE_BLEClient_Create(&MeasureFilter, &length, nullptr, CORVANEBLE_UNICODE_EVENTS);
   SetEnvironment("CORVANEBLE_RADIO", "");
   std::intptr_t params[] = {reinterpret_cast<std::intptr_t>("CodePage=1200"), 0};
   for (const int method : {CORVANEBLE_METHOD_CONFIG, CORVANEBLE_METHOD_START_SCANNING}) {
