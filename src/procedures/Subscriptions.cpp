@@ -131,9 +131,7 @@ bool Subscriptions::QuerySubscribed(Session& session, const CharacteristicPtr& c
 
 [[gnu::hot]] void Subscriptions::OnValueChanged(const platform::GattCharacteristic& sender,
                                                 platform::ByteView value) {
-  // What a session that is over still hears is in no tree that counts.
-  const CharacteristicPtr characteristic =
-      parts_.connection.Current()->tree.FindCharacteristicByObject(sender);
+  const CharacteristicPtr characteristic = parts_.connection.FindByObject(sender);
   if (!characteristic) return;
   UpdateSubscription(*characteristic, true);
   parts_.events.FireValue(CharacteristicNames(*characteristic).names, value);

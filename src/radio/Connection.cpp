@@ -109,6 +109,12 @@ ErrorCode Connection::Select(std::string_view serviceId, std::string_view charac
   return current_;
 }
 
+[[gnu::hot]] CharacteristicPtr Connection::FindByObject(
+    const platform::GattCharacteristic& object) const {
+  const std::lock_guard lock(mutex_);  // cheaper than a reference to the session
+  return current_->tree.FindCharacteristicByObject(object);
+}
+
 [[gnu::hot]] ErrorCode Connection::RequireConnection(SessionPtr& session) const {
   session = Current();
   return session->IsLive() ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);

@@ -53,6 +53,10 @@ class Connection {
   /// What the instance is connected with; never null.
   SessionPtr Current() const;
 
+  /// The record of a platform object in the current session; null for one of a session that is
+  /// over.
+  CharacteristicPtr FindByObject(const platform::GattCharacteristic& object) const;
+
   /// 0 and the current session while it is live, else 605.
   [[nodiscard]] ErrorCode RequireConnection(SessionPtr& session) const;
 
@@ -78,7 +82,7 @@ class Connection {
                              const platform::GattServicesChangedEventArgs& args);
 
   const Parts parts_;
-  mutable std::mutex mutex_;  // guards current_
+  mutable std::mutex mutex_;  // guards current_; may be held while taking its tree's
   SessionPtr current_;
 };
 
