@@ -51,10 +51,10 @@ void operator delete[](void* block, std::size_t) noexcept {
   Free(block);
 }
 
-namespace corvaneble::bench {
+namespace ble::bench {
 
 Allocations AllocationsNow() {
   return {count, liveBytes};
 }
 
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

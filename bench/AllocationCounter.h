@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace corvaneble::bench {
+namespace ble::bench {
 
 /// What this program has asked the heap for so far: the benchmarks replace operator new.
 struct Allocations {
@@ -12,4 +12,4 @@ struct Allocations {
 
 Allocations AllocationsNow();
 
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

@@ -5,17 +5,17 @@
 #include <utility>
 
 #include "api/BLEClient.h"
+#include "backends/UnavailableRadio.h"
 #include "corvaneble/corvaneble.h"
 #include "platform/BluetoothAdvertisement.h"
 #include "platform/SystemServices.h"
-#include "platform/UnavailableRadio.h"
 
-namespace corvaneble::bench {
+namespace ble::bench {
 
 /// An instance that counts its events.
 class BenchHost {
  public:
-  explicit BenchHost(platform::OpenedRadio radio, bool unicodeEvents = false)
+  explicit BenchHost(OpenedRadio radio, bool unicodeEvents = false)
       : handle_(BLEClient::Create(&OnEvent, this, unicodeEvents, std::move(radio))) {}
   ~BenchHost() { CorvaneBLE_BLEClient_Destroy(handle_); }
   BenchHost(const BenchHost&) = delete;
@@ -47,14 +47,14 @@ class BenchHost {
 };
 
 /// A radio that hears what the benchmark gives it, on the benchmark's thread.
-class LoopbackRadio final : public platform::Radio {
+class LoopbackRadio final : public Radio {
  public:
-  class Watcher final : public platform::BluetoothLEAdvertisementWatcher {
+  class Watcher final : public BluetoothLEAdvertisementWatcher {
    public:
-    using Status_ = platform::BluetoothLEAdvertisementWatcherStatus;
+    using Status_ = BluetoothLEAdvertisementWatcherStatus;
     Status_ Status() const override { return status_; }
-    void SetScanningMode(platform::BluetoothLEScanningMode) override {}
-    void SetAdvertisementFilter(platform::BluetoothLEAdvertisementFilter) override {}
+    void SetScanningMode(BluetoothLEScanningMode) override {}
+    void SetAdvertisementFilter(BluetoothLEAdvertisementFilter) override {}
     void Start() override {
       status_ = Status_::Started;
       begun_.Open();
@@ -63,40 +63,39 @@ class LoopbackRadio final : public platform::Radio {
       status_ = Status_::Stopped;
       over_.Open();
     }
-    platform::Latch::SignalPtr Begun() override { return begun_.Signal(); }
-    platform::Latch::SignalPtr Over() override { return over_.Signal(); }
-    platform::EventToken OnReceived(Received::Handler handler) override {
+    Latch::SignalPtr Begun() override { return begun_.Signal(); }
+    Latch::SignalPtr Over() override { return over_.Signal(); }
+    EventToken OnReceived(Received::Handler handler) override {
       return received_.Add(std::move(handler));
     }
-    platform::EventToken OnStopped(Stopped::Handler handler) override {
+    EventToken OnStopped(Stopped::Handler handler) override {
       return stopped_.Add(std::move(handler));
     }
-    void Hear(const platform::BluetoothLEAdvertisementReceivedEventArgs& args) const {
+    void Hear(const BluetoothLEAdvertisementReceivedEventArgs& args) const {
       received_.Raise(args);
     }
 
    private:
     Status_ status_ = Status_::Created;
-    platform::Latch begun_;
-    platform::Latch over_;
+    Latch begun_;
+    Latch over_;
     Received received_;
     Stopped stopped_;
   };
 
-  platform::AsyncOperationPtr<platform::BluetoothAdapter> GetDefaultAdapterAsync() override {
-    class Adapter final : public platform::BluetoothAdapter {
+  AsyncOperationPtr<BluetoothAdapter> GetDefaultAdapterAsync() override {
+    class Adapter final : public BluetoothAdapter {
      public:
       std::uint64_t BluetoothAddress() const override { return 0; }
       bool IsLowEnergySupported() const override { return true; }
     };
-    return platform::CompletedOperation<platform::BluetoothAdapter>(std::make_shared<Adapter>());
+    return CompletedOperation<BluetoothAdapter>(std::make_shared<Adapter>());
   }
-  std::shared_ptr<platform::BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
+  std::shared_ptr<BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
     return watcher_;
   }
-  platform::AsyncOperationPtr<platform::BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
-      std::uint64_t) override {
-    return platform::CompletedOperation<platform::BluetoothLEDevice>(nullptr);
+  AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(std::uint64_t) override {
+    return CompletedOperation<BluetoothLEDevice>(nullptr);
   }
 
   const Watcher& Ether() const { return *watcher_; }
@@ -105,4 +104,4 @@ class LoopbackRadio final : public platform::Radio {
   const std::shared_ptr<Watcher> watcher_ = std::make_shared<Watcher>();
 };
 
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

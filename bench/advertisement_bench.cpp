@@ -3,23 +3,21 @@
 #include "AllocationCounter.h"
 #include "BenchHost.h"
 
-namespace corvaneble::bench {
+namespace ble::bench {
 namespace {
 
 /// 31 bytes: flags, a name, two service UUIDs, manufacturer data.
-const platform::Bytes kPayload = {2,    0x01, 0x06, 9,    0x09, 'H',  'R',  ' ',  'S', 't',  'r',
-                                  'a',  'p',  5,    0x03, 0x0D, 0x18, 0x0F, 0x18, 11,  0xFF, 0x4C,
-                                  0x00, 1,    2,    3,    4,    5,    6,    7,    8};
+const Bytes kPayload = {2,    0x01, 0x06, 9,    0x09, 'H',  'R',  ' ',  'S', 't',  'r',
+                        'a',  'p',  5,    0x03, 0x0D, 0x18, 0x0F, 0x18, 11,  0xFF, 0x4C,
+                        0x00, 1,    2,    3,    4,    5,    6,    7,    8};
 
 /// From the platform's callback to the host's return: one Advertisement event an iteration.
 void Advertisement(benchmark::State& state) {
   const auto radio = std::make_shared<LoopbackRadio>();
-  const BenchHost host({radio, platform::SystemClock(), platform::SystemPump()},
-                       state.range(0) != 0);
+  const BenchHost host({radio, SystemClock(), SystemPump()}, state.range(0) != 0);
   if (host.Do(CORVANEBLE_METHOD_START_SCANNING) != 0) state.SkipWithError("no scan");
-  const platform::BluetoothLEAdvertisement advertisement(kPayload);
-  const platform::BluetoothLEAdvertisementReceivedEventArgs args{
-      advertisement, 0xC0FFEE000001, -60, {}};
+  const BluetoothLEAdvertisement advertisement(kPayload);
+  const BluetoothLEAdvertisementReceivedEventArgs args{advertisement, 0xC0FFEE000001, -60, {}};
   radio->Ether().Hear(args);  // first of all storage grows to what is needed
   const std::uint64_t eventsBefore = host.Events();
   const std::size_t before = AllocationsNow().count;
@@ -32,4 +30,4 @@ void Advertisement(benchmark::State& state) {
 BENCHMARK(Advertisement)->ArgName("utf16")->Arg(0)->Arg(1);
 
 }  // namespace
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

@@ -1,10 +1,10 @@
 #include <benchmark/benchmark.h>
 
 #include "BenchHost.h"
-#include "platform/simulated/ScenarioLoader.h"
-#include "platform/simulated/SimulatedRadio.h"
+#include "backends/simulated/ScenarioLoader.h"
+#include "backends/simulated/SimulatedRadio.h"
 
-namespace corvaneble::bench {
+namespace ble::bench {
 namespace {
 
 constexpr const char* kScene = R"({"time": "virtual", "peripherals": [
@@ -12,9 +12,9 @@ constexpr const char* kScene = R"({"time": "virtual", "peripherals": [
     {"uuid": "180F", "handle": 32, "characteristics": [
       {"uuid": "2A19", "handle": 33, "properties": ["read"], "value": "64"}]}]}]})";
 
-platform::OpenedRadio SceneRadio() {
-  return platform::simulated::OpenSimulatedRadio(
-      std::get<platform::simulated::Scenario>(platform::simulated::ParseScenario(kScene, "bench")));
+OpenedRadio SceneRadio() {
+  return simulated::OpenSimulatedRadio(
+      std::get<simulated::Scenario>(simulated::ParseScenario(kScene, "bench")));
 }
 
 void GetInteger(benchmark::State& state) {
@@ -52,4 +52,4 @@ void ConfigRead(benchmark::State& state) {
 BENCHMARK(ConfigRead);
 
 }  // namespace
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

@@ -8,22 +8,19 @@
 #include "AllocationCounter.h"
 #include "BenchHost.h"
 #include "ManyCharacteristics.h"
+#include "backends/simulated/SimulatedRadio.h"
 #include "frame/ErrorState.h"
 #include "gatt/GattObjectTree.h"
-#include "platform/simulated/SimulatedRadio.h"
 
-namespace corvaneble::bench {
+namespace ble::bench {
 namespace {
-
-using platform::GattCharacteristic;
 
 /// Discovery through the exports, over ATT: time per characteristic.
 void Discover(benchmark::State& state) {
   for (auto _ : state) {
     state.PauseTiming();
-    auto host =
-        std::make_unique<BenchHost>(platform::simulated::OpenSimulatedRadio(ManyCharacteristics(
-            state.range(0), true, platform::gatt_characteristic_properties::kRead)));
+    auto host = std::make_unique<BenchHost>(simulated::OpenSimulatedRadio(
+        ManyCharacteristics(state.range(0), true, gatt_characteristic_properties::kRead)));
     host->Do(CORVANEBLE_METHOD_CONNECT, kManyAddress);
     host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES);
     state.ResumeTiming();
@@ -45,36 +42,31 @@ class BareCharacteristic final : public GattCharacteristic {
  public:
   explicit BareCharacteristic(std::uint16_t handle) : handle_(handle) {}
   std::uint16_t AttributeHandle() const override { return handle_; }
-  platform::Guid Uuid() const override { return UuidFromShort(0x2A19); }
+  Uuid AttributeUuid() const override { return UuidFromShort(0x2A19); }
   std::uint32_t CharacteristicProperties() const override { return 2; }
   std::u16string UserDescription() const override { return {}; }
-  std::vector<platform::GattPresentationFormat> PresentationFormats() const override { return {}; }
-  platform::AsyncOperationPtr<platform::GattDescriptorsResult> GetDescriptorsAsync(
-      platform::BluetoothCacheMode) override {
+  std::vector<GattPresentationFormat> PresentationFormats() const override { return {}; }
+  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode) override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::GattDescriptorsResult> GetDescriptorsForUuidAsync(
-      const platform::Guid&, platform::BluetoothCacheMode) override {
+  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(const Uuid&,
+                                                                      BluetoothCacheMode) override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::GattReadResult> ReadValueAsync(
-      platform::BluetoothCacheMode) override {
+  AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode) override { return nullptr; }
+  AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView, GattWriteOption) override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::GattWriteResult> WriteValueWithResultAsync(
-      platform::ByteView, platform::GattWriteOption) override {
-    return nullptr;
-  }
-  platform::AsyncOperationPtr<platform::GattReadClientCharacteristicConfigurationDescriptorResult>
+  AsyncOperationPtr<GattReadClientCharacteristicConfigurationDescriptorResult>
   ReadClientCharacteristicConfigurationDescriptorAsync() override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::GattWriteResult>
+  AsyncOperationPtr<GattWriteResult>
   WriteClientCharacteristicConfigurationDescriptorWithResultAsync(
-      platform::GattClientCharacteristicConfigurationDescriptorValue) override {
+      GattClientCharacteristicConfigurationDescriptorValue) override {
     return nullptr;
   }
-  platform::EventToken OnValueChanged(ValueChanged::Handler handler) override {
+  EventToken OnValueChanged(ValueChanged::Handler handler) override {
     handler_ = std::move(handler);
     return {};
   }
@@ -84,24 +76,24 @@ class BareCharacteristic final : public GattCharacteristic {
   ValueChanged::Handler handler_;
 };
 
-class BareService final : public platform::GattDeviceService {
+class BareService final : public GattDeviceService {
  public:
   std::uint16_t AttributeHandle() const override { return 1; }
-  platform::Guid Uuid() const override { return UuidFromShort(0x180F); }
-  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetIncludedServicesAsync(
-      platform::BluetoothCacheMode) override {
+  Uuid AttributeUuid() const override { return UuidFromShort(0x180F); }
+  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(
+      BluetoothCacheMode) override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
-      const platform::Guid&, platform::BluetoothCacheMode) override {
+  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
+      const Uuid&, BluetoothCacheMode) override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::GattCharacteristicsResult> GetCharacteristicsAsync(
-      platform::BluetoothCacheMode) override {
+  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(
+      BluetoothCacheMode) override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
-      const platform::Guid&, platform::BluetoothCacheMode) override {
+  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
+      const Uuid&, BluetoothCacheMode) override {
     return nullptr;
   }
 };
@@ -116,7 +108,7 @@ void Tree(benchmark::State& state) {
   double bytes = 0;
   for (auto _ : state) {
     ErrorState errors;
-    GattObjectTree tree(errors, [](GattCharacteristic&, platform::ByteView) {});
+    GattObjectTree tree(errors, [](GattCharacteristic&, ByteView) {});
     const std::size_t before = AllocationsNow().liveBytes;
     const auto service = tree.AddService(std::make_shared<BareService>(), GattId(1, 0, 0)).first;
     for (std::uint16_t i = 0; i < count; ++i) {
@@ -137,4 +129,4 @@ void Tree(benchmark::State& state) {
 BENCHMARK(Tree)->Arg(200)->Arg(20'000);
 
 }  // namespace
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

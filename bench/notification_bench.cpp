@@ -8,17 +8,17 @@
 #include "AllocationCounter.h"
 #include "BenchHost.h"
 #include "ManyCharacteristics.h"
-#include "platform/att/GattClient.h"
-#include "platform/simulated/SimulatedLink.h"
-#include "platform/simulated/SimulatedRadio.h"
+#include "att/GattClient.h"
+#include "backends/simulated/SimulatedLink.h"
+#include "backends/simulated/SimulatedRadio.h"
 
-namespace corvaneble::bench {
+namespace ble::bench {
 namespace {
 
-using platform::att::AttChannel;
-using platform::simulated::SimulatedConnector;
-using platform::simulated::Timeline;
-using platform::simulated::VirtualPeripheral;
+using att::AttChannel;
+using simulated::SimulatedConnector;
+using simulated::Timeline;
+using simulated::VirtualPeripheral;
 
 /// A channel that also hears what the benchmark says, on the benchmark's thread.
 class TappedChannel final : public AttChannel {
@@ -28,12 +28,12 @@ class TappedChannel final : public AttChannel {
     listener_ = listener;
     inner_->Start(std::move(listener));
   }
-  bool Send(platform::ByteView pdu) override { return inner_->Send(pdu); }
+  bool Send(ByteView pdu) override { return inner_->Send(pdu); }
   void Close() override { inner_->Close(); }
   void RaiseSecurity(std::function<void(bool)> done) override {
     inner_->RaiseSecurity(std::move(done));
   }
-  void Say(platform::ByteView pdu) const {
+  void Say(ByteView pdu) const {
     if (const auto listener = listener_.lock()) listener->OnPdu(pdu);
   }
 
@@ -42,12 +42,12 @@ class TappedChannel final : public AttChannel {
   std::weak_ptr<Listener> listener_;
 };
 
-class TappedConnector final : public platform::att::AttConnector {
+class TappedConnector final : public att::AttConnector {
  public:
   explicit TappedConnector(std::shared_ptr<AttConnector> inner) : inner_(std::move(inner)) {}
   void Open(Opened opened) override {
     inner_->Open([this, opened = std::move(opened)](std::shared_ptr<AttChannel> channel,
-                                                    platform::att::ChannelError error) {
+                                                    att::ChannelError error) {
       if (channel) channel_ = std::make_shared<TappedChannel>(std::move(channel));
       opened(channel_, error);
     });
@@ -60,7 +60,7 @@ class TappedConnector final : public platform::att::AttConnector {
 };
 
 /// A simulated device whose channel is tapped.
-class TappedDevice final : public platform::BluetoothLEDevice {
+class TappedDevice final : public BluetoothLEDevice {
  public:
   TappedDevice(const std::shared_ptr<Timeline>& timeline,
                const std::shared_ptr<VirtualPeripheral>& peripheral)
@@ -71,44 +71,42 @@ class TappedDevice final : public platform::BluetoothLEDevice {
   const TappedChannel& Channel() const { return connector_->Channel(); }
 
   std::uint64_t BluetoothAddress() const override { return 1; }
-  platform::BluetoothConnectionStatus ConnectionStatus() const override {
-    return platform::BluetoothConnectionStatus::Connected;
+  BluetoothConnectionStatus ConnectionStatus() const override {
+    return BluetoothConnectionStatus::Connected;
   }
   std::u16string Name() const override { return {}; }
-  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesAsync(
-      platform::BluetoothCacheMode mode) override {
+  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(
+      BluetoothCacheMode mode) override {
     return client_.GetGattServicesAsync(mode);
   }
-  platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesForUuidAsync(
-      const platform::Guid& uuid, platform::BluetoothCacheMode mode) override {
+  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(
+      const Uuid& uuid, BluetoothCacheMode mode) override {
     return client_.GetGattServicesForUuidAsync(uuid, mode);
   }
-  platform::EventToken OnConnectionStatusChanged(Changed::Handler) override { return {}; }
-  platform::EventToken OnNameChanged(Changed::Handler) override { return {}; }
-  platform::EventToken OnGattServicesChanged(GattServicesChanged::Handler) override { return {}; }
+  EventToken OnConnectionStatusChanged(Changed::Handler) override { return {}; }
+  EventToken OnNameChanged(Changed::Handler) override { return {}; }
+  EventToken OnGattServicesChanged(GattServicesChanged::Handler) override { return {}; }
 
  private:
   const std::shared_ptr<TappedConnector> connector_;
-  platform::att::GattClient client_;
+  att::GattClient client_;
 };
 
-class TappedRadio final : public platform::Radio {
+class TappedRadio final : public Radio {
  public:
-  explicit TappedRadio(std::shared_ptr<platform::BluetoothLEDevice> device)
-      : device_(std::move(device)) {}
-  platform::AsyncOperationPtr<platform::BluetoothAdapter> GetDefaultAdapterAsync() override {
-    return platform::CompletedOperation<platform::BluetoothAdapter>(nullptr);
+  explicit TappedRadio(std::shared_ptr<BluetoothLEDevice> device) : device_(std::move(device)) {}
+  AsyncOperationPtr<BluetoothAdapter> GetDefaultAdapterAsync() override {
+    return CompletedOperation<BluetoothAdapter>(nullptr);
   }
-  std::shared_ptr<platform::BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
+  std::shared_ptr<BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
     return nullptr;
   }
-  platform::AsyncOperationPtr<platform::BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
-      std::uint64_t) override {
-    return platform::CompletedOperation(device_);
+  AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(std::uint64_t) override {
+    return CompletedOperation(device_);
   }
 
  private:
-  const std::shared_ptr<platform::BluetoothLEDevice> device_;
+  const std::shared_ptr<BluetoothLEDevice> device_;
 };
 
 /// From the ATT PDU to the host's return: one Value event an iteration, for the last of many known
@@ -116,7 +114,7 @@ class TappedRadio final : public platform::Radio {
 void Notification(benchmark::State& state) {
   const auto timeline = std::make_shared<Timeline>(Timeline::Mode::Virtual);
   const auto scenario =
-      ManyCharacteristics(state.range(0), true, platform::gatt_characteristic_properties::kRead);
+      ManyCharacteristics(state.range(0), true, gatt_characteristic_properties::kRead);
   const auto device = std::make_shared<TappedDevice>(
       timeline, std::make_shared<VirtualPeripheral>(timeline, scenario.peripherals[0]));
   const BenchHost host({std::make_shared<TappedRadio>(device), timeline, timeline});
@@ -127,8 +125,8 @@ void Notification(benchmark::State& state) {
     return;
   }
   const auto handle = static_cast<unsigned>(0x0010 + 2 * state.range(0));  // the last value's
-  const platform::Bytes pdu{0x1B, static_cast<std::uint8_t>(handle),
-                            static_cast<std::uint8_t>(handle >> 8), 0x16, 0x48};
+  const Bytes pdu{0x1B, static_cast<std::uint8_t>(handle), static_cast<std::uint8_t>(handle >> 8),
+                  0x16, 0x48};
   device->Channel().Say(pdu);
   const std::uint64_t eventsBefore = host.Events();
   const std::size_t before = AllocationsNow().count;
@@ -143,8 +141,8 @@ BENCHMARK(Notification)->Arg(20)->Arg(20'000);
 
 /// Selecting a service with 5,000 characteristics and reading one property of each.
 void SelectAndReadAll(benchmark::State& state) {
-  const BenchHost host(platform::simulated::OpenSimulatedRadio(
-      ManyCharacteristics(5000, true, platform::gatt_characteristic_properties::kRead)));
+  const BenchHost host(simulated::OpenSimulatedRadio(
+      ManyCharacteristics(5000, true, gatt_characteristic_properties::kRead)));
   if (host.Do(CORVANEBLE_METHOD_CONNECT, kManyAddress) != 0 ||
       host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES) != 0 ||
       host.Do(CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS, kManyService) != 0) {
@@ -168,7 +166,7 @@ BENCHMARK(SelectAndReadAll)->Unit(benchmark::kMillisecond);
 void HandOver(benchmark::State& state) {
   Timeline timeline(Timeline::Mode::Real);
   for (auto _ : state) {
-    const auto done = std::make_shared<platform::WakeSignal>();
+    const auto done = std::make_shared<WakeSignal>();
     timeline.Post([done] { done->Set(); });
     timeline.Step(std::chrono::seconds(1), done.get());
   }
@@ -178,8 +176,8 @@ BENCHMARK(HandOver)->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime()->Use
 /// A read, and a write, over the simulated link in real time: what the processor spends on it, both
 /// ends and the threads' hand-over included.
 void RoundTrip(benchmark::State& state) {
-  namespace property = platform::gatt_characteristic_properties;
-  const BenchHost host(platform::simulated::OpenSimulatedRadio(
+  namespace property = gatt_characteristic_properties;
+  const BenchHost host(simulated::OpenSimulatedRadio(
       ManyCharacteristics(1, false, property::kRead | property::kWrite)));
   if (host.Do(CORVANEBLE_METHOD_CONNECT, kManyAddress) != 0 ||
       host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES) != 0 ||
@@ -209,4 +207,4 @@ BENCHMARK(RoundTrip)
     ->UseRealTime();
 
 }  // namespace
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

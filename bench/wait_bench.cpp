@@ -12,11 +12,11 @@
 #include "platform/SystemServices.h"
 #include "radio/AsyncWait.h"
 
-namespace corvaneble::bench {
+namespace ble::bench {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Operation = platform::CompletableOperation<int>;
+using Operation = CompletableOperation<int>;
 
 /// Completes the operations it is given, a while after, on a thread of its own.
 class Completer {
@@ -54,13 +54,13 @@ class Completer {
 /// From the completion on another thread to the return on the waiting one.
 void WakeUp(benchmark::State& state) {
   ErrorState errors;
-  const platform::OpenedRadio radio{nullptr, platform::SystemClock(), platform::SystemPump()};
+  const OpenedRadio radio{nullptr, SystemClock(), SystemPump()};
   const std::atomic<std::int32_t> timeout{60};
   AsyncWait wait(errors, radio, timeout);
   Completer completer;
   std::vector<double> microseconds;
   for (auto _ : state) {
-    (void)wait.Await([&]() -> platform::AsyncOperationPtr<int> {
+    (void)wait.Await([&]() -> AsyncOperationPtr<int> {
       auto operation = std::make_shared<Operation>();
       completer.Give(operation);
       return operation;
@@ -75,4 +75,4 @@ void WakeUp(benchmark::State& state) {
 BENCHMARK(WakeUp)->Iterations(5000)->UseRealTime();
 
 }  // namespace
-}  // namespace corvaneble::bench
+}  // namespace ble::bench

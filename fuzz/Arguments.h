@@ -7,7 +7,7 @@
 
 #include "fuzz/Input.h"
 
-namespace corvaneble::fuzz {
+namespace ble::fuzz {
 
 /// Texts that mean something in the scene of the exports, so that programs get somewhere.
 inline constexpr auto kKnownTexts = std::to_array<const char*>(
@@ -38,7 +38,7 @@ class TextArgument {
       units_.assign(narrow_.begin(), narrow_.end());
       return;
     }
-    const platform::ByteView bytes = program.Run();
+    const ByteView bytes = program.Run();
     narrow_ = Text(bytes);
     for (std::size_t i = 0; i + 1 < bytes.size() && (bytes[i] | bytes[i + 1]) != 0; i += 2)
       units_ += static_cast<char16_t>(bytes[i] | bytes[i + 1] << 8);
@@ -69,7 +69,7 @@ inline void ReadBytes(std::intptr_t bytes, std::int32_t size) {
   Require(size >= 0 && (bytes != 0 || size == 0));
   const auto* const begin = reinterpret_cast<const std::uint8_t*>(bytes);
   if (begin != nullptr) Require(begin[size] == 0);
-  (void)platform::Bytes(begin, begin + size);
+  (void)Bytes(begin, begin + size);
 }
 
-}  // namespace corvaneble::fuzz
+}  // namespace ble::fuzz

@@ -3,22 +3,21 @@
 #include <memory>
 #include <utility>
 
+#include "att/AttChannel.h"
+#include "att/AttPdu.h"
+#include "base/Executor.h"
 #include "fuzz/Input.h"
-#include "platform/Executor.h"
-#include "platform/att/AttChannel.h"
-#include "platform/att/AttPdu.h"
 
-namespace corvaneble::fuzz {
+namespace ble::fuzz {
 
 /// A device whose answers are the fuzzer's. Each request, and each attempt to open a channel, takes
 /// what is done about it from the script; where that ends the link is lost for good. The script can
 /// say any PDU at any time, and has short ways to say likely ones, or searches would end with their
 /// first answer in nearly every run.
-class HostileServer final : public platform::att::AttConnector,
+class HostileServer final : public att::AttConnector,
                             public std::enable_shared_from_this<HostileServer> {
  public:
-  HostileServer(Input script, platform::Executor& executor)
-      : script_(script), executor_(executor) {}
+  HostileServer(Input script, Executor& executor) : script_(script), executor_(executor) {}
 
   void Open(Opened opened) override {
     executor_.Post([self = shared_from_this(), opened = std::move(opened)] {
@@ -29,13 +28,12 @@ class HostileServer final : public platform::att::AttConnector,
   }
 
  private:
-  using ByteView = platform::ByteView;
-  using ChannelError = platform::att::ChannelError;
-  using Opcode = platform::att::Opcode;
-  using Pdu = platform::Bytes;
+  using ByteView = ByteView;
+  using ChannelError = att::ChannelError;
+  using Opcode = att::Opcode;
+  using Pdu = Bytes;
 
-  class Channel final : public platform::att::AttChannel,
-                        public std::enable_shared_from_this<Channel> {
+  class Channel final : public att::AttChannel, public std::enable_shared_from_this<Channel> {
    public:
     explicit Channel(std::shared_ptr<HostileServer> server) : server_(std::move(server)) {}
     ~Channel() override { Close(); }
@@ -46,7 +44,7 @@ class HostileServer final : public platform::att::AttConnector,
     }
     bool Send(ByteView pdu) override {
       if (!open_) return false;
-      Require(!pdu.empty() && pdu.size() <= platform::att::kMaxMtu);
+      Require(!pdu.empty() && pdu.size() <= att::kMaxMtu);
       if (!IsRequest(pdu[0])) return true;
       server_->executor_.Post([self = shared_from_this(), request = Pdu(pdu.begin(), pdu.end())] {
         self->server_->Answer(*self, request);
@@ -151,7 +149,7 @@ class HostileServer final : public platform::att::AttConnector,
         break;
       case Opcode::ReadRequest:
       case Opcode::ReadBlobRequest:
-        answer.resize(1 + script_.U16() % platform::att::kMaxMtu, script_.Byte());
+        answer.resize(1 + script_.U16() % att::kMaxMtu, script_.Byte());
         break;
       default:
         break;
@@ -215,7 +213,7 @@ class HostileServer final : public platform::att::AttConnector,
   }
 
   Input script_;
-  platform::Executor& executor_;
+  Executor& executor_;
 };
 
-}  // namespace corvaneble::fuzz
+}  // namespace ble::fuzz

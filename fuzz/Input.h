@@ -9,10 +9,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
 
 /// What the fuzzers have in common.
-namespace corvaneble::fuzz {
+namespace ble::fuzz {
 
 /// Ends the process, so that the input is kept as a finding, when `holds` is false.
 inline void Require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
@@ -25,7 +25,7 @@ inline void Require(bool holds, const char* file = __builtin_FILE(), int line = 
 /// every input is a whole program.
 class Input {
  public:
-  explicit Input(platform::ByteView bytes) : rest_(bytes) {}
+  explicit Input(ByteView bytes) : rest_(bytes) {}
   Input(const std::uint8_t* data, std::size_t size) : rest_(data, size) {}
 
   bool AtEnd() const { return rest_.empty(); }
@@ -43,22 +43,22 @@ class Input {
   }
   bool Flag() { return (Byte() & 1) != 0; }
 
-  platform::ByteView Take(std::size_t size) {
-    const platform::ByteView taken = rest_.first(std::min(size, rest_.size()));
+  ByteView Take(std::size_t size) {
+    const ByteView taken = rest_.first(std::min(size, rest_.size()));
     rest_ = rest_.subspan(taken.size());
     return taken;
   }
   /// A run of bytes with its length in front: one byte, or two where runs may be long.
-  platform::ByteView Run() { return Take(Byte()); }
-  platform::ByteView LongRun() { return Take(U16()); }
+  ByteView Run() { return Take(Byte()); }
+  ByteView LongRun() { return Take(U16()); }
 
  private:
-  platform::ByteView rest_;
+  ByteView rest_;
 };
 
 /// Bytes as the host's text: it ends at a zero.
-inline std::string Text(platform::ByteView bytes) {
+inline std::string Text(ByteView bytes) {
   return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
 }
 
-}  // namespace corvaneble::fuzz
+}  // namespace ble::fuzz

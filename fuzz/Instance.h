@@ -9,12 +9,12 @@
 #include "corvaneble/corvaneble.h"
 #include "platform/Radio.h"
 
-namespace corvaneble::fuzz {
+namespace ble::fuzz {
 
 /// One instance as its host has it, on a radio of the fuzzer's. Ends with the run.
 class Instance {
  public:
-  explicit Instance(platform::OpenedRadio radio, CorvaneBLE_EventCallback callback = nullptr,
+  explicit Instance(OpenedRadio radio, CorvaneBLE_EventCallback callback = nullptr,
                     void* userData = nullptr)
       : handle_(BLEClient::Create(callback, userData, false, std::move(radio))) {}
   ~Instance() { CorvaneBLE_BLEClient_Destroy(handle_); }
@@ -46,4 +46,4 @@ inline std::int32_t Config(CorvaneBLE_Handle handle, const std::string& text, co
   return code;
 }
 
-}  // namespace corvaneble::fuzz
+}  // namespace ble::fuzz

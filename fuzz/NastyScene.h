@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace corvaneble::fuzz {
+namespace ble::fuzz {
 
 /// A scene in which much goes wrong and all of it soon: includes in a circle, slow, silent and
 /// refusing attributes, values by notification and indication, lost links, other names, other
@@ -77,4 +77,4 @@ inline constexpr std::string_view kNastyScene = R"json({
   "radioEvents": [{"at": 9000, "error": "disabledByUser"}]
 })json";
 
-}  // namespace corvaneble::fuzz
+}  // namespace ble::fuzz

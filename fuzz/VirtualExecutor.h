@@ -5,14 +5,14 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/Executor.h"
 #include "fuzz/Input.h"
-#include "platform/Executor.h"
 
-namespace corvaneble::fuzz {
+namespace ble::fuzz {
 
 /// Runs tasks on the thread that asks for it, each at its due time, which is then at once: a run is
 /// the same every time, and a timeout costs nothing.
-class VirtualExecutor final : public platform::Executor {
+class VirtualExecutor final : public Executor {
  public:
   TimePoint Now() const override { return TimePoint(now_); }
   TaskId Post(Task task) override { return PostAfter({}, std::move(task)); }
@@ -46,4 +46,4 @@ class VirtualExecutor final : public platform::Executor {
   std::unordered_map<TaskId, Due> dues_;
 };
 
-}  // namespace corvaneble::fuzz
+}  // namespace ble::fuzz

@@ -8,8 +8,7 @@
 // Input: packets of type, signal strength and payload.
 namespace {
 
-using namespace corvaneble;
-using namespace corvaneble::platform;
+using namespace ble;
 using fuzz::Param;
 using fuzz::Require;
 using fuzz::TextOf;

@@ -1,14 +1,13 @@
+#include "att/GattClient.h"
 #include "fuzz/HostileServer.h"
 #include "fuzz/Input.h"
 #include "fuzz/VirtualExecutor.h"
-#include "platform/att/GattClient.h"
 
 // The GATT client and a server that is out to harm it. Input: a run of client's steps, then the
 // server's script.
 namespace {
 
-using namespace corvaneble;
-using namespace corvaneble::platform;
+using namespace ble;
 using fuzz::Input;
 using fuzz::Require;
 
@@ -93,7 +92,7 @@ class Client {
     const auto use = [this](const GattDeviceServicesResult& result) {
       Hold(services_, result.services);
     };
-    const Guid uuid = Guid::FromAssignedNumber(0x1801);
+    const Uuid uuid = Uuid::FromAssignedNumber(0x1801);
     if (step == 0) Await(client_->GetGattServicesAsync(kUncached), use);
     if (step == 1) Await(client_->GetGattServicesForUuidAsync(uuid, kUncached), use);
     if (step == 2) Await(client_->GetGattServicesAsync(kCached), use);
@@ -167,10 +166,10 @@ class Client {
   Bytes NextValue() { return Bytes(steps_.U16() % 600, 0xA5); }
 
   void LookAtProperties() {
-    const Guid uuid = Guid::FromAssignedNumber(0x2902);
+    const Uuid uuid = Uuid::FromAssignedNumber(0x2902);
     const auto services = services_;  // what a cached answer leads to may change them
     for (const auto& service : services) {
-      (void)service->Uuid();
+      (void)service->AttributeUuid();
       Await(service->GetIncludedServicesForUuidAsync(uuid, kCached), [](const auto&) {});
       Await(service->GetCharacteristicsForUuidAsync(uuid, kCached), [](const auto&) {});
     }

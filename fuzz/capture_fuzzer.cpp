@@ -1,10 +1,10 @@
+#include "backends/simulated/Capture.h"
 #include "fuzz/Input.h"
-#include "platform/simulated/Capture.h"
 
 // Recordings of what a controller has heard.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace corvaneble::platform;
-  using corvaneble::fuzz::Require;
+  using namespace ble;
+  using ble::fuzz::Require;
 
   const simulated::CaptureResult result = simulated::ParseCapture({data, size});
   if (result.error) {

@@ -1,13 +1,13 @@
+#include "backends/UnavailableRadio.h"
 #include "frame/ConfigItem.h"
 #include "fuzz/Input.h"
 #include "fuzz/Instance.h"
 #include "platform/SystemServices.h"
-#include "platform/UnavailableRadio.h"
 
 // Configuration texts, one a line, and reads of what they have written.
 namespace {
 
-using namespace corvaneble;
+using namespace ble;
 using fuzz::Require;
 
 std::int32_t Apply(CorvaneBLE_Handle handle, const std::string& text, std::string& answer) {
@@ -55,8 +55,7 @@ void ApplyWide(CorvaneBLE_Handle handle, const std::string& text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text = fuzz::Text({data, size});
-  const fuzz::Instance instance(
-      {platform::MakeAbsentRadio(), platform::SystemClock(), platform::SystemPump()});
+  const fuzz::Instance instance({MakeAbsentRadio(), SystemClock(), SystemPump()});
   for (std::size_t begin = 0; begin <= text.size();) {
     const std::size_t end = std::min(text.find('\n', begin), text.size());
     WriteAndReadBack(instance.Handle(), text.substr(begin, end - begin));

@@ -4,22 +4,22 @@
 #include <thread>
 
 #include "api/BLEClient.h"
+#include "backends/simulated/ScenarioLoader.h"
+#include "backends/simulated/SimulatedRadio.h"
 #include "frame/EventTable.h"
-#include "frame/tables/HostNumber.h"
-#include "frame/tables/MethodInfo.h"
-#include "frame/tables/PropertyInfo.h"
+#include "frame/HostNumber.h"
+#include "frame/MethodTable.h"
+#include "frame/PropertyTable.h"
 #include "fuzz/Arguments.h"
 #include "fuzz/Input.h"
 #include "fuzz/Instance.h"
 #include "fuzz/NastyScene.h"
-#include "platform/simulated/ScenarioLoader.h"
-#include "platform/simulated/SimulatedRadio.h"
 
 // The exported functions and a host that calls them as its input says.
 namespace {
 
-using namespace corvaneble;
-using namespace corvaneble::platform::simulated;
+using namespace ble;
+using namespace ble::simulated;
 using fuzz::Input;
 using fuzz::Param;
 using fuzz::Require;

@@ -1,14 +1,14 @@
+#include "backends/simulated/ScenarioLoader.h"
+#include "backends/simulated/SimulatedRadio.h"
 #include "fuzz/Input.h"
 #include "fuzz/Instance.h"
 #include "platform/PlatformFailure.h"
-#include "platform/simulated/ScenarioLoader.h"
-#include "platform/simulated/SimulatedRadio.h"
 
 // Scenario files: the text, and if it is one, a moment of the scene.
 namespace {
 
-using namespace corvaneble;
-using namespace corvaneble::platform::simulated;
+using namespace ble;
+using namespace ble::simulated;
 using fuzz::Param;
 
 constexpr std::size_t kMaxPeripherals = 4;      // of a scene that is played
@@ -30,10 +30,10 @@ void Play(Scenario scenario) {
   std::snprintf(text, sizeof text, "%012llX", static_cast<unsigned long long>(address));
 
   scenario.virtualTime = true;
-  platform::OpenedRadio radio;
+  OpenedRadio radio;
   try {
     radio = OpenSimulatedRadio(std::move(scenario));
-  } catch (const platform::PlatformFailure& failure) {
+  } catch (const PlatformFailure& failure) {
     return fuzz::Require(*failure.what() != '\0');
   }
   const fuzz::Instance instance(std::move(radio));

@@ -2,11 +2,11 @@
 
 #include "frame/ErrorState.h"
 #include "fuzz/Input.h"
-#include "gatt/Uuid.h"
+#include "gatt/UuidText.h"
 
 // Lists of UUIDs as hosts write them.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace corvaneble;
+  using namespace ble;
   const std::string_view text(reinterpret_cast<const char*>(data), size);
 
   std::vector<Uuid> uuids;

@@ -9,33 +9,34 @@ ROOT = pathlib.Path(__file__).parent.parent
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 
 # The component, from top to bottom: a floor may include itself and every floor below it.
-FLOORS = ["api", "frame/tables", "procedures", "radio", "gatt", "frame", "platform"]
+FLOORS = ["api", "procedures", "radio", "gatt", "frame", "platform", "base"]
 
-# A backend stands on the interfaces in platform/ and on these siblings, never on the component.
-SIBLINGS = {
-    "platform/att": set(),
-    "platform/posix": set(),
-    "platform/faults": set(),
-    "platform/hci": set(),
-    "platform/simulated": {"platform/att", "platform/faults", "platform/hci"},
-    "platform/linux": {"platform/att", "platform/hci"},
-    "platform/windows": set(),
+# Beside the component, on the interfaces in platform/ and on base/: what else each may include.
+BESIDE = {
+    "att": set(),
+    "hci": set(),
+    "system": set(),
+    "system/posix": {"system"},
+    "system/win32": {"system"},
+    "backends": set(),
+    "backends/simulated": {"att", "backends", "hci"},
+    "backends/linux": {"att", "backends", "hci"},
 }
 
 # The one place that knows which backends there are.
-FACTORY = "platform/OpenRadio.cpp"
+FACTORY = "backends/OpenRadio.cpp"
 
-JSON_USERS = {"platform/simulated"}
-SYSTEM_HEADERS = ("sys/", "linux/", "netinet/", "systemd/", "winrt/")  # for backends alone
+JSON_USERS = {"backends/simulated"}
+SYSTEM_USERS = {"backends/linux", "system/posix", "system/win32"}
+SYSTEM_HEADERS = ("sys/", "linux/", "netinet/", "systemd/", "winrt/")
 HOSTS = ("tools", "examples")
 PUBLIC_HEADER = "corvaneble/corvaneble.h"
 
 
 def floor_of(path: str) -> str:
-    """The floor or backend that a file of src/, named relative to it, belongs to."""
+    """The folder of the arrows that a file of src/, named relative to it, belongs to."""
     folder = path.rpartition("/")[0]
-    known = [*SIBLINGS, *FLOORS]
-    while folder and folder not in known:
+    while folder and folder not in BESIDE and folder not in FLOORS:
         folder = folder.rpartition("/")[0]
     return folder
 
@@ -45,13 +46,11 @@ def may_include(path: str, target: str) -> bool:
     source, dest = floor_of(path), floor_of(target)
     if not source or not dest:
         return False  # a folder that no arrow speaks of: put it into the picture first
-    if source in SIBLINGS:
-        return dest in {source, "platform"} | SIBLINGS[source]
-    if path == FACTORY:
-        return dest == "platform" or dest in SIBLINGS
-    if dest in SIBLINGS:
-        return False
-    return FLOORS.index(source) <= FLOORS.index(dest)
+    if path == FACTORY and dest.startswith("backends"):
+        return True
+    if source in BESIDE:
+        return dest in {source, "platform", "base"} | BESIDE[source]
+    return dest in FLOORS and FLOORS.index(source) <= FLOORS.index(dest)
 
 
 def judge(file: pathlib.Path, bracket: str, target: str) -> str | None:
@@ -62,16 +61,17 @@ def judge(file: pathlib.Path, bracket: str, target: str) -> str | None:
         if in_src or (bracket == '"' and ".." in target):
             return "a host sees the public header only"
         return None
+    floor = floor_of(path)
     if target == PUBLIC_HEADER:
-        below = floor_of(path) == "platform" or floor_of(path) in SIBLINGS
+        below = floor in BESIDE or floor in {"platform", "base"}
         return "the platform knows nothing of the host's view" if below else None
     if in_src:
-        return None if may_include(path, target) else f"{floor_of(path)} stands below it"
+        return None if may_include(path, target) else f"{floor} stands below it"
     if bracket == '"':
         return "no such file under src/"
-    if "/" not in target or (target.startswith("nlohmann/") and floor_of(path) in JSON_USERS):
+    if "/" not in target or (target.startswith("nlohmann/") and floor in JSON_USERS):
         return None
-    if floor_of(path) in SIBLINGS and target.startswith(SYSTEM_HEADERS):
+    if floor in SYSTEM_USERS and target.startswith(SYSTEM_HEADERS):
         return None
     return "only the standard library here"
 

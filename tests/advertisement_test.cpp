@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/Utf.h"
+#include "base/Utf.h"
 
-namespace corvaneble::platform {
+namespace ble {
 namespace {
 
 using namespace std::string_literals;
@@ -28,9 +28,9 @@ TEST(Advertisement, KeepsSectionsInOrderAndReadsThem) {
   EXPECT_EQ(advertisement.DataSections()[9].dataType, 0x0A);
   EXPECT_TRUE(advertisement.DataSections()[9].data.empty());
   EXPECT_EQ(advertisement.LocalName(), u"a\uFFFD");
-  const std::vector<Guid> uuids{Guid::FromAssignedNumber(0x180D), Guid::FromAssignedNumber(0x180F),
-                                Guid::FromAssignedNumber(0x12345678),
-                                Guid{0x100F0E0D, 0x0C0B, 0x0A09, {8, 7, 6, 5, 4, 3, 2, 1}}};
+  const std::vector<Uuid> uuids{Uuid::FromAssignedNumber(0x180D), Uuid::FromAssignedNumber(0x180F),
+                                Uuid::FromAssignedNumber(0x12345678),
+                                Uuid{0x100F0E0D, 0x0C0B, 0x0A09, {8, 7, 6, 5, 4, 3, 2, 1}}};
   EXPECT_EQ(advertisement.ServiceUuids(), uuids);
   ASSERT_EQ(advertisement.ManufacturerData().size(), 2U);
   EXPECT_EQ(advertisement.ManufacturerData()[0].companyId, 0x004C);
@@ -87,4 +87,4 @@ TEST(Utf, ReplacesEachInvalidPieceOnce) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform
+}  // namespace ble

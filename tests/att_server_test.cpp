@@ -1,4 +1,4 @@
-#include "platform/simulated/AttServer.h"
+#include "backends/simulated/AttServer.h"
 
 #include <gtest/gtest.h>
 
@@ -6,17 +6,17 @@
 
 #include "platform/Gatt.h"
 
-namespace corvaneble::platform::simulated {
+namespace ble::simulated {
 namespace {
 
 namespace property = gatt_characteristic_properties;
 
-Guid Uuid16(std::uint16_t number) {
-  return Guid::FromAssignedNumber(number);
+Uuid Uuid16(std::uint16_t number) {
+  return Uuid::FromAssignedNumber(number);
 }
-constexpr Guid kVendor{0x12345678, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
+constexpr Uuid kVendor{0x12345678, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
 
-CharacteristicScenario Characteristic(Guid uuid, std::uint32_t properties, Bytes value) {
+CharacteristicScenario Characteristic(Uuid uuid, std::uint32_t properties, Bytes value) {
   CharacteristicScenario characteristic;
   characteristic.uuid = uuid;
   characteristic.properties = properties;
@@ -24,7 +24,7 @@ CharacteristicScenario Characteristic(Guid uuid, std::uint32_t properties, Bytes
   return characteristic;
 }
 
-ServiceScenario Service(Guid uuid, std::optional<std::uint16_t> handle = {}) {
+ServiceScenario Service(Uuid uuid, std::optional<std::uint16_t> handle = {}) {
   ServiceScenario service;
   service.uuid = uuid;
   service.handle = handle;
@@ -264,4 +264,4 @@ TEST(AttributeDatabase, RefusesHandlesThatCollide) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform::simulated
+}  // namespace ble::simulated

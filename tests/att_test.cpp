@@ -3,10 +3,10 @@
 #include <map>
 #include <sstream>
 
-#include "platform/att/GattClient.h"
+#include "att/GattClient.h"
 
 // The GATT client against a peer that follows a script of exact PDUs, in hexadecimal.
-namespace corvaneble::platform::att {
+namespace ble::att {
 namespace {
 
 using std::chrono::milliseconds;
@@ -156,7 +156,7 @@ class Peer final : public AttConnector, public std::enable_shared_from_this<Peer
 };
 
 constexpr auto kUncached = BluetoothCacheMode::Uncached;
-const Guid kBattery = Guid::FromAssignedNumber(0x180F);
+const Uuid kBattery = Uuid::FromAssignedNumber(0x180F);
 
 class AttTest : public testing::Test {
  protected:
@@ -235,8 +235,8 @@ TEST_F(AttTest, PrimaryServicesOfBothUuidSizesThenServiceChangedIsWatched) {
   ExpectStatus(found, GattCommunicationStatus::Success);
   ASSERT_EQ(found->services.size(), 3U);
   EXPECT_EQ(found->services[1]->AttributeHandle(), 0x10);
-  EXPECT_EQ(found->services[1]->Uuid(), kBattery);
-  EXPECT_EQ(found->services[2]->Uuid(), *Guid::FromLittleEndian(FromHex(kCustomUuid)));
+  EXPECT_EQ(found->services[1]->AttributeUuid(), kBattery);
+  EXPECT_EQ(found->services[2]->AttributeUuid(), *Uuid::FromLittleEndian(FromHex(kCustomUuid)));
   peer->Say("1D 03 00 10 00 20 00");
   Run();
   EXPECT_EQ(changedServices, u"0x0010-0x0020");
@@ -253,7 +253,7 @@ TEST_F(AttTest, WhatIsFoundAgainIsTheSameObject) {
 }
 
 TEST_F(AttTest, AnIncludeDoesNotContradictWhatTheServiceSaysItself) {
-  const Guid custom = *Guid::FromLittleEndian(FromHex(kCustomUuid));
+  const Uuid custom = *Uuid::FromLittleEndian(FromHex(kCustomUuid));
   peer->Opens()
       .On("10 01 00 FF FF 00 28", "11 06 10 00 1F 00 0F 18")
       .On("10 20 00 FF FF 00 28", "11 14 20 00 2F 00 " + kCustomUuid)
@@ -279,8 +279,10 @@ TEST_F(AttTest, AnIncludeDoesNotContradictWhatTheServiceSaysItself) {
   Run();
   peer->Opens();
   include();
-  EXPECT_EQ(Finish(found->services[0]->GetIncludedServicesAsync(kUncached))->services.at(0)->Uuid(),
-            Guid::FromAssignedNumber(0xBEEF));
+  EXPECT_EQ(Finish(found->services[0]->GetIncludedServicesAsync(kUncached))
+                ->services.at(0)
+                ->AttributeUuid(),
+            Uuid::FromAssignedNumber(0xBEEF));
   peer->On("06 01 00 FF FF 00 28 " + kCustomUuid, "07 20 00 FF FF");
   const auto again = Finish(client->GetGattServicesForUuidAsync(custom, kUncached));
   include();
@@ -297,9 +299,9 @@ TEST_F(AttTest, IncludedServicesWithAndWithoutUuid) {
   const auto found = Finish(service->GetIncludedServicesAsync(kUncached));
   ExpectStatus(found, GattCommunicationStatus::Success);
   ASSERT_EQ(found->services.size(), 2U);
-  EXPECT_EQ(found->services[0]->Uuid(), Guid::FromAssignedNumber(0x180A));
+  EXPECT_EQ(found->services[0]->AttributeUuid(), Uuid::FromAssignedNumber(0x180A));
   EXPECT_EQ(found->services[1]->AttributeHandle(), 0x40);
-  EXPECT_EQ(found->services[1]->Uuid(), *Guid::FromLittleEndian(FromHex(kCustomUuid)));
+  EXPECT_EQ(found->services[1]->AttributeUuid(), *Uuid::FromLittleEndian(FromHex(kCustomUuid)));
 }
 
 TEST_F(AttTest, DescriptorQueryReadsWhatDescribesTheCharacteristic) {
@@ -351,7 +353,7 @@ TEST_F(AttTest, WhatDescribesIsReadWithoutPairingAndReadAgainWhenItWasRefused) {
       .On("0A 1F 00", "0B 01 00");
   Finish(characteristic->GetDescriptorsAsync(kUncached));
   EXPECT_EQ(peer->raises, 0);
-  const Guid userDescription = Guid::FromAssignedNumber(0x2901);
+  const Uuid userDescription = Uuid::FromAssignedNumber(0x2901);
   for (const char* const answer : {"01 0A 1E 00 05", "0B 41"}) {  // told once
     EXPECT_TRUE(characteristic->MissesDescription(userDescription));
     peer->On("04 13 00 1F 00", "05 01 1E 00 01 29 1F 00 00 29").On("0A 1E 00", answer);
@@ -371,7 +373,7 @@ TEST_F(AttTest, WhatDescribesIsReadWithoutPairingAndReadAgainWhenItWasRefused) {
   EXPECT_EQ(characteristic->UserDescription(), u"");
   EXPECT_EQ(characteristic->CharacteristicProperties(), 0x3AU);
   EXPECT_EQ(notices, "The descriptor with handle 0x001F could not be read: no answer.");
-  EXPECT_FALSE(characteristic->MissesDescription(Guid::FromAssignedNumber(0x2900)));
+  EXPECT_FALSE(characteristic->MissesDescription(Uuid::FromAssignedNumber(0x2900)));
 }
 
 TEST_F(AttTest, ConfigurationIsSearchedWhenUnknownAndMayBeMissing) {
@@ -680,4 +682,4 @@ TEST_F(AttTest, HostileDeclarationsEndTheSearch) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform::att
+}  // namespace ble::att

@@ -1,4 +1,4 @@
-#include "platform/simulated/Capture.h"
+#include "backends/simulated/Capture.h"
 
 #include <gtest/gtest.h>
 
@@ -8,9 +8,9 @@
 #include <sstream>
 #include <string>
 
-#include "platform/hci/AdvertisingReports.h"
+#include "hci/AdvertisingReports.h"
 
-namespace corvaneble::platform::simulated {
+namespace ble::simulated {
 namespace {
 
 using Type = BluetoothLEAdvertisementType;
@@ -252,4 +252,4 @@ TEST(Capture, AgreesWithBtmonOnARealRecording) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform::simulated
+}  // namespace ble::simulated

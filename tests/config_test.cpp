@@ -4,7 +4,7 @@
 #include "frame/SettingTable.h"
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 TEST(Config, SettingsAreReadAndWrittenAsText) {
@@ -145,4 +145,4 @@ TEST(Config, AdvertisementSettingsNeedTheirEvent) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

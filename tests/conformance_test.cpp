@@ -13,28 +13,19 @@
 #include "platform/Radio.h"
 #include "support/Backend.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::AsyncOperationPtr;
-using platform::BluetoothCacheMode;
-using platform::BluetoothConnectionStatus;
-using platform::BluetoothLEAdvertisementWatcherStatus;
-using platform::Bytes;
-using platform::GattCharacteristic;
-using platform::GattCommunicationStatus;
-using platform::GattWriteOption;
-using platform::Guid;
-constexpr Guid kBattery = Guid::FromAssignedNumber(0x180F);
-using CccdValue = platform::GattClientCharacteristicConfigurationDescriptorValue;
+constexpr Uuid kBattery = Uuid::FromAssignedNumber(0x180F);
+using CccdValue = GattClientCharacteristicConfigurationDescriptorValue;
 
 class Conformance : public testing::TestWithParam<Backend> {
  protected:
   /// Ends with the operation, or far too late: time may be real, and the machine busy.
   template <class T>
   std::shared_ptr<T> Await(const AsyncOperationPtr<T>& operation) {
-    const platform::WakeSignal& done = operation->Done();
+    const WakeSignal& done = operation->Done();
     for (int step = 0; step < kSteps && !done.IsSet(); ++step)
       radio.pump->Step(kStep, &done);
     if (!done.IsSet()) throw std::runtime_error("an operation did not end");
@@ -53,7 +44,7 @@ class Conformance : public testing::TestWithParam<Backend> {
     return true;
   }
 
-  std::shared_ptr<platform::BluetoothLEDevice> Device() {
+  std::shared_ptr<BluetoothLEDevice> Device() {
     const auto search = radio.radio->DeviceFromBluetoothAddressAsync(GetParam().address);
     for (int step = 0; step < kSteps && !search->Done().IsSet(); ++step) {
       radio.pump->Step(10 * kStep, &search->Done());
@@ -62,17 +53,17 @@ class Conformance : public testing::TestWithParam<Backend> {
     return Await(search);
   }
 
-  std::shared_ptr<platform::GattDeviceService> Service(platform::BluetoothLEDevice& device,
-                                                       const Guid& uuid = kBattery) {
+  std::shared_ptr<GattDeviceService> Service(BluetoothLEDevice& device,
+                                             const Uuid& uuid = kBattery) {
     const auto found =
         Await(device.GetGattServicesForUuidAsync(uuid, BluetoothCacheMode::Uncached));
     EXPECT_EQ(found->services.size(), 1U);
     return found->services.at(0);
   }
 
-  std::shared_ptr<GattCharacteristic> Characteristic(platform::GattDeviceService& service,
+  std::shared_ptr<GattCharacteristic> Characteristic(GattDeviceService& service,
                                                      std::uint16_t uuid) {
-    const auto found = Await(service.GetCharacteristicsForUuidAsync(Guid::FromAssignedNumber(uuid),
+    const auto found = Await(service.GetCharacteristicsForUuidAsync(Uuid::FromAssignedNumber(uuid),
                                                                     BluetoothCacheMode::Uncached));
     EXPECT_EQ(found->characteristics.size(), 1U);
     return found->characteristics.at(0);
@@ -84,7 +75,7 @@ class Conformance : public testing::TestWithParam<Backend> {
 
   static constexpr auto kStep = 100ms;
   static constexpr int kSteps = 3000;
-  platform::OpenedRadio radio = GetParam().open();
+  OpenedRadio radio = GetParam().open();
 };
 
 TEST_P(Conformance, AWatcherReportsFromStartToStop) {
@@ -94,19 +85,19 @@ TEST_P(Conformance, AWatcherReportsFromStartToStop) {
   std::atomic<int> responses = 0;
   std::atomic<int> stops = 0;
   int scans = 0;
-  const auto scan = [&](auto mode, platform::BluetoothLEAdvertisementFilter filter, auto enough,
+  const auto scan = [&](auto mode, BluetoothLEAdvertisementFilter filter, auto enough,
                         bool listens = true) {
     const auto watcher = radio.radio->CreateAdvertisementWatcher();
     EXPECT_EQ(watcher->Status(), BluetoothLEAdvertisementWatcherStatus::Created);
     auto received = watcher->OnReceived([&](const auto& args) {
       (args.bluetoothAddress == GetParam().address ? heard : others) += 1;
-      if (args.advertisementType == platform::BluetoothLEAdvertisementType::ScanResponse) {
+      if (args.advertisementType == BluetoothLEAdvertisementType::ScanResponse) {
         ++responses;
       }
     });
     if (!listens) received.Reset();
     const auto stopped = watcher->OnStopped([&](const auto& sender, const auto& args) {
-      EXPECT_EQ(args.error, platform::BluetoothError::Success);
+      EXPECT_EQ(args.error, BluetoothError::Success);
       EXPECT_EQ(sender.Status(), BluetoothLEAdvertisementWatcherStatus::Stopped);
       ++stops;
     });
@@ -126,17 +117,16 @@ TEST_P(Conformance, AWatcherReportsFromStartToStop) {
     Pass(500ms);
     EXPECT_EQ(heard + others, then);
   };
-  scan(platform::BluetoothLEScanningMode::Passive, {},
+  scan(BluetoothLEScanningMode::Passive, {},
        [&] { return heard >= 8 && others >= GetParam().others; });
   EXPECT_EQ(responses, 0);
-  scan(platform::BluetoothLEScanningMode::Active, {{Guid::FromAssignedNumber(0x180F)}},
+  scan(BluetoothLEScanningMode::Active, {{Uuid::FromAssignedNumber(0x180F)}},
        [&] { return heard >= 8; });
   EXPECT_EQ(others, 0);
-  scan(platform::BluetoothLEScanningMode::Active, {},
-       [&] { return responses >= GetParam().responses; });
+  scan(BluetoothLEScanningMode::Active, {}, [&] { return responses >= GetParam().responses; });
   int times = 0;
   scan(
-      platform::BluetoothLEScanningMode::Active, {}, [&] { return ++times > 8; }, false);
+      BluetoothLEScanningMode::Active, {}, [&] { return ++times > 8; }, false);
   EXPECT_EQ(heard + others, 0);
 }
 
@@ -170,13 +160,13 @@ TEST_P(Conformance, AttributesKeepTheirHandlesUuidsAndIdentity) {
 
   const auto included = Await(battery->GetIncludedServicesAsync(BluetoothCacheMode::Uncached));
   ASSERT_EQ(included->services.size(), 1U);
-  EXPECT_EQ(included->services[0]->Uuid().data1, 0x5C0A0001U);
+  EXPECT_EQ(included->services[0]->AttributeUuid().data1, 0x5C0A0001U);
   const auto characteristics =
       Await(battery->GetCharacteristicsAsync(BluetoothCacheMode::Uncached))->characteristics;
   ASSERT_EQ(characteristics.size(), 3U);
   EXPECT_EQ(characteristics[0], Characteristic(*battery, 0x2A19));
   EXPECT_GT(characteristics[0]->AttributeHandle(), battery->AttributeHandle());
-  EXPECT_TRUE(Await(battery->GetCharacteristicsForUuidAsync(Guid::FromAssignedNumber(0x2AFF),
+  EXPECT_TRUE(Await(battery->GetCharacteristicsForUuidAsync(Uuid::FromAssignedNumber(0x2AFF),
                                                             BluetoothCacheMode::Uncached))
                   ->characteristics.empty());
 }
@@ -194,13 +184,13 @@ TEST_P(Conformance, DescriptorsBringTheFieldsThatDependOnThem) {
   EXPECT_EQ(level->PresentationFormats()[0].exponent, -1);
   EXPECT_EQ(level->PresentationFormats()[0].unit, 0x27AD);
   const auto extended = Characteristic(*battery, 0x2A1C);
-  ASSERT_EQ(Await(extended->GetDescriptorsForUuidAsync(Guid::FromAssignedNumber(0x2900),
+  ASSERT_EQ(Await(extended->GetDescriptorsForUuidAsync(Uuid::FromAssignedNumber(0x2900),
                                                        BluetoothCacheMode::Uncached))
                 ->descriptors.size(),
             1U);
-  EXPECT_NE(extended->CharacteristicProperties() &
-                platform::gatt_characteristic_properties::kWritableAuxiliaries,
-            0U);
+  EXPECT_NE(
+      extended->CharacteristicProperties() & gatt_characteristic_properties::kWritableAuxiliaries,
+      0U);
 }
 
 TEST_P(Conformance, ValuesAreReadWrittenAndCached) {
@@ -300,4 +290,4 @@ INSTANTIATE_TEST_SUITE_P(Radios, Conformance, testing::ValuesIn(Backends()),
                          [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -8,7 +8,7 @@
 #include "api/Stream.h"
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 constexpr const char* kEmptyScene = "{}";
@@ -269,4 +269,4 @@ TEST(Exports, InstancesComeAndGoOnManyThreads) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

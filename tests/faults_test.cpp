@@ -11,15 +11,13 @@
 #include <string>
 #include <vector>
 
-#include "platform/faults/FaultInjectingRadio.h"
+#include "support/FaultInjectingRadio.h"
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
-
-using platform::GattCommunicationStatus;
-using platform::faults::Fault;
-using platform::faults::FaultInjectingRadio;
+using simulated::Fault;
+using simulated::FaultInjectingRadio;
 
 constexpr const char* kServices = R"([
   {"id": "in", "uuid": "180A", "handle": 16, "primary": false},
@@ -147,11 +145,11 @@ struct FaultyHost {
   FaultyHost(const Program& program, const std::vector<Fault>& faults)
       : opened(OpenScenario(Scene(program.events))) {
     radio = std::make_shared<FaultInjectingRadio>(opened.radio, opened.timeline, faults);
-    host = std::make_unique<Host>(platform::OpenedRadio{radio, opened.clock, opened.pump});
+    host = std::make_unique<Host>(OpenedRadio{radio, opened.clock, opened.pump});
     host->Set(CORVANEBLE_PROPERTY_TIMEOUT, 5);
   }
 
-  platform::simulated::OpenedSimulatedRadio opened;
+  simulated::OpenedSimulatedRadio opened;
   std::shared_ptr<FaultInjectingRadio> radio;
   std::unique_ptr<Host> host;
 };
@@ -160,7 +158,7 @@ struct FaultyHost {
 /// failures only leave a property at its default.
 struct Way {
   Fault::Kind kind;
-  platform::GattResult gatt;
+  GattResult gatt;
   std::set<int> codes;
 };
 
@@ -315,4 +313,4 @@ TEST(Faults, APlatformFailureSaysWhatThePlatformSaid) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -5,7 +5,7 @@
 
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 /// A meter at a fixed set of handles, and a second device.
@@ -362,4 +362,4 @@ TEST(Read, ConfigurationDescriptorsTellTheSubscriptionState) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

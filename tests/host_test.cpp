@@ -6,14 +6,14 @@
 #include <memory>
 #include <string>
 
-#include "frame/tables/MethodInfo.h"
-#include "frame/tables/PropertyInfo.h"
+#include "frame/MethodTable.h"
+#include "frame/PropertyTable.h"
 #include "platform/Radio.h"
 #include "platform/TextConverter.h"
 #include "support/Environment.h"
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 constexpr const char* kScene = R"({"peripherals": [
@@ -46,8 +46,7 @@ TEST(Properties, WideTextsAreTheNarrowOnesConverted) {
     if (info.type != PropertyType::Text) continue;
     const auto property = static_cast<std::int32_t>(info.id);
     const std::string narrow = host->Text(property);
-    ASSERT_EQ(platform::SystemTextConverter().ToWide(0, narrow, expected),
-              platform::ConversionError::None);
+    ASSERT_EQ(SystemTextConverter().ToWide(0, narrow, expected), ConversionError::None);
     EXPECT_EQ(WideText(*host, property), expected) << info.name;
   }
   EXPECT_EQ(WideText(*host, CORVANEBLE_PROPERTY_SERVER_NAME), u"M\u00e4\u00dfger\u00e4t");
@@ -186,7 +185,7 @@ TEST(Radios, TheNameDecides) {
       {"martian", 614, "no radio with the name \"martian\""},
   };
   for (const auto& [name, code, text] : cases) {
-    Host host(platform::OpenRadio(name));
+    Host host(OpenRadio(name));
     EXPECT_EQ(host.Do(CORVANEBLE_METHOD_START_SCANNING), code) << name;
     EXPECT_NE(host.LastError().find(text), std::string::npos) << host.LastError();
     EXPECT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"000000000001"}), code == 614 ? 614 : 604);
@@ -195,4 +194,4 @@ TEST(Radios, TheNameDecides) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -1,7 +1,7 @@
 // Who takes what from an ATT channel: the thread that waits, or the radio's. The channel is one end
 // of a pair of local sockets, which keep packets apart as the kernel's ATT sockets do.
 
-#include "platform/linux/L2capChannel.h"
+#include "backends/linux/L2capChannel.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-namespace corvaneble::platform::linux_radio {
+namespace ble::linux_radio {
 namespace {
 
 using namespace std::chrono_literals;
@@ -267,4 +267,4 @@ TEST_F(L2capChannelTest, NothingIsLostOrOvertakenBetweenTheThreads) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform::linux_radio
+}  // namespace ble::linux_radio

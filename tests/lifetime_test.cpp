@@ -8,11 +8,11 @@
 #include <thread>
 #include <vector>
 
-#include "frame/tables/ReturnSlots.h"
+#include "api/ReturnSlots.h"
 #include "support/Host.h"
 #include "support/StormRadio.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 constexpr const char* kSlowMeter = R"({"peripherals": [
@@ -198,4 +198,4 @@ TEST(ProcessEnd, WithInstancesThatScanIsNoCrash) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -5,7 +5,7 @@
 #include "support/Environment.h"
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 /// A strap with everything in its packet, and a beacon with nothing.
@@ -258,4 +258,4 @@ TEST(Events, AnEmptyTextIsEmptyInAnyCodePage) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -12,7 +12,7 @@ schema = json.loads((root / "docs/scenario.schema.json").read_text())
 jsonschema.Draft202012Validator.check_schema(schema)
 validator = jsonschema.Draft202012Validator(schema)
 
-scene = (root / "src/platform/simulated/BuiltInScene.cpp").read_text()
+scene = (root / "src/backends/simulated/BuiltInScene.cpp").read_text()
 examples = re.findall(r'R"json\((.*?)\)json"', scene, re.S)
 examples += re.findall(r"```json\n(.*?)```", (root / "docs/scenarios.md").read_text(), re.S)
 examples += [file.read_text() for file in (root / "examples/scenes").glob("*.json")]

@@ -1,4 +1,4 @@
-#include "platform/simulated/ScenarioLoader.h"
+#include "backends/simulated/ScenarioLoader.h"
 
 #include <gtest/gtest.h>
 
@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "backends/simulated/BuiltInScene.h"
 #include "platform/Radio.h"
-#include "platform/simulated/BuiltInScene.h"
 
-namespace corvaneble::platform::simulated {
+namespace ble::simulated {
 namespace {
 
 std::string ErrorOf(std::string_view text) {
@@ -164,4 +164,4 @@ TEST(OpenRadio, SaysWhyThereIsNoRadio) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform::simulated
+}  // namespace ble::simulated

@@ -1,8 +1,8 @@
-#include "platform/faults/FaultInjectingRadio.h"
 #include "support/Backend.h"
+#include "support/FaultInjectingRadio.h"
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 constexpr std::uint64_t kAddress = 0xC0FFEE000042;
@@ -25,10 +25,10 @@ constexpr const char* kPeripheral = R"({"peripherals": [
        {"uuid": "2A29", "properties": ["read"], "value": {"utf8": "A manufacturer whose name is so long that one packet of this link cannot carry it"}}]}]},
   {"address": "C0FFEE000043", "advertising": {"interval": 100, "data": {"name": "Other"}}}]})";
 
-platform::OpenedRadio Decorated() {
+OpenedRadio Decorated() {
   const auto inner = OpenScenario(kPeripheral);
-  return {std::make_shared<platform::faults::FaultInjectingRadio>(
-              inner.radio, inner.timeline, std::vector<platform::faults::Fault>{}),
+  return {std::make_shared<simulated::FaultInjectingRadio>(inner.radio, inner.timeline,
+                                                           std::vector<simulated::Fault>{}),
           inner.clock, inner.pump};
 }
 
@@ -36,7 +36,7 @@ platform::OpenedRadio Decorated() {
 
 std::vector<Backend> Backends() {
   Backend simulated{"simulated", [] { return OpenScenario(kPeripheral); }, kAddress,
-                    platform::Guid::FromAssignedNumber(0x180A)};
+                    Uuid::FromAssignedNumber(0x180A)};
   simulated.others = simulated.responses = 8;
   Backend decorated = simulated;
   decorated.name = "decorated";
@@ -44,4 +44,4 @@ std::vector<Backend> Backends() {
   return {simulated, decorated};
 }
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

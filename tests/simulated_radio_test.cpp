@@ -1,4 +1,4 @@
-#include "platform/simulated/SimulatedRadio.h"
+#include "backends/simulated/SimulatedRadio.h"
 
 #include <gtest/gtest.h>
 
@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include "platform/faults/FaultInjectingRadio.h"
+#include "support/FaultInjectingRadio.h"
 
-namespace corvaneble::platform {
+namespace ble {
 namespace {
 
-using faults::Fault;
-using faults::FaultInjectingRadio;
+using simulated::Fault;
+using simulated::FaultInjectingRadio;
 using simulated::milliseconds;
 using Status = BluetoothLEAdvertisementWatcherStatus;
 using Configuration = GattClientCharacteristicConfigurationDescriptorValue;
@@ -21,8 +21,8 @@ namespace property = gatt_characteristic_properties;
 constexpr auto kOverTheAir = BluetoothCacheMode::Uncached;
 constexpr std::uint64_t kStrap = 0xE00000000001;
 
-Guid Uuid16(std::uint16_t number) {
-  return Guid::FromAssignedNumber(number);
+Uuid Uuid16(std::uint16_t number) {
+  return Uuid::FromAssignedNumber(number);
 }
 
 simulated::CharacteristicScenario Measurement() {
@@ -161,7 +161,7 @@ TEST_F(SimulatedRadioTest, DropsTheLinkOnACertainRequest) {
 TEST_F(SimulatedRadioTest, TheWatcherHearsWhatItAskedFor) {
   struct {
     BluetoothLEScanningMode mode;
-    std::vector<Guid> filter;
+    std::vector<Uuid> filter;
     std::string heard;  ///< p: packet, r: scan response, c: captured
   } const cases[] = {
       {BluetoothLEScanningMode::Passive, {}, "cp"},
@@ -275,4 +275,4 @@ TEST_F(SimulatedRadioTest, WrappedObjectsKeepTheirIdentity) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform
+}  // namespace ble

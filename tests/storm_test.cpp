@@ -9,7 +9,7 @@
 #include "support/Host.h"
 #include "support/StormRadio.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 /// Threads that do something over and over until they are told to stop.
@@ -42,7 +42,7 @@ class Storm {
 };
 
 std::vector<std::function<void()>> AllGusts(const std::shared_ptr<StormRadio>& radio) {
-  const platform::Bytes value{1, 2, 3, 4};
+  const Bytes value{1, 2, 3, 4};
   return {[radio] { radio->Hear(); }, [radio, value] { radio->Notify(0, value); },
           [radio, value] { radio->Notify(1, value); },
           [radio] {
@@ -154,4 +154,4 @@ TEST(Storm, NoCallbackComesAfterDestroyReturned) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

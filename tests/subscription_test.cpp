@@ -5,7 +5,7 @@
 
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 constexpr const char* kScene = R"({"peripherals": [
@@ -243,4 +243,4 @@ TEST_F(Subscription, TheReportShowsWhatTheRecordsHold) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "frame/TextCodec.h"
-#include "platform/SingleBytePages.h"
+#include "system/SingleBytePages.h"
 
 #ifdef _WIN32
 #include <windows.h>
 #endif
 
-namespace corvaneble::platform {
+namespace ble {
 namespace {
 
 constexpr std::uint32_t kUtf8 = 65001;
@@ -173,4 +173,4 @@ TEST(TextConverter, LongTextsOnManyThreads) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform
+}  // namespace ble

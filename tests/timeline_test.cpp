@@ -1,4 +1,4 @@
-#include "platform/simulated/Timeline.h"
+#include "backends/simulated/Timeline.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-namespace corvaneble::platform::simulated {
+namespace ble::simulated {
 namespace {
 
 using std::chrono::milliseconds;
@@ -162,4 +162,4 @@ TEST(Timeline, SeveralThreadsWaitAtOnce) {
 }
 
 }  // namespace
-}  // namespace corvaneble::platform::simulated
+}  // namespace ble::simulated

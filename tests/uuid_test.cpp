@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "base/Text.h"
 #include "frame/ErrorState.h"
-#include "frame/Text.h"
 #include "gatt/AssignedNumbers.h"
 #include "gatt/CharacteristicFlags.h"
 #include "gatt/GattId.h"
 #include "gatt/GattObjectTree.h"
-#include "gatt/Uuid.h"
+#include "gatt/UuidText.h"
 #include "platform/BluetoothAdvertisement.h"
 #include "radio/AdvertisementUuids.h"
 #include "radio/EnumText.h"
@@ -19,10 +19,8 @@
 #include "radio/ServerId.h"
 #include "support/StormRadio.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
-
-using platform::Bytes;
 
 TEST(Uuid, AcceptedTexts) {
   const struct {
@@ -91,9 +89,9 @@ TEST(Uuid, NamesOfAssignedNumbers) {
 TEST(AdvertisementUuids, SectionsGoByWidthAndMalformedOnesFail) {
   ErrorState errors;
   std::vector<Uuid> uuids;
-  std::vector<platform::ByteView> values;
+  std::vector<ByteView> values;
   std::string text = "x";
-  const platform::BluetoothLEAdvertisement both(
+  const BluetoothLEAdvertisement both(
       Bytes{4, 0x16, 0x0F, 0x18, 0x64, 5, 0x20, 0x78, 0x56, 0x34, 0x12});
   EXPECT_EQ(ServiceDataUuids(both, uuids, values, text, errors), 0);
   EXPECT_EQ(text, "12345678-0000-1000-8000-00805F9B34FB,0000180F-0000-1000-8000-00805F9B34FB");
@@ -101,15 +99,15 @@ TEST(AdvertisementUuids, SectionsGoByWidthAndMalformedOnesFail) {
   EXPECT_TRUE(values[0].empty());
   EXPECT_EQ(values[1][0], 0x64);
 
-  const platform::BluetoothLEAdvertisement shortSection(Bytes{2, 0x16, 0x0F});
+  const BluetoothLEAdvertisement shortSection(Bytes{2, 0x16, 0x0F});
   EXPECT_EQ(ServiceDataUuids(shortSection, uuids, values, text, errors), 202);
   EXPECT_EQ(errors.LastText(), "Expected byte[] length to be at least 2, but instead is 1.");
   EXPECT_EQ(text, "");
 
-  const platform::BluetoothLEAdvertisement twice(Bytes{5, 0x14, 0x0D, 0x18, 0x0D, 0x18});
+  const BluetoothLEAdvertisement twice(Bytes{5, 0x14, 0x0D, 0x18, 0x0D, 0x18});
   EXPECT_EQ(SolicitedUuids(twice, uuids, text, errors), 0);
   EXPECT_EQ(text, "0000180D-0000-1000-8000-00805F9B34FB");
-  const platform::BluetoothLEAdvertisement ragged(Bytes{4, 0x14, 0x0D, 0x18, 0x0D});
+  const BluetoothLEAdvertisement ragged(Bytes{4, 0x14, 0x0D, 0x18, 0x0D});
   EXPECT_EQ(SolicitedUuids(ragged, uuids, text, errors), 202);
   EXPECT_EQ(errors.LastText(), "Expected byte[] length to be a multiple of 2, but instead is 3.");
 }
@@ -131,7 +129,7 @@ TEST(Identifiers, RoundTrip) {
 
 TEST(GattObjectTree, IdsNeedTheHandlesOfTheLevelsAbove) {
   ErrorState errors;
-  GattObjectTree tree(errors, [](platform::GattCharacteristic&, platform::ByteView) {});
+  GattObjectTree tree(errors, [](GattCharacteristic&, ByteView) {});
   const struct {
     std::uint16_t service, characteristic, descriptor;
     ErrorCode code;
@@ -156,7 +154,7 @@ TEST(GattObjectTree, AServerThatLiesAboutItsServicesIsBounded) {
   tests::StormRadio::Open(radio);
   ErrorState errors;
   int values = 0;
-  GattObjectTree tree(errors, [&](platform::GattCharacteristic&, platform::ByteView) { ++values; });
+  GattObjectTree tree(errors, [&](GattCharacteristic&, ByteView) { ++values; });
   // Every service claims the same characteristic.
   const auto characteristic = radio->Characteristic(0);
   std::size_t records = 0;
@@ -168,7 +166,7 @@ TEST(GattObjectTree, AServerThatLiesAboutItsServicesIsBounded) {
     ++records;
   }
   EXPECT_EQ(records, GattObjectTree::kMostRecords);
-  radio->Notify(0, platform::Bytes{1});
+  radio->Notify(0, Bytes{1});
   EXPECT_EQ(values, 1);
 }
 
@@ -197,7 +195,6 @@ TEST(CharacteristicFlags, SkipExtendedProperties) {
 }
 
 TEST(ResultMapping, CodesAndTexts) {
-  using platform::GattCommunicationStatus;
   const struct {
     int status;
     int protocolError;
@@ -235,9 +232,9 @@ TEST(ResultMapping, CodesAndTexts) {
                             static_cast<std::uint8_t>(value), errors),
               700 + value);
   }
-  EXPECT_STREQ(EnumText(static_cast<platform::BluetoothError>(12)),
+  EXPECT_STREQ(EnumText(static_cast<BluetoothError>(12)),
                "Windows.Devices.Bluetooth.BluetoothError");
-  EXPECT_STREQ(EnumText(platform::BluetoothError::TransportNotSupported), "TransportNotSupported");
+  EXPECT_STREQ(EnumText(BluetoothError::TransportNotSupported), "TransportNotSupported");
 }
 
 TEST(Text, PartsBecomeOneTextOfAnyLength) {
@@ -254,4 +251,4 @@ TEST(Text, PartsBecomeOneTextOfAnyLength) {
 }
 
 }  // namespace
-}  // namespace corvaneble
+}  // namespace ble

@@ -15,21 +15,21 @@
 #include "support/Host.h"
 #include "support/StormRadio.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 using namespace std::chrono_literals;
-using Operation = platform::CompletableOperation<int>;
+using Operation = CompletableOperation<int>;
 
 /// Time that only passes in steps, and a pump that notes how long each may take.
-class ManualTime final : public platform::Clock, public platform::MessagePump {
+class ManualTime final : public Clock, public MessagePump {
  public:
   ManualTime(std::uint32_t now, bool hasQueue) : now_(now), hasQueue_(hasQueue) {}
 
   std::uint32_t TickCount() const override { return now_; }
   void Sleep(std::chrono::milliseconds duration) override { Advance(duration); }
   bool HasMessageQueue() const override { return hasQueue_; }
-  bool Step(std::chrono::milliseconds wait, const platform::WakeSignal*) override {
+  bool Step(std::chrono::milliseconds wait, const WakeSignal*) override {
     steps.push_back(wait);
     Advance(wait);
     if (onStep) onStep();
@@ -51,7 +51,7 @@ struct Waiter {
       : time(std::move(manualTime)), radio{nullptr, time, time} {}
 
   std::shared_ptr<ManualTime> time;
-  platform::OpenedRadio radio;
+  OpenedRadio radio;
   ErrorState errors;
   std::atomic<std::int32_t> timeout{1};
   AsyncWait wait{errors, radio, timeout};
@@ -62,7 +62,7 @@ TEST(AsyncWait, StepsAreShortOnlyWhereThreadsHaveMessageQueues) {
   Waiter plain(std::make_shared<ManualTime>(0, false));
   for (Waiter* waiter : {&queued, &plain}) {
     const auto result = waiter->wait.Await(
-        []() -> platform::AsyncOperationPtr<int> { return std::make_shared<Operation>(); });
+        []() -> AsyncOperationPtr<int> { return std::make_shared<Operation>(); });
     EXPECT_EQ(result.code, 301);
     EXPECT_EQ(waiter->errors.LastCode(), 301);
     EXPECT_EQ(waiter->errors.LastText(), "Timeout.");
@@ -79,8 +79,7 @@ TEST(AsyncWait, TheTickCountMayWrap) {
     waiter.time->onStep = [&] {
       if (waiter.time->steps.size() == 40) operation->Complete(std::make_shared<int>(7));
     };
-    const auto result =
-        waiter.wait.Await([&]() -> platform::AsyncOperationPtr<int> { return operation; });
+    const auto result = waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return operation; });
     ASSERT_EQ(result.code, 0) << begin;
     EXPECT_EQ(*result.result, 7);
     EXPECT_EQ(waiter.time->steps.size(), 40U);
@@ -90,14 +89,13 @@ TEST(AsyncWait, TheTickCountMayWrap) {
 TEST(AsyncWait, ALateCompletionTouchesNothing) {
   Waiter waiter(std::make_shared<ManualTime>(0, true));
   const auto late = std::make_shared<Operation>();
-  EXPECT_EQ(waiter.wait.Await([&]() -> platform::AsyncOperationPtr<int> { return late; }).code,
-            301);
+  EXPECT_EQ(waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return late; }).code, 301);
   const auto next = std::make_shared<Operation>();
   waiter.time->onStep = [&] {
     late->Fail({-1, "too late"});
     if (waiter.time->steps.size() == 60) next->Complete(std::make_shared<int>(1));
   };
-  const auto result = waiter.wait.Await([&]() -> platform::AsyncOperationPtr<int> { return next; });
+  const auto result = waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return next; });
   EXPECT_EQ(result.code, 0);
   EXPECT_EQ(*result.result, 1);
   EXPECT_EQ(waiter.errors.LastText(), "Timeout.");
@@ -110,8 +108,7 @@ TEST(AsyncWait, ACodeStoredByTheHostMeanwhileDecidesNothing) {
     waiter.errors.SetLastCode(432);  // a Get with a bad index from inside a callback
     operation->Complete(std::make_shared<int>(3));
   };
-  const auto result =
-      waiter.wait.Await([&]() -> platform::AsyncOperationPtr<int> { return operation; });
+  const auto result = waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return operation; });
   EXPECT_EQ(result.code, 0);
   ASSERT_TRUE(result.result);
   EXPECT_EQ(*result.result, 3);
@@ -153,7 +150,7 @@ TEST(CallGate, PassesOfSeveralGatesMayMixAndALateOneIsRefused) {
 
 TEST(WakeSignal, WhoeverSeesItSetMayDestroyIt) {
   for (int i = 0; i < 2000; ++i) {
-    auto signal = std::make_unique<platform::WakeSignal>();
+    auto signal = std::make_unique<WakeSignal>();
     std::jthread setter([&signal = *signal] { signal.Set(); });
     while (!signal->WaitFor(std::chrono::milliseconds{i % 2}))
       ;
@@ -169,7 +166,7 @@ TEST(BLEEvent, TheEngineLivesAsLongAsItsCallbackAndFailuresEndThere) {
   bridge->Deliver([&] {
     engine.reset();
     EXPECT_FALSE(alive.expired());
-    throw platform::PlatformFailure(1, "nobody's business");
+    throw PlatformFailure(1, "nobody's business");
   });
   EXPECT_TRUE(alive.expired());
   bridge->Deliver([] { FAIL() << "delivered without an engine"; });
@@ -199,4 +196,4 @@ TEST(Scanner, EachThreadSeesTheAdvertisementItIsReporting) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

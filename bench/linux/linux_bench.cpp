@@ -17,16 +17,16 @@
 #include <thread>
 #include <vector>
 
+#include "att/AttPdu.h"
+#include "backends/linux/BluetoothSockets.h"
+#include "base/WakeSignal.h"
 #include "corvaneble/corvaneble.h"
 #include "linux/Peripheral.h"
-#include "platform/WakeSignal.h"
-#include "platform/att/AttPdu.h"
-#include "platform/linux/BluetoothSockets.h"
 
-namespace corvaneble::bench {
+namespace ble::bench {
 namespace {
 
-namespace kernel = platform::linux_radio::kernel;
+namespace kernel = linux_radio::kernel;
 using std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
@@ -111,7 +111,7 @@ class Library {
   }
 
   std::atomic<std::uint32_t> values_{0};
-  platform::WakeSignal arrived_;
+  WakeSignal arrived_;
   std::string service_;
   std::string characteristic_;
   CorvaneBLE_Handle client_;
@@ -154,7 +154,7 @@ class Bare {
 
  private:
   int socket_;
-  std::uint8_t buffer_[platform::att::kMaxMtu];
+  std::uint8_t buffer_[att::kMaxMtu];
 };
 
 /// The link of the one before must be gone before the next can have it.
@@ -249,7 +249,7 @@ void TimeFirstValue() {
 }
 
 }  // namespace
-}  // namespace corvaneble::bench
+}  // namespace ble::bench
 
 /// All comparisons, or the one that is named: connect, reads, notifications.
 int main(int argc, char** argv) {
@@ -262,10 +262,10 @@ int main(int argc, char** argv) {
   };
   try {
     setenv("CORVANEBLE_RADIO", "linux:hci0", 1);
-    corvaneble::tests::Tell("advertise");
-    compare("connect", corvaneble::bench::TimeFirstValue);
-    compare("reads", corvaneble::bench::CompareReads);
-    compare("notifications", corvaneble::bench::CompareNotifications);
+    ble::tests::Tell("advertise");
+    compare("connect", ble::bench::TimeFirstValue);
+    compare("reads", ble::bench::CompareReads);
+    compare("notifications", ble::bench::CompareNotifications);
     if (!compared) throw std::runtime_error("no comparison \"" + only + "\"");
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());

@@ -5,17 +5,17 @@
 #include <optional>
 #include <utility>
 
-#include "frame/Text.h"
-#include "platform/NeverDestroyed.h"
+#include "base/NeverDestroyed.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 using WideTexts = std::array<std::u16string, kMaxEventParameters>;
 
 /// The process-wide lock that serialises the creation of instances.
 std::mutex& CreationMutex() {
-  static platform::NeverDestroyed<std::mutex> mutex;
+  static NeverDestroyed<std::mutex> mutex;
   return *mutex;
 }
 
@@ -32,14 +32,14 @@ std::intptr_t WideText(const TextCodec& codec, const char* text, std::u16string&
 }  // namespace
 
 BLEClient::BLEClient(CorvaneBLE_EventCallback callback, void* userData, bool unicodeEvents,
-                     platform::OpenedRadio radio)
+                     OpenedRadio radio)
     : callback_(callback),
       userData_(userData),
       unicodeEvents_(unicodeEvents),
-      engine_(*this, std::move(radio), platform::SystemTextConverter()) {}
+      engine_(*this, std::move(radio), SystemTextConverter()) {}
 
 BLEClient* BLEClient::Create(CorvaneBLE_EventCallback callback, void* userData, bool unicodeEvents,
-                             platform::OpenedRadio radio) {
+                             OpenedRadio radio) {
   const std::lock_guard lock(CreationMutex());
   const auto client =
       std::make_shared<BLEClient>(callback, userData, unicodeEvents, std::move(radio));
@@ -102,4 +102,4 @@ void BLEClient::Destroy() {
                    static_cast<std::int32_t>(values.size()), params.data(), lengths.data());
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -10,7 +10,7 @@
 #include "frame/CallGate.h"
 #include "frame/EventSink.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// One instance: what a host's handle points to. It owns itself until the host destroys it, and
 /// lives on until the last call that was using it then has returned.
@@ -18,7 +18,7 @@ class BLEClient final : public EventSink {
  public:
   /// An instance on a radio. Creations are serialised, process-wide.
   static BLEClient* Create(CorvaneBLE_EventCallback callback, void* userData, bool unicodeEvents,
-                           platform::OpenedRadio radio);
+                           OpenedRadio radio);
 
   /// A reference for the time of one call.
   static std::shared_ptr<BLEClient> FromHandle(void* handle);
@@ -32,7 +32,7 @@ class BLEClient final : public EventSink {
   std::int32_t Fire(EventId event, std::span<const EventValue> values) override;
 
   BLEClient(CorvaneBLE_EventCallback callback, void* userData, bool unicodeEvents,
-            platform::OpenedRadio radio);
+            OpenedRadio radio);
 
  private:
   std::int32_t Invoke(const EventInfo& info, std::span<const EventValue> values);
@@ -45,4 +45,4 @@ class BLEClient final : public EventSink {
   BLEClientEngine engine_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

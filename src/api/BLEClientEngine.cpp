@@ -2,10 +2,9 @@
 
 #include <utility>
 
-namespace corvaneble {
+namespace ble {
 
-BLEClientEngine::BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
-                                 const platform::TextConverter& converter)
+BLEClientEngine::BLEClientEngine(EventSink& sink, OpenedRadio radio, const TextConverter& converter)
     : ComponentBase(sink, converter),
       radio_(std::move(radio)),
       scanner_({errors_, events_, log_, settings_, codec_, radio_, wait_, bridge_}),
@@ -33,10 +32,10 @@ void BLEClientEngine::Attach(std::weak_ptr<void> owner) {
   });
 }
 
-platform::GattCharacteristic::ValueChanged::Handler BLEClientEngine::ValueChangedHandler() {
-  return [this, bridge = bridge_](platform::GattCharacteristic& sender, platform::ByteView value) {
+GattCharacteristic::ValueChanged::Handler BLEClientEngine::ValueChangedHandler() {
+  return [this, bridge = bridge_](GattCharacteristic& sender, ByteView value) {
     bridge->Deliver([&] { subscriptions_.OnValueChanged(sender, value); });
   };
 }
 
-}  // namespace corvaneble
+}  // namespace ble

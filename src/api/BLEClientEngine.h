@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <memory>
 
+#include "api/ConfigDispatch.h"
+#include "api/MethodDispatch.h"
+#include "api/PropertyDispatch.h"
+#include "api/ReturnSlots.h"
 #include "frame/ComponentBase.h"
-#include "frame/tables/ConfigTable.h"
-#include "frame/tables/MethodTable.h"
-#include "frame/tables/PropertyTable.h"
-#include "frame/tables/ReturnSlots.h"
 #include "platform/Radio.h"
 #include "platform/TextConverter.h"
 #include "procedures/AttributeDiscovery.h"
@@ -25,14 +25,13 @@
 #include "radio/ResultMapping.h"
 #include "radio/Scanner.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The parts of one instance, put together. It has no behaviour of its own: each part was given the
 /// parts it uses, and the tables are the way in.
 class BLEClientEngine : public ComponentBase {
  public:
-  BLEClientEngine(EventSink& sink, platform::OpenedRadio radio,
-                  const platform::TextConverter& converter);
+  BLEClientEngine(EventSink& sink, OpenedRadio radio, const TextConverter& converter);
 
   /// Begins to deliver platform callbacks; `owner` is what keeps the engine alive.
   void Attach(std::weak_ptr<void> owner);
@@ -42,15 +41,15 @@ class BLEClientEngine : public ComponentBase {
   /// Releases the server: what another thread waits for ends.
   void Disconnect() { (void)connection_.Disconnect(); }
 
-  PropertyTable& Properties() { return properties_; }
-  MethodTable& Methods() { return methods_; }
+  PropertyDispatch& Properties() { return properties_; }
+  MethodDispatch& Methods() { return methods_; }
   ReturnSlots& Slots() { return slots_; }
 
  private:
   /// What is registered as value-changed handler on every discovered characteristic.
-  platform::GattCharacteristic::ValueChanged::Handler ValueChangedHandler();
+  GattCharacteristic::ValueChanged::Handler ValueChangedHandler();
 
-  platform::OpenedRadio radio_;
+  OpenedRadio radio_;
   std::atomic<std::int32_t> timeoutSeconds_{60};
   const std::shared_ptr<BLEEvent> bridge_ = std::make_shared<BLEEvent>();
   ReturnSlots slots_;
@@ -66,10 +65,10 @@ class BLEClientEngine : public ComponentBase {
   Writer writer_;
   CharacteristicFields fields_;
   Subscriptions subscriptions_;
-  ConfigTable config_;
-  PropertyTable properties_;
-  MethodTable methods_;
-  platform::EventToken notices_;
+  ConfigDispatch config_;
+  PropertyDispatch properties_;
+  MethodDispatch methods_;
+  EventToken notices_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

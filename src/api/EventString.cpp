@@ -6,7 +6,7 @@
 
 #include "platform/TextConverter.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 template <class Char>
@@ -41,14 +41,12 @@ void Release(EventString& record) {
   Form<Char>::Of(record) = nullptr;
 }
 
-platform::ConversionError Convert(std::uint32_t codePage, std::u16string_view from,
-                                  std::string& to) {
-  return platform::SystemTextConverter().ToNarrow(codePage, from, to);
+ConversionError Convert(std::uint32_t codePage, std::u16string_view from, std::string& to) {
+  return SystemTextConverter().ToNarrow(codePage, from, to);
 }
 
-platform::ConversionError Convert(std::uint32_t codePage, std::string_view from,
-                                  std::u16string& to) {
-  return platform::SystemTextConverter().ToWide(codePage, from, to);
+ConversionError Convert(std::uint32_t codePage, std::string_view from, std::u16string& to) {
+  return SystemTextConverter().ToWide(codePage, from, to);
 }
 
 template <class Char, class Other>
@@ -107,4 +105,4 @@ void SetWide(EventString& record, const char16_t* text, bool copy) {
   Store(record, text, copy);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -4,7 +4,7 @@
 
 #include "corvaneble/corvaneble.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The operations on the text record that the host shares with the library. A record is used by one
 /// thread at a time.
@@ -23,4 +23,4 @@ const char16_t* ReadWide(EventString& record);
 void SetNarrow(EventString& record, const char* text, bool copy);
 void SetWide(EventString& record, const char16_t* text, bool copy);
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -11,10 +11,10 @@
 
 // The exported functions. Each checks its handle and forwards to the instance.
 
-using corvaneble::BLEClient;
-using corvaneble::BLEClientEngine;
-using corvaneble::platform::OpenRadio;
-using corvaneble::platform::RadioNameFromEnvironment;
+using ble::BLEClient;
+using ble::BLEClientEngine;
+using ble::OpenRadio;
+using ble::RadioNameFromEnvironment;
 
 namespace {
 
@@ -38,7 +38,7 @@ std::int32_t WithEngine(CorvaneBLE_Handle handle, Body body) {
   return With(handle, kNullHandle, [&](BLEClient& client) { return body(client.Engine()); });
 }
 
-const char* Hold(corvaneble::ReturnSlot& slot, std::string text) {
+const char* Hold(ble::ReturnSlot& slot, std::string text) {
   slot.narrow = std::move(text);
   return slot.narrow.c_str();
 }
@@ -47,17 +47,17 @@ const char* OrEmpty(const char* text) {
   return text != nullptr ? text : "";
 }
 
-const void* EvtStr(corvaneble::EventString& record, std::int32_t mode, const char* text) {
-  if (mode == CORVANEBLE_STRING_READ) return corvaneble::ReadNarrow(record);
-  if (mode == CORVANEBLE_STRING_ATTACH) corvaneble::SetNarrow(record, text, false);
-  if (mode == CORVANEBLE_STRING_COPY) corvaneble::SetNarrow(record, text, true);
+const void* EvtStr(ble::EventString& record, std::int32_t mode, const char* text) {
+  if (mode == CORVANEBLE_STRING_READ) return ble::ReadNarrow(record);
+  if (mode == CORVANEBLE_STRING_ATTACH) ble::SetNarrow(record, text, false);
+  if (mode == CORVANEBLE_STRING_COPY) ble::SetNarrow(record, text, true);
   return nullptr;
 }
 
-const void* EvtStr(corvaneble::EventString& record, std::int32_t mode, const char16_t* text) {
-  if (mode == CORVANEBLE_STRING_READ) return corvaneble::ReadWide(record);
-  if (mode == CORVANEBLE_STRING_ATTACH) corvaneble::SetWide(record, text, false);
-  if (mode == CORVANEBLE_STRING_COPY) corvaneble::SetWide(record, text, true);
+const void* EvtStr(ble::EventString& record, std::int32_t mode, const char16_t* text) {
+  if (mode == CORVANEBLE_STRING_READ) return ble::ReadWide(record);
+  if (mode == CORVANEBLE_STRING_ATTACH) ble::SetWide(record, text, false);
+  if (mode == CORVANEBLE_STRING_COPY) ble::SetWide(record, text, true);
   return nullptr;
 }
 
@@ -155,11 +155,11 @@ int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_SetEventErrorAndCode(CorvaneBLE_Han
 }
 
 int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_StaticInit(void* module) {
-  return corvaneble::StaticInit(module);
+  return ble::StaticInit(module);
 }
 
 int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_StaticDestroy(void) {
-  return corvaneble::StaticDestroy();
+  return ble::StaticDestroy();
 }
 
 const void* CORVANEBLE_CALL CorvaneBLE_EvtStr(CorvaneBLE_EventString* record, int32_t mode,
@@ -179,8 +179,7 @@ const void* CORVANEBLE_CALL CorvaneBLE_EvtStr(CorvaneBLE_EventString* record, in
 
 int32_t CORVANEBLE_CALL CorvaneBLE_Stream(void* stream, int32_t operation, intptr_t* args,
                                           void* result) {
-  return corvaneble::DispatchStream(static_cast<corvaneble::Stream*>(stream), operation, args,
-                                    result);
+  return ble::DispatchStream(static_cast<ble::Stream*>(stream), operation, args, result);
 }
 
 }  // extern "C"

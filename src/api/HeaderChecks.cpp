@@ -3,16 +3,16 @@
 #include "corvaneble/corvaneble.h"
 #include "frame/ErrorCode.h"
 #include "frame/EventTable.h"
+#include "frame/HostNumber.h"
 #include "frame/Log.h"
-#include "frame/tables/HostNumber.h"
-#include "frame/tables/MethodInfo.h"
-#include "frame/tables/PropertyInfo.h"
+#include "frame/MethodTable.h"
+#include "frame/PropertyTable.h"
 #include "gatt/CharacteristicFlags.h"
 
 // The public header's numbers are written once more in the tables that the library works with. They
 // must not drift apart.
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 template <class Id, class Constant>
@@ -139,4 +139,4 @@ static_assert(sizeof(void*) != 4 || (offsetof(CorvaneBLE_EventString, narrow) ==
                                      sizeof(CorvaneBLE_EventString) == 20));
 
 }  // namespace
-}  // namespace corvaneble
+}  // namespace ble

@@ -6,7 +6,7 @@
 #include <windows.h>
 #endif
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 #ifndef _WIN32
@@ -28,24 +28,24 @@ const LoadedLibrary kLoadedLibrary;
 // all there is to prepare.
 
 std::int32_t StaticInit(void* /*module*/) {
-  platform::PrepareProcess();
+  PrepareProcess();
   return 0;
 }
 
 std::int32_t StaticDestroy() {
-  platform::ReleaseProcess();
+  ReleaseProcess();
   return 0;
 }
 
-}  // namespace corvaneble
+}  // namespace ble
 
 #ifdef _WIN32
 /// Runs under the system's loader lock.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* /*reserved*/) {
   if (reason == DLL_PROCESS_ATTACH) {
-    corvaneble::StaticInit(module);
+    ble::StaticInit(module);
   } else if (reason == DLL_PROCESS_DETACH) {
-    corvaneble::StaticDestroy();
+    ble::StaticDestroy();
   }
   return TRUE;
 }

@@ -2,7 +2,7 @@
 
 #include "corvaneble/corvaneble.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 constexpr const char* kNoStream = "Invalid stream pointer.";
@@ -62,4 +62,4 @@ std::int32_t DispatchStream(Stream* stream, std::int32_t operation, const std::i
   }
 }
 
-}  // namespace corvaneble
+}  // namespace ble

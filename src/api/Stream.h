@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace corvaneble {
+namespace ble {
 
 /// A stream object that the library hands to a host. No property or method makes one yet; the
 /// operations are what `CorvaneBLE_Stream` dispatches to, in the order of their numbers.
@@ -26,4 +26,4 @@ class Stream {
 std::int32_t DispatchStream(Stream* stream, std::int32_t operation, const std::intptr_t* args,
                             void* result);
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <mutex>
 
-namespace corvaneble {
+namespace ble {
 
 /// Lets calls through until it is closed; closing waits for those still inside. A thread that
 /// closes the gate from inside a call of its own does not wait for itself.
@@ -75,4 +75,4 @@ class CallGate {
   std::condition_variable left_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

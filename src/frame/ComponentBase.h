@@ -7,7 +7,7 @@
 #include "frame/Settings.h"
 #include "frame/TextCodec.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// What every engine stands on: settings, errors, events, log and text conversion. Any thread.
 class ComponentBase {
@@ -17,7 +17,7 @@ class ComponentBase {
   Events& EventFires() { return events_; }
 
  protected:
-  ComponentBase(EventSink& sink, const platform::TextConverter& converter)
+  ComponentBase(EventSink& sink, const TextConverter& converter)
       : codec_(settings_, converter), events_(sink), log_(settings_, events_) {}
   ~ComponentBase() = default;
   ComponentBase(const ComponentBase&) = delete;
@@ -30,4 +30,4 @@ class ComponentBase {
   Log log_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "base/Text.h"
 #include "frame/Settings.h"
-#include "frame/Text.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 /// Consumes the name and the index in front of the "="; returns where the "=" stands, or the end.
@@ -46,4 +46,4 @@ ConfigItem ParseConfigItem(std::string_view text) {
   return item;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvaneble {
+namespace ble {
 
 /// The parsed form of one configuration text: `Name`, `Name[index]`, `Name=value`.
 struct ConfigItem {
@@ -19,4 +19,4 @@ struct ConfigItem {
 /// read. Round brackets do as well as square ones. Backslashes mean nothing special.
 ConfigItem ParseConfigItem(std::string_view text);
 
-}  // namespace corvaneble
+}  // namespace ble

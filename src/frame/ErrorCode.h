@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace corvaneble {
+namespace ble {
 
 /// What every operation returns: 0 for success, else one of the codes below, or a platform error
 /// number of a text conversion. Whoever returns a non-zero code has stored its message first.
@@ -99,4 +99,4 @@ inline constexpr Failure kNoLowEnergy{error::kNoRadio,
                                       "Bluetooth adapter does not support Low Energy."};
 
 }  // namespace failure
-}  // namespace corvaneble
+}  // namespace ble

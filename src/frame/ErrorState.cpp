@@ -1,8 +1,8 @@
 #include "frame/ErrorState.h"
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 std::string DefaultText(ErrorCode code) {
@@ -51,4 +51,4 @@ bool ErrorState::RecordUnhandledEvent(ErrorCode code, std::string_view text) {
   return true;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -7,7 +7,7 @@
 
 #include "frame/ErrorCode.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The two error pairs of an instance: the last failed operation's, and the one recorded for a
 /// failing event handler. Storing a text never changes a code and storing a code never clears a
@@ -48,4 +48,4 @@ class ErrorState {
   std::string eventText_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -3,21 +3,21 @@
 #include <cstdint>
 #include <span>
 
+#include "base/Bytes.h"
 #include "frame/EventTable.h"
-#include "platform/Bytes.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// One event parameter: which field counts is said by the event's row in `kEventTable`. Texts are
 /// never null; bytes are followed by one 0 byte in memory.
 struct EventValue {
   const char* text = "";
   std::int32_t integer = 0;
-  platform::ByteView bytes;
+  ByteView bytes;
 
   static EventValue Of(std::int32_t value) { return {"", value, {}}; }
   static EventValue Of(const char* value) { return {value != nullptr ? value : "", 0, {}}; }
-  static EventValue Of(platform::ByteView value) { return {"", 0, value}; }
+  static EventValue Of(ByteView value) { return {"", 0, value}; }
 };
 
 /// Receives the engine's events, on whatever thread raises them, also on several at once.
@@ -30,4 +30,4 @@ class EventSink {
   ~EventSink() = default;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace corvaneble {
+namespace ble {
 
 /// The events a host receives, numbered in alphabetical order of their names.
 enum class EventId : std::int32_t {
@@ -60,4 +60,4 @@ static_assert([] {
   return true;
 }());
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <array>
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 /// A copy of some bytes with a 0 byte behind the last one. Attribute values and advertising
 /// sections fit the buffer inside, so that the usual event allocates nothing.
 class TerminatedBytes {
  public:
-  explicit TerminatedBytes(platform::ByteView bytes) : size_(bytes.size()) {
+  explicit TerminatedBytes(ByteView bytes) : size_(bytes.size()) {
     if (bytes.size() >= inline_.size()) {
       heap_.reserve(bytes.size() + 1);
       heap_.assign(bytes.begin(), bytes.end());
@@ -20,14 +20,14 @@ class TerminatedBytes {
     }
   }
 
-  platform::ByteView View() const { return {heap_.empty() ? inline_.data() : heap_.data(), size_}; }
+  ByteView View() const { return {heap_.empty() ? inline_.data() : heap_.data(), size_}; }
 
  private:
   static constexpr std::size_t kLongestAttributeValue = 512;  // Bluetooth Core 5.4, ATT
 
   std::size_t size_;
   std::array<std::uint8_t, kLongestAttributeValue + 1> inline_;
-  platform::Bytes heap_;
+  Bytes heap_;
 };
 
 }  // namespace
@@ -88,7 +88,7 @@ void Events::FireUnsubscribed(const AttributeNames& names) {
        names.description);
 }
 
-[[gnu::hot]] void Events::FireValue(const AttributeNames& names, platform::ByteView value) {
+[[gnu::hot]] void Events::FireValue(const AttributeNames& names, ByteView value) {
   const TerminatedBytes bytes(value);
   Fire(EventId::Value, names.serviceId, names.characteristicId, names.descriptorId, names.uuid,
        names.description, bytes.View());
@@ -99,4 +99,4 @@ void Events::FireWriteResponse(const AttributeNames& names) {
        names.uuid, names.description);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

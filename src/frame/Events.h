@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
+#include "base/Bytes.h"
 #include "frame/ErrorCode.h"
 #include "frame/EventSink.h"
-#include "platform/Bytes.h"
 
-namespace corvaneble {
+namespace ble {
 
 enum class GattType : std::int32_t { Service = 0, Characteristic = 1, Descriptor = 2 };
 
@@ -20,7 +20,7 @@ struct AdvertisementReport {
   const char* servicesWithData = "";
   const char* solicitedServiceUuids = "";
   std::int32_t manufacturerCompanyId = -1;
-  platform::ByteView manufacturerData;
+  ByteView manufacturerData;
   bool isConnectable = false;
   bool isScanResponse = false;
 };
@@ -52,7 +52,7 @@ class Events {
   void FireStopScan(ErrorCode code, const char* description);
   void FireSubscribed(const AttributeNames& names);
   void FireUnsubscribed(const AttributeNames& names);
-  void FireValue(const AttributeNames& names, platform::ByteView value);
+  void FireValue(const AttributeNames& names, ByteView value);
   void FireWriteResponse(const AttributeNames& names);
 
  private:
@@ -62,4 +62,4 @@ class Events {
   EventSink& sink_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <span>
 
+#include "base/Text.h"
 #include "frame/Events.h"
 #include "frame/Settings.h"
-#include "frame/Text.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// What a log line is about, in the words the host sees.
 namespace log_type {
@@ -45,4 +45,4 @@ class Log {
   Events& events_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace corvaneble {
+namespace ble {
 
 /// The settings that hold a value, in the order of `kSettingTable`.
 enum class Setting : std::size_t {
@@ -140,4 +140,4 @@ static_assert([] {
   return true;
 }());
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -4,9 +4,9 @@
 #include <charconv>
 #include <limits>
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 constexpr const char* kTrue = "True";
@@ -91,4 +91,4 @@ std::int32_t ParseInteger(std::string_view text) {
   return ParseDecimal(text);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

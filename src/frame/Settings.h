@@ -9,7 +9,7 @@
 
 #include "frame/SettingTable.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The values of one instance's settings. Any thread.
 class Settings {
@@ -54,4 +54,4 @@ std::int32_t ParseDecimal(std::string_view text);
 /// 1 for "TRUE" or "yes", 0 for "FALSE" or "no", hexadecimal after "0x", decimal otherwise.
 std::int32_t ParseInteger(std::string_view text);
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -1,12 +1,9 @@
 #include "frame/TextCodec.h"
 
-#include "platform/Utf.h"
+#include "base/Utf.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
-
-using platform::IsHighSurrogate;
-using platform::IsLowSurrogate;
 
 std::u16string WithoutLoneSurrogates(std::u16string_view text) {
   std::u16string out(text);
@@ -24,9 +21,9 @@ std::u16string WithoutLoneSurrogates(std::u16string_view text) {
 
 void TextCodec::NarrowLossy(std::uint32_t codePage, std::u16string_view wide,
                             std::string& out) const {
-  if (converter_.ToNarrow(codePage, wide, out) == platform::ConversionError::NoUnicodeTranslation) {
+  if (converter_.ToNarrow(codePage, wide, out) == ConversionError::NoUnicodeTranslation) {
     converter_.ToNarrow(codePage, WithoutLoneSurrogates(wide), out);
   }
 }
 
-}  // namespace corvaneble
+}  // namespace ble

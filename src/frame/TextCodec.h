@@ -8,12 +8,12 @@
 #include "frame/Settings.h"
 #include "platform/TextConverter.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Converts between the instance's narrow texts and UTF-16. Any thread.
 class TextCodec {
  public:
-  TextCodec(const Settings& settings, const platform::TextConverter& converter)
+  TextCodec(const Settings& settings, const TextConverter& converter)
       : settings_(settings), converter_(converter) {}
 
   std::uint32_t CodePage() const {
@@ -44,7 +44,7 @@ class TextCodec {
   void NarrowLossy(std::uint32_t codePage, std::u16string_view wide, std::string& out) const;
 
   const Settings& settings_;
-  const platform::TextConverter& converter_;
+  const TextConverter& converter_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

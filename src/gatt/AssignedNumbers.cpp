@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 struct AssignedNumber {
@@ -317,4 +317,4 @@ const char* DescriptorName(const Uuid& uuid) {
   return NameIn(kDescriptors, uuid);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

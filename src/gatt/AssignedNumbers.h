@@ -1,8 +1,8 @@
 #pragma once
 
-#include "gatt/Uuid.h"
+#include "gatt/UuidText.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The assigned-number name of a UUID (Assigned Numbers, GATT services, characteristics and
 /// descriptors); empty when the UUID is not in the table or not on the Bluetooth base UUID. The
@@ -11,4 +11,4 @@ const char* ServiceName(const Uuid& uuid);
 const char* CharacteristicName(const Uuid& uuid);
 const char* DescriptorName(const Uuid& uuid);
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -6,7 +6,7 @@
 
 #include "platform/Gatt.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// What a characteristic allows, in the component's own bits: the platform's property bits without
 /// ExtendedProperties, which leaves no gap.
@@ -29,7 +29,7 @@ struct CharacteristicFlagInfo {
 };
 
 inline constexpr auto kCharacteristicFlagTable = [] {
-  namespace property = platform::gatt_characteristic_properties;
+  namespace property = gatt_characteristic_properties;
   namespace flag = characteristic_flag;
   return std::to_array<CharacteristicFlagInfo>({
       {flag::kBroadcast, property::kBroadcast, "B"},
@@ -67,4 +67,4 @@ inline std::string FlagsText(std::uint32_t flags) {
   return text;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "gatt/Uuid.h"
+#include "gatt/UuidText.h"
 
-namespace corvaneble::descriptor_uuid {
+namespace ble::descriptor_uuid {
 
 /// The descriptors that the component itself looks for (Assigned Numbers, 3.7).
 inline constexpr Uuid kCharacteristicExtendedProperties = UuidFromShort(0x2900);
@@ -11,4 +11,4 @@ inline constexpr Uuid kClientCharacteristicConfiguration = UuidFromShort(0x2902)
 inline constexpr Uuid kCharacteristicPresentationFormat = UuidFromShort(0x2904);
 inline constexpr Uuid kCharacteristicAggregateFormat = UuidFromShort(0x2905);
 
-}  // namespace corvaneble::descriptor_uuid
+}  // namespace ble::descriptor_uuid

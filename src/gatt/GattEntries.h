@@ -8,23 +8,23 @@
 
 #include "gatt/AssignedNumbers.h"
 #include "gatt/GattId.h"
-#include "gatt/Uuid.h"
+#include "gatt/UuidText.h"
 #include "platform/Event.h"
 #include "platform/Gatt.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// A discovered descriptor. Nothing in it changes after it was made.
 struct DescriptorEntry {
   DescriptorEntry() = default;  ///< the empty record
-  DescriptorEntry(std::shared_ptr<platform::GattDescriptor> object, const GattId& gattId)
+  DescriptorEntry(std::shared_ptr<GattDescriptor> object, const GattId& gattId)
       : platform(std::move(object)),
-        uuid(platform->Uuid()),
+        uuid(platform->AttributeUuid()),
         id(gattId),
         name(DescriptorName(uuid)),
         uuidText(uuid) {}
 
-  std::shared_ptr<platform::GattDescriptor> platform;
+  std::shared_ptr<GattDescriptor> platform;
   Uuid uuid;
   GattId id;
   const char* name = "";
@@ -69,14 +69,14 @@ enum class SubscriptionState : std::uint8_t { Unknown, Unsubscribed, Subscribed 
 /// except `descriptors`, which the tree's mutex guards.
 struct CharacteristicEntry {
   CharacteristicEntry() = default;  ///< the empty record
-  CharacteristicEntry(std::shared_ptr<platform::GattCharacteristic> object, const GattId& gattId)
+  CharacteristicEntry(std::shared_ptr<GattCharacteristic> object, const GattId& gattId)
       : platform(std::move(object)),
-        uuid(platform->Uuid()),
+        uuid(platform->AttributeUuid()),
         id(gattId),
         name(CharacteristicName(uuid)),
         uuidText(uuid) {}
 
-  std::shared_ptr<platform::GattCharacteristic> platform;
+  std::shared_ptr<GattCharacteristic> platform;
   Uuid uuid;
   GattId id;
   const char* name = "";
@@ -84,20 +84,20 @@ struct CharacteristicEntry {
   CharacteristicState state;
   std::atomic<SubscriptionState> subscription{SubscriptionState::Unknown};
   std::vector<std::shared_ptr<DescriptorEntry>> descriptors;
-  platform::EventToken valueChanged;
+  EventToken valueChanged;
 };
 
 /// A discovered service. The three lists are guarded by the tree's mutex; the rest does not change.
 struct ServiceEntry {
   ServiceEntry() = default;  ///< the empty record
-  ServiceEntry(std::shared_ptr<platform::GattDeviceService> object, const GattId& gattId)
+  ServiceEntry(std::shared_ptr<GattDeviceService> object, const GattId& gattId)
       : platform(std::move(object)),
-        uuid(platform->Uuid()),
+        uuid(platform->AttributeUuid()),
         id(gattId),
         name(ServiceName(uuid)),
         uuidText(uuid) {}
 
-  std::shared_ptr<platform::GattDeviceService> platform;
+  std::shared_ptr<GattDeviceService> platform;
   Uuid uuid;
   GattId id;
   const char* name = "";
@@ -111,4 +111,4 @@ using ServicePtr = std::shared_ptr<ServiceEntry>;
 using CharacteristicPtr = std::shared_ptr<CharacteristicEntry>;
 using DescriptorPtr = std::shared_ptr<DescriptorEntry>;
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -1,6 +1,6 @@
 #include "gatt/GattId.h"
 
-namespace corvaneble {
+namespace ble {
 
 [[gnu::hot]] std::optional<GattId::Key> GattId::ParseKey(std::string_view text) {
   if (text.size() != kLength) return std::nullopt;
@@ -13,4 +13,4 @@ namespace corvaneble {
   return key;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string_view>
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Identifies an attribute on the connected server: 12 upper-case hexadecimal digits, the attribute
 /// handles of its service, characteristic and descriptor, "0000" where a level does not apply.
@@ -49,4 +49,4 @@ class GattId {
   std::array<char, kLength + 1> text_{};  ///< the same as a text; empty for an empty id
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 template <class Entry>
@@ -56,8 +56,8 @@ std::pair<std::shared_ptr<Entry>, bool> GattObjectTree::Store(Index<Entry>& inde
   return {std::move(entry), true};
 }
 
-std::pair<ServicePtr, bool> GattObjectTree::AddService(
-    std::shared_ptr<platform::GattDeviceService> object, const GattId& id) {
+std::pair<ServicePtr, bool> GattObjectTree::AddService(std::shared_ptr<GattDeviceService> object,
+                                                       const GattId& id) {
   auto entry = std::make_shared<ServiceEntry>(std::move(object), id);
   const std::lock_guard lock(mutex_);
   auto [record, isNew] = Store(serviceIndex_, std::move(entry));
@@ -66,8 +66,7 @@ std::pair<ServicePtr, bool> GattObjectTree::AddService(
 }
 
 std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
-    std::shared_ptr<platform::GattCharacteristic> object, const ServicePtr& service,
-    const GattId& id) {
+    std::shared_ptr<GattCharacteristic> object, const ServicePtr& service, const GattId& id) {
   {
     const std::lock_guard lock(mutex_);
     if (auto known = Find(characteristicIndex_, id.ToKey())) return {std::move(known), false};
@@ -84,7 +83,7 @@ std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
 }
 
 std::pair<DescriptorPtr, bool> GattObjectTree::AddDescriptor(
-    std::shared_ptr<platform::GattDescriptor> object, const CharacteristicPtr& characteristic,
+    std::shared_ptr<GattDescriptor> object, const CharacteristicPtr& characteristic,
     const GattId& id) {
   auto entry = std::make_shared<DescriptorEntry>(std::move(object), id);
   const std::lock_guard lock(mutex_);
@@ -153,7 +152,7 @@ void GattObjectTree::SetNoCharacteristicText(std::string_view serviceId,
 }
 
 [[gnu::hot]] CharacteristicPtr GattObjectTree::FindCharacteristicByObject(
-    const platform::GattCharacteristic& object) const {
+    const GattCharacteristic& object) const {
   const std::lock_guard lock(mutex_);
   const auto found = objectIndex_.find(&object);
   return found != objectIndex_.end() ? found->second : nullptr;
@@ -218,4 +217,4 @@ std::string GattObjectTree::IncludedIds(const ServiceEntry& service) const {
   return Join(service.includedIds);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -11,7 +11,7 @@
 #include "gatt/GattEntries.h"
 #include "gatt/GattId.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// What has been discovered on one server. Records are only ever added, in discovery order; finding
 /// one costs the same however many there are.
@@ -20,7 +20,7 @@ namespace corvaneble {
 /// under it. Records are shared: one that was handed out may outlive the tree.
 class GattObjectTree {
  public:
-  using ValueChanged = platform::GattCharacteristic::ValueChanged;
+  using ValueChanged = GattCharacteristic::ValueChanged;
 
   /// More records than a server can have attributes, one for each handle (Bluetooth Core 5.4,
   /// Vol 3 Part F, 3.2.2), come from one whose services lie about what they contain.
@@ -37,12 +37,11 @@ class GattObjectTree {
 
   /// Find the record with the id, or store a new one; the second value tells whether it is new. A
   /// record found is not replaced. Null when there are `kMostRecords` already.
-  std::pair<ServicePtr, bool> AddService(std::shared_ptr<platform::GattDeviceService> object,
+  std::pair<ServicePtr, bool> AddService(std::shared_ptr<GattDeviceService> object,
                                          const GattId& id);
-  std::pair<CharacteristicPtr, bool> AddCharacteristic(
-      std::shared_ptr<platform::GattCharacteristic> object, const ServicePtr& service,
-      const GattId& id);
-  std::pair<DescriptorPtr, bool> AddDescriptor(std::shared_ptr<platform::GattDescriptor> object,
+  std::pair<CharacteristicPtr, bool> AddCharacteristic(std::shared_ptr<GattCharacteristic> object,
+                                                       const ServicePtr& service, const GattId& id);
+  std::pair<DescriptorPtr, bool> AddDescriptor(std::shared_ptr<GattDescriptor> object,
                                                const CharacteristicPtr& characteristic,
                                                const GattId& id);
 
@@ -62,7 +61,7 @@ class GattObjectTree {
                                                 std::string_view characteristicId) const;
 
   /// The record of a platform object; null when there is none, without a message.
-  CharacteristicPtr FindCharacteristicByObject(const platform::GattCharacteristic& object) const;
+  CharacteristicPtr FindCharacteristicByObject(const GattCharacteristic& object) const;
 
   /// Snapshots in discovery order.
   std::vector<ServicePtr> Services() const;
@@ -101,7 +100,7 @@ class GattObjectTree {
   Index<CharacteristicEntry> characteristicIndex_;
   Index<DescriptorEntry> descriptorIndex_;
   /// The first record of each platform object.
-  std::unordered_map<const platform::GattCharacteristic*, CharacteristicPtr> objectIndex_;
+  std::unordered_map<const GattCharacteristic*, CharacteristicPtr> objectIndex_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

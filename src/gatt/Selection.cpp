@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 
 ErrorCode Selection::SelectService(std::string_view serviceId) {
   {
@@ -116,4 +116,4 @@ DescriptorPtr Selection::DescriptorAt(std::int32_t index) const {
   return tree_.DescriptorAt(*descriptors_.owner, static_cast<std::size_t>(index));
 }
 
-}  // namespace corvaneble
+}  // namespace ble

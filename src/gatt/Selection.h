@@ -10,7 +10,7 @@
 #include "frame/ErrorState.h"
 #include "gatt/GattObjectTree.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// A characteristic as the indexed properties show it: the shared record and this showing's own
 /// lazily filled fields.
@@ -80,4 +80,4 @@ class Selection {
   std::unordered_map<std::int32_t, std::shared_ptr<CharacteristicState>> states_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -1,9 +1,9 @@
 #include "gatt/TreeReport.h"
 
-#include "frame/Text.h"
+#include "base/Text.h"
 #include "gatt/CharacteristicFlags.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 constexpr std::string_view kHeader =
@@ -54,4 +54,4 @@ std::string FormatTreeReport(const GattObjectTree& tree, const TextCodec& codec)
   return report;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,11 +5,11 @@
 #include <optional>
 #include <utility>
 
-#include "platform/Callback.h"
+#include "base/Callback.h"
+#include "base/WakeSignal.h"
 #include "platform/PlatformFailure.h"
-#include "platform/WakeSignal.h"
 
-namespace corvaneble::platform {
+namespace ble {
 
 /// A started operation of the platform; finishes on any thread. `T` is the result object; a result
 /// may be null.
@@ -95,4 +95,4 @@ AsyncOperationPtr<T> CompletedOperation(std::shared_ptr<T> result) {
   return operation;
 }
 
-}  // namespace corvaneble::platform
+}  // namespace ble

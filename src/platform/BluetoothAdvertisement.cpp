@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/Utf.h"
+#include "base/Utf.h"
 
-namespace corvaneble::platform {
+namespace ble {
 namespace {
 
 namespace type = advertisement_data_type;
@@ -50,7 +50,7 @@ void BluetoothLEAdvertisement::Assign(ByteView payload) {
 
     if (const std::size_t size = ServiceUuidSize(dataType)) {
       for (std::size_t at = 0; at + size <= data.size(); at += size)
-        serviceUuids_.push_back(*Guid::FromLittleEndian(data.subspan(at, size)));
+        serviceUuids_.push_back(*Uuid::FromLittleEndian(data.subspan(at, size)));
     } else if (dataType == type::kManufacturerSpecificData) {
       if (data.size() >= 2) manufacturerData_.push_back({Number16(data), data.subspan(2)});
     } else if (!completeName && (dataType == type::kCompleteLocalName ||
@@ -64,9 +64,9 @@ void BluetoothLEAdvertisement::Assign(ByteView payload) {
 
 bool BluetoothLEAdvertisementFilter::Passes(const BluetoothLEAdvertisement& advertisement) const {
   const auto& advertised = advertisement.ServiceUuids();
-  return std::ranges::all_of(serviceUuids, [&](const Guid& wanted) {
+  return std::ranges::all_of(serviceUuids, [&](const Uuid& wanted) {
     return std::ranges::find(advertised, wanted) != advertised.end();
   });
 }
 
-}  // namespace corvaneble::platform
+}  // namespace ble

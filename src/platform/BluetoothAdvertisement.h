@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
+#include "base/Latch.h"
+#include "base/Uuid.h"
 #include "platform/Event.h"
-#include "platform/Guid.h"
-#include "platform/Latch.h"
 
-namespace corvaneble::platform {
+namespace ble {
 
 /// Advertising data types the component looks at (Assigned Numbers, 2.3).
 namespace advertisement_data_type {
@@ -64,7 +64,7 @@ class BluetoothLEAdvertisement {
   const std::u16string& LocalName() const { return localName_; }
 
   /// The UUIDs of all service UUID lists, in the order of the sections.
-  const std::vector<Guid>& ServiceUuids() const { return serviceUuids_; }
+  const std::vector<Uuid>& ServiceUuids() const { return serviceUuids_; }
 
   /// The manufacturer-data sections of at least two bytes, in order.
   const std::vector<BluetoothLEManufacturerData>& ManufacturerData() const {
@@ -79,7 +79,7 @@ class BluetoothLEAdvertisement {
  private:
   Bytes payload_;
   std::u16string localName_;
-  std::vector<Guid> serviceUuids_;
+  std::vector<Uuid> serviceUuids_;
   std::vector<BluetoothLEManufacturerData> manufacturerData_;
   std::vector<BluetoothLEAdvertisementDataSection> dataSections_;
 };
@@ -131,7 +131,7 @@ struct BluetoothLEAdvertisementWatcherStoppedEventArgs {
 
 /// What a packet must advertise to be reported: all of these service UUIDs. Empty: everything.
 struct BluetoothLEAdvertisementFilter {
-  std::vector<Guid> serviceUuids;
+  std::vector<Uuid> serviceUuids;
 
   /// A packet is judged by what it says itself, not by earlier packets of its sender.
   bool Passes(const BluetoothLEAdvertisement& advertisement) const;
@@ -170,4 +170,4 @@ class BluetoothLEAdvertisementWatcher {
   [[nodiscard]] virtual EventToken OnStopped(Stopped::Handler handler) = 0;
 };
 
-}  // namespace corvaneble::platform
+}  // namespace ble

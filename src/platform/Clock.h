@@ -3,9 +3,9 @@
 #include <chrono>
 #include <cstdint>
 
-#include "platform/WakeSignal.h"
+#include "base/WakeSignal.h"
 
-namespace corvaneble::platform {
+namespace ble {
 
 /// The time an instance lives by: the machine's, or a simulated radio's virtual time.
 class Clock {
@@ -38,4 +38,4 @@ class MessagePump {
   virtual void SetOwner(void* /*instance*/) {}
 };
 
-}  // namespace corvaneble::platform
+}  // namespace ble

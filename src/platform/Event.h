@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace corvaneble::platform {
+namespace ble {
 
 /// Keeps one event handler registered; unregisters it when it dies. A call that had already begun
 /// when the token died may still be running then: whoever needs silence puts a gate of its own in
@@ -85,4 +85,4 @@ class EventSource {
   std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
-}  // namespace corvaneble::platform
+}  // namespace ble

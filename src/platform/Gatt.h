@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "base/Bytes.h"
+#include "base/Uuid.h"
 #include "platform/Async.h"
-#include "platform/Bytes.h"
 #include "platform/Event.h"
-#include "platform/Guid.h"
 
-namespace corvaneble::platform {
+namespace ble {
 
 enum class GattCommunicationStatus : std::int32_t {
   Success = 0,
@@ -93,7 +93,7 @@ class GattDescriptor {
  public:
   virtual ~GattDescriptor() = default;
   virtual std::uint16_t AttributeHandle() const = 0;
-  virtual Guid Uuid() const = 0;
+  virtual Uuid AttributeUuid() const = 0;
 
   virtual AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value) = 0;
@@ -108,7 +108,7 @@ class GattCharacteristic {
   virtual ~GattCharacteristic() = default;
   /// The handle of the declaration, not of the value.
   virtual std::uint16_t AttributeHandle() const = 0;
-  virtual Guid Uuid() const = 0;
+  virtual Uuid AttributeUuid() const = 0;
   /// Bits of `gatt_characteristic_properties`; the two extended ones are known once the
   /// descriptors have been queried.
   virtual std::uint32_t CharacteristicProperties() const = 0;
@@ -120,10 +120,10 @@ class GattCharacteristic {
 
   virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
-      const Guid& uuid, BluetoothCacheMode mode) = 0;
+      const Uuid& uuid, BluetoothCacheMode mode) = 0;
   /// Whether the three properties lack what a descriptor of a kind says, since it could not be read
   /// then: a new query for the kind reads it again.
-  virtual bool MissesDescription(const Guid& /*descriptorUuid*/) const { return false; }
+  virtual bool MissesDescription(const Uuid& /*descriptorUuid*/) const { return false; }
 
   virtual AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,
@@ -141,16 +141,16 @@ class GattDeviceService {
  public:
   virtual ~GattDeviceService() = default;
   virtual std::uint16_t AttributeHandle() const = 0;
-  virtual Guid Uuid() const = 0;
+  virtual Uuid AttributeUuid() const = 0;
 
   virtual AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(
       BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
-      const Guid& uuid, BluetoothCacheMode mode) = 0;
+      const Uuid& uuid, BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(
       BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
-      const Guid& uuid, BluetoothCacheMode mode) = 0;
+      const Uuid& uuid, BluetoothCacheMode mode) = 0;
 };
 
-}  // namespace corvaneble::platform
+}  // namespace ble

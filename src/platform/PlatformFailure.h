@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace corvaneble::platform {
+namespace ble {
 
 /// What a platform call throws when it cannot be carried out at all, as opposed to a GATT result
 /// that reports a failure. It is the only exception that crosses the seam; the component turns it
@@ -27,4 +27,4 @@ class PlatformFailure : public std::exception {
   std::shared_ptr<const std::string> text_;
 };
 
-}  // namespace corvaneble::platform
+}  // namespace ble

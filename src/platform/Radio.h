@@ -12,7 +12,7 @@
 #include "platform/Event.h"
 #include "platform/Gatt.h"
 
-namespace corvaneble::platform {
+namespace ble {
 
 enum class BluetoothConnectionStatus : std::int32_t { Disconnected = 0, Connected = 1 };
 
@@ -45,7 +45,7 @@ class BluetoothLEDevice {
   virtual AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(
       BluetoothCacheMode mode) = 0;
   virtual AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(
-      const Guid& uuid, BluetoothCacheMode mode) = 0;
+      const Uuid& uuid, BluetoothCacheMode mode) = 0;
 
   /// Raised on the platform's threads, after the change is visible through the getters.
   [[nodiscard]] virtual EventToken OnConnectionStatusChanged(Changed::Handler handler) = 0;
@@ -91,4 +91,4 @@ OpenedRadio OpenRadio(std::string_view name);
 /// The name that the environment variable CORVANEBLE_RADIO gives, or "auto".
 std::string RadioNameFromEnvironment();
 
-}  // namespace corvaneble::platform
+}  // namespace ble

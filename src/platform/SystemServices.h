@@ -5,7 +5,7 @@
 
 #include "platform/Clock.h"
 
-namespace corvaneble::platform {
+namespace ble {
 
 /// The machine's monotonic time.
 [[nodiscard]] std::shared_ptr<Clock> SystemClock();
@@ -25,4 +25,4 @@ void CallAtThreadEnd(void (*handler)());
 void PrepareProcess();
 void ReleaseProcess();
 
-}  // namespace corvaneble::platform
+}  // namespace ble

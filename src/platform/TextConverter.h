@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvaneble::platform {
+namespace ble {
 
 /// Error numbers of text conversion. They are those of Win32 on every system, so that a host sees
 /// the same number wherever it runs.
@@ -37,4 +37,4 @@ class TextConverter {
 /// The system's converter; lives as long as the process.
 const TextConverter& SystemTextConverter();
 
-}  // namespace corvaneble::platform
+}  // namespace ble

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <utility>
 
-namespace corvaneble {
+namespace ble {
 
 using enum LogLevel;
 using log_type::kDiscovery;
-using platform::BluetoothCacheMode;
 
 ErrorCode AttributeDiscovery::DiscoverCharacteristics(std::string_view serviceId,
                                                       std::string_view characteristicUuids) {
@@ -76,9 +75,9 @@ ErrorCode AttributeDiscovery::Collect(const ServiceEntry& service, const std::ve
   return error::kSuccess;
 }
 
-ErrorCode AttributeDiscovery::RegisterCharacteristic(
-    Session& session, std::shared_ptr<platform::GattCharacteristic> object,
-    const ServicePtr& service) {
+ErrorCode AttributeDiscovery::RegisterCharacteristic(Session& session,
+                                                     std::shared_ptr<GattCharacteristic> object,
+                                                     const ServicePtr& service) {
   if (const ErrorCode code = parts_.connection.RequireSame(session)) return code;
   GattId id;
   if (const ErrorCode code = session.tree.MakeGattId(service->platform->AttributeHandle(),
@@ -154,7 +153,7 @@ ErrorCode AttributeDiscovery::RegisterDescriptors(Session& session, const Descri
 }
 
 ErrorCode AttributeDiscovery::RegisterDescriptor(Session& session,
-                                                 std::shared_ptr<platform::GattDescriptor> object,
+                                                 std::shared_ptr<GattDescriptor> object,
                                                  const ServiceEntry& service,
                                                  const CharacteristicPtr& characteristic) {
   if (const ErrorCode code = parts_.connection.RequireSame(session)) return code;
@@ -189,4 +188,4 @@ ErrorCode AttributeDiscovery::EnsureDescriptorDiscovered(Session& session,
   return DiscoverDescriptorsWithUuid(session, *service, characteristic, uuid);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -10,7 +10,7 @@
 #include "procedures/GattCall.h"
 #include "radio/Connection.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Discovers the characteristics of a service and the descriptors of a characteristic, records them
 /// and announces them. Always asks the device, never a cache. Runs on the thread that calls a
@@ -46,17 +46,16 @@ class AttributeDiscovery {
                                                      const Uuid& uuid);
 
  private:
-  using Characteristics = std::vector<std::shared_ptr<platform::GattCharacteristic>>;
-  using Descriptors = std::vector<std::shared_ptr<platform::GattDescriptor>>;
+  using Characteristics = std::vector<std::shared_ptr<GattCharacteristic>>;
+  using Descriptors = std::vector<std::shared_ptr<GattDescriptor>>;
 
   ErrorCode Collect(const ServiceEntry& service, const std::vector<Uuid>& filter,
                     Characteristics& found);
-  ErrorCode RegisterCharacteristic(Session& session,
-                                   std::shared_ptr<platform::GattCharacteristic> object,
+  ErrorCode RegisterCharacteristic(Session& session, std::shared_ptr<GattCharacteristic> object,
                                    const ServicePtr& service);
   ErrorCode DiscoverDescriptorsOf(Session& session, const ServiceEntry& service,
                                   const CharacteristicPtr& characteristic);
-  ErrorCode RegisterDescriptor(Session& session, std::shared_ptr<platform::GattDescriptor> object,
+  ErrorCode RegisterDescriptor(Session& session, std::shared_ptr<GattDescriptor> object,
                                const ServiceEntry& service,
                                const CharacteristicPtr& characteristic);
   ErrorCode RegisterDescriptors(Session& session, const Descriptors& objects,
@@ -68,4 +67,4 @@ class AttributeDiscovery {
   Parts parts_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

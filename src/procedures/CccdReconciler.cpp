@@ -2,11 +2,11 @@
 
 #include "gatt/DescriptorUuids.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 /// Bluetooth Core 5.4, Vol 3 Part G, 3.3.3.3: notifications or indications enabled.
-bool EnablesValues(platform::ByteView configuration) {
+bool EnablesValues(ByteView configuration) {
   return !configuration.empty() && (configuration.front() & 0x03) != 0;
 }
 
@@ -21,21 +21,21 @@ void UpdateSubscription(CharacteristicEntry& characteristic, bool subscribed) {
 }
 
 ErrorCode CccdReconciler::AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                    platform::ByteView value) {
+                                    ByteView value) {
   return Reconcile(tree, descriptor, value,
                    {LogLevel::Detail, "Discovered that we are subscribed to characteristic ID ",
                     "Discovered that we are unsubscribed from characteristic ID "});
 }
 
 ErrorCode CccdReconciler::AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                     platform::ByteView value) {
+                                     ByteView value) {
   return Reconcile(tree, descriptor, value,
                    {LogLevel::Information, "Successfully subscribed to characteristic ID ",
                     "Successfully unsubscribed from characteristic ID "});
 }
 
 ErrorCode CccdReconciler::Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                    platform::ByteView value, const Messages& messages) {
+                                    ByteView value, const Messages& messages) {
   if (descriptor.uuid != descriptor_uuid::kClientCharacteristicConfiguration) {
     return error::kSuccess;
   }
@@ -59,4 +59,4 @@ ErrorCode CccdReconciler::Reconcile(const GattObjectTree& tree, const Descriptor
   return error::kSuccess;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

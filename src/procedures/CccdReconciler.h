@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/Bytes.h"
 #include "frame/ErrorState.h"
 #include "frame/Log.h"
 #include "gatt/GattObjectTree.h"
-#include "platform/Bytes.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Whether a characteristic's record is known to be subscribed; unknown counts as not.
 inline bool IsSubscribed(const CharacteristicEntry& characteristic) {
@@ -37,9 +37,9 @@ class CccdReconciler {
   /// Takes note of a value that was read from, or written to, a descriptor of a tree. Descriptors
   /// of other kinds are ignored. Announces a state that changed.
   [[nodiscard]] ErrorCode AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                    platform::ByteView value);
+                                    ByteView value);
   [[nodiscard]] ErrorCode AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                     platform::ByteView value);
+                                     ByteView value);
 
  private:
   struct Messages {
@@ -48,11 +48,11 @@ class CccdReconciler {
     const char* unsubscribed;
   };
 
-  ErrorCode Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                      platform::ByteView value, const Messages& messages);
+  ErrorCode Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor, ByteView value,
+                      const Messages& messages);
 
   Events& events_;
   Log& log_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -3,7 +3,7 @@
 #include "gatt/CharacteristicFlags.h"
 #include "gatt/DescriptorUuids.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 /// Format types have the same numbers over the air and for the host, from boolean to struct
@@ -24,8 +24,7 @@ void CharacteristicFields::Ensure(Session& session, const CharacteristicPtr& ent
       (void)parts_.attributes.EnsureDescriptorDiscovered(session, entry, uuid);
     } else if (entry->platform->MissesDescription(uuid)) {
       (void)parts_.gatt.Run(log_type::kDebug, [&] {
-        return entry->platform->GetDescriptorsForUuidAsync(uuid,
-                                                           platform::BluetoothCacheMode::Uncached);
+        return entry->platform->GetDescriptorsForUuidAsync(uuid, BluetoothCacheMode::Uncached);
       });
     }
   }
@@ -97,7 +96,7 @@ ErrorCode CharacteristicFields::SetValueFormatIndex(Session& session,
   return error::kSuccess;
 }
 
-std::optional<platform::GattPresentationFormat> CharacteristicFields::SelectedFormat(
+std::optional<GattPresentationFormat> CharacteristicFields::SelectedFormat(
     Session& session, const ExposedCharacteristic& shown) {
   const Formats formats = ValueFormats(session, shown);
   const std::int32_t index = shown.state->valueFormatIndex;
@@ -122,4 +121,4 @@ std::string CharacteristicFields::ValueUnit(Session& session, const ExposedChara
   return format ? std::string(FormatUuid(UuidFromShort(format->unit)).View()) : std::string();
 }
 
-}  // namespace corvaneble
+}  // namespace ble

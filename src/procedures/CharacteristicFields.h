@@ -14,7 +14,7 @@
 #include "procedures/AttributeDiscovery.h"
 #include "procedures/Writer.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The fields of a characteristic that are computed at first use, looking for the descriptors they
 /// depend on once per record. Failures of that look-up are not failures of a read: the field then
@@ -51,15 +51,15 @@ class CharacteristicFields {
   std::string ValueUnit(Session& session, const ExposedCharacteristic& shown);
 
  private:
-  using Formats = std::vector<platform::GattPresentationFormat>;
+  using Formats = std::vector<GattPresentationFormat>;
 
   void Ensure(Session& session, const CharacteristicPtr& entry, CharacteristicState& state,
               std::uint8_t mark, std::initializer_list<Uuid> descriptors);
   Formats ValueFormats(Session& session, const ExposedCharacteristic& shown);
-  std::optional<platform::GattPresentationFormat> SelectedFormat(
-      Session& session, const ExposedCharacteristic& shown);
+  std::optional<GattPresentationFormat> SelectedFormat(Session& session,
+                                                       const ExposedCharacteristic& shown);
 
   Parts parts_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

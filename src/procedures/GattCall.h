@@ -6,7 +6,7 @@
 #include "radio/AsyncWait.h"
 #include "radio/ResultMapping.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Runs one GATT operation from start to code: starts it, waits for it, logs its status under the
 /// procedure's log type and maps it. Runs on the thread that calls a method.
@@ -35,4 +35,4 @@ class GattCall {
   ResultReporter& reporter_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

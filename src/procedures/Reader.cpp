@@ -4,13 +4,11 @@
 
 #include "procedures/ValueTarget.h"
 
-namespace corvaneble {
-
-using platform::BluetoothCacheMode;
+namespace ble {
 
 [[gnu::hot]] ErrorCode Reader::ReadValue(const std::string& serviceId,
                                          const std::string& characteristicId,
-                                         const std::string& descriptorId, platform::Bytes& value) {
+                                         const std::string& descriptorId, Bytes& value) {
   const ValueIds ids{serviceId, characteristicId, descriptorId};
   ValueTarget target;
   if (const ErrorCode code = FindValueTarget(ids, parts_.connection, parts_.errors, target))
@@ -25,19 +23,19 @@ using platform::BluetoothCacheMode;
 }
 
 ErrorCode Reader::ReadCharacteristicValue(const CharacteristicEntry& characteristic,
-                                          BluetoothCacheMode mode, platform::Bytes& value) {
+                                          BluetoothCacheMode mode, Bytes& value) {
   return Read(characteristic, "characteristic", mode, value);
 }
 
 ErrorCode Reader::ReadDescriptorValue(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                      BluetoothCacheMode mode, platform::Bytes& value) {
+                                      BluetoothCacheMode mode, Bytes& value) {
   if (const ErrorCode code = Read(descriptor, "descriptor", mode, value)) return code;
   return parts_.reconciler.AfterRead(tree, descriptor, value);
 }
 
 template <class Entry>
 ErrorCode Reader::Read(const Entry& entry, const char* noun, BluetoothCacheMode mode,
-                       platform::Bytes& value) {
+                       Bytes& value) {
   const bool uncached = mode == BluetoothCacheMode::Uncached;
   const std::string_view kind = noun;
   const Quoted id{entry.id.View()};
@@ -59,4 +57,4 @@ ErrorCode Reader::Read(const Entry& entry, const char* noun, BluetoothCacheMode 
   return error::kSuccess;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

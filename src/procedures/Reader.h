@@ -2,15 +2,15 @@
 
 #include <string>
 
+#include "base/Bytes.h"
 #include "frame/ErrorState.h"
 #include "frame/Log.h"
 #include "gatt/GattObjectTree.h"
-#include "platform/Bytes.h"
 #include "procedures/CccdReconciler.h"
 #include "procedures/GattCall.h"
 #include "radio/Connection.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Reads values from the server, or from the platform's cache. Runs on the thread that calls a
 /// method or reads a property. A read that fails leaves `value` as it was.
@@ -31,22 +31,20 @@ class Reader {
   /// returned. An empty descriptor id reads the characteristic.
   [[nodiscard]] ErrorCode ReadValue(const std::string& serviceId,
                                     const std::string& characteristicId,
-                                    const std::string& descriptorId, platform::Bytes& value);
+                                    const std::string& descriptorId, Bytes& value);
 
   [[nodiscard]] ErrorCode ReadCharacteristicValue(const CharacteristicEntry& characteristic,
-                                                  platform::BluetoothCacheMode mode,
-                                                  platform::Bytes& value);
+                                                  BluetoothCacheMode mode, Bytes& value);
   [[nodiscard]] ErrorCode ReadDescriptorValue(const GattObjectTree& tree,
                                               const DescriptorEntry& descriptor,
-                                              platform::BluetoothCacheMode mode,
-                                              platform::Bytes& value);
+                                              BluetoothCacheMode mode, Bytes& value);
 
  private:
   template <class Entry>
-  [[gnu::hot]] ErrorCode Read(const Entry& entry, const char* noun,
-                              platform::BluetoothCacheMode mode, platform::Bytes& value);
+  [[gnu::hot]] ErrorCode Read(const Entry& entry, const char* noun, BluetoothCacheMode mode,
+                              Bytes& value);
 
   Parts parts_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,12 +5,11 @@
 #include <tuple>
 #include <utility>
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 using enum LogLevel;
 using log_type::kDiscovery;
-using platform::BluetoothCacheMode;
 
 /// Bounds on what a hostile server's includes can cost: each level is a level of recursion, and a
 /// ladder of services that share their includes doubles the work with every rung. Services that are
@@ -37,10 +36,10 @@ class RaisedDescriptorDiscovery {
 };
 
 /// What asking a device gives that has just been released.
-platform::AsyncOperationPtr<platform::GattDeviceServicesResult> Unreachable() {
-  auto result = std::make_shared<platform::GattDeviceServicesResult>();
-  result->status = platform::GattCommunicationStatus::Unreachable;
-  return platform::CompletedOperation(std::move(result));
+AsyncOperationPtr<GattDeviceServicesResult> Unreachable() {
+  auto result = std::make_shared<GattDeviceServicesResult>();
+  result->status = GattCommunicationStatus::Unreachable;
+  return CompletedOperation(std::move(result));
 }
 
 }  // namespace
@@ -108,12 +107,12 @@ ErrorCode ServiceDiscovery::DiscoverRootServices(Walk& walk, const std::vector<U
   };
   const Source source{"root",
                       [&] {
-                        return ask([](platform::BluetoothLEDevice& device) {
+                        return ask([](BluetoothLEDevice& device) {
                           return device.GetGattServicesAsync(BluetoothCacheMode::Uncached);
                         });
                       },
                       [&](const Uuid& uuid) {
-                        return ask([&](platform::BluetoothLEDevice& device) {
+                        return ask([&](BluetoothLEDevice& device) {
                           return device.GetGattServicesForUuidAsync(uuid,
                                                                     BluetoothCacheMode::Uncached);
                         });
@@ -136,7 +135,7 @@ ErrorCode ServiceDiscovery::DiscoverIncludedServices(Walk& walk, const std::vect
   const Quoted id{parent->id.View()};
   parts_.log.Write(Information, kDiscovery,
                    "Beginning discovery of services included by service ID ", id, ".");
-  platform::GattDeviceService& service = *parent->platform;
+  GattDeviceService& service = *parent->platform;
   const Source source{
       "included", [&] { return service.GetIncludedServicesAsync(BluetoothCacheMode::Uncached); },
       [&](const Uuid& uuid) {
@@ -202,8 +201,7 @@ ErrorCode ServiceDiscovery::Register(Walk& walk, const Services& found, const Se
   return error::kSuccess;
 }
 
-ErrorCode ServiceDiscovery::RegisterService(Walk& walk,
-                                            std::shared_ptr<platform::GattDeviceService> object,
+ErrorCode ServiceDiscovery::RegisterService(Walk& walk, std::shared_ptr<GattDeviceService> object,
                                             const ServicePtr& parent, ServicePtr& record) {
   if (const ErrorCode code = parts_.connection.RequireSame(*walk.session)) return code;
   GattId id;
@@ -228,4 +226,4 @@ ErrorCode ServiceDiscovery::RegisterService(Walk& walk,
   return error::kSuccess;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

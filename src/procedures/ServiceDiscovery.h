@@ -12,7 +12,7 @@
 #include "procedures/GattCall.h"
 #include "radio/Connection.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Discovers the services of the connected server and the services they include, depth first: a
 /// service is announced, then (if the settings ask for it) everything it includes, then its
@@ -43,8 +43,8 @@ class ServiceDiscovery {
                                            std::string_view includedByServiceId);
 
  private:
-  using Services = std::vector<std::shared_ptr<platform::GattDeviceService>>;
-  using Operation = platform::AsyncOperationPtr<platform::GattDeviceServicesResult>;
+  using Services = std::vector<std::shared_ptr<GattDeviceService>>;
+  using Operation = AsyncOperationPtr<GattDeviceServicesResult>;
 
   /// One method call's way through the included services.
   struct Walk {
@@ -69,11 +69,11 @@ class ServiceDiscovery {
   ErrorCode Collect(const Source& source, const std::vector<Uuid>& filter, Services& found);
   ErrorCode Register(Walk& walk, const Services& found, const ServicePtr& parent,
                      std::vector<ServicePtr>& discovered);
-  ErrorCode RegisterService(Walk& walk, std::shared_ptr<platform::GattDeviceService> object,
+  ErrorCode RegisterService(Walk& walk, std::shared_ptr<GattDeviceService> object,
                             const ServicePtr& parent, ServicePtr& record);
   ErrorCode Descend(Walk& walk, const ServiceEntry& parent);
 
   Parts parts_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

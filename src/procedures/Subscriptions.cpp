@@ -3,10 +3,10 @@
 #include "gatt/CharacteristicFlags.h"
 #include "gatt/DescriptorUuids.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
-using CccdValue = platform::GattClientCharacteristicConfigurationDescriptorValue;
+using CccdValue = GattClientCharacteristicConfigurationDescriptorValue;
 
 CccdValue SubscribingValue(std::uint32_t flags, bool preferIndications) {
   const bool notifies = (flags & characteristic_flag::kNotify) != 0;
@@ -129,12 +129,11 @@ bool Subscriptions::QuerySubscribed(Session& session, const CharacteristicPtr& c
   return IsSubscribed(*characteristic);
 }
 
-[[gnu::hot]] void Subscriptions::OnValueChanged(const platform::GattCharacteristic& sender,
-                                                platform::ByteView value) {
+[[gnu::hot]] void Subscriptions::OnValueChanged(const GattCharacteristic& sender, ByteView value) {
   const CharacteristicPtr characteristic = parts_.connection.FindByObject(sender);
   if (!characteristic) return;
   UpdateSubscription(*characteristic, true);
   parts_.events.FireValue(CharacteristicNames(*characteristic).names, value);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -2,18 +2,18 @@
 
 #include <string_view>
 
+#include "base/Bytes.h"
 #include "frame/ErrorState.h"
 #include "frame/Log.h"
 #include "frame/Settings.h"
 #include "gatt/GattObjectTree.h"
-#include "platform/Bytes.h"
 #include "procedures/AttributeDiscovery.h"
 #include "procedures/CccdReconciler.h"
 #include "procedures/CharacteristicFields.h"
 #include "procedures/GattCall.h"
 #include "radio/Connection.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Turns notifications and indications on and off, and reports the values that arrive. Methods and
 /// properties run on the host's thread, `OnValueChanged` on the platform's, at any time.
@@ -53,7 +53,7 @@ class Subscriptions {
                        CharacteristicState& state);
 
   /// The handler registered on every discovered characteristic.
-  void OnValueChanged(const platform::GattCharacteristic& sender, platform::ByteView value);
+  void OnValueChanged(const GattCharacteristic& sender, ByteView value);
 
  private:
   ErrorCode UnsubscribeAll(Session& session, const ServiceEntry& service);
@@ -63,4 +63,4 @@ class Subscriptions {
   Parts parts_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

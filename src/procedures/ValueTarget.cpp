@@ -1,6 +1,6 @@
 #include "procedures/ValueTarget.h"
 
-namespace corvaneble {
+namespace ble {
 
 [[gnu::hot]] ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
                                        ErrorState& errors, ValueTarget& target) {
@@ -32,4 +32,4 @@ AttributeNames NamesOf(const ValueIds& ids, const ValueTarget& target) {
   return target.descriptor ? names(*target.descriptor) : names(*target.characteristic);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

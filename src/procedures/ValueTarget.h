@@ -7,7 +7,7 @@
 #include "gatt/GattObjectTree.h"
 #include "radio/Connection.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The ids with which a host names what to read or write, as it wrote them. An empty descriptor id
 /// names the characteristic.
@@ -33,4 +33,4 @@ struct ValueTarget {
 /// long as both.
 AttributeNames NamesOf(const ValueIds& ids, const ValueTarget& target);
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,10 +5,7 @@
 #include "gatt/DescriptorUuids.h"
 #include "procedures/ValueTarget.h"
 
-namespace corvaneble {
-
-using platform::ByteView;
-using platform::GattWriteOption;
+namespace ble {
 
 ErrorCode Writer::WriteValue(const std::string& serviceId, const std::string& characteristicId,
                              const std::string& descriptorId, ByteView value) {
@@ -96,4 +93,4 @@ ErrorCode Writer::WriteUserDescription(const GattObjectTree& tree,
   return code;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -3,15 +3,15 @@
 #include <string>
 #include <string_view>
 
+#include "base/Bytes.h"
 #include "frame/ErrorState.h"
 #include "frame/Log.h"
 #include "gatt/GattObjectTree.h"
-#include "platform/Bytes.h"
 #include "procedures/CccdReconciler.h"
 #include "procedures/GattCall.h"
 #include "radio/Connection.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Writes values to the server. Runs on the thread that calls a method or sets a property.
 class Writer {
@@ -33,11 +33,11 @@ class Writer {
   /// descriptor id writes the characteristic.
   [[nodiscard]] ErrorCode WriteValue(const std::string& serviceId,
                                      const std::string& characteristicId,
-                                     const std::string& descriptorId, platform::ByteView value);
+                                     const std::string& descriptorId, ByteView value);
 
   /// Method 10. Writes a characteristic without response; nothing is announced.
   [[nodiscard]] ErrorCode PostValue(const std::string& serviceId,
-                                    const std::string& characteristicId, platform::ByteView value);
+                                    const std::string& characteristicId, ByteView value);
 
   /// Writes the text's bytes to the first user description descriptor discovered; 611 when there is
   /// none.
@@ -46,12 +46,12 @@ class Writer {
                                                std::string_view text);
 
  private:
-  ErrorCode WriteCharacteristicValue(const CharacteristicEntry& characteristic,
-                                     platform::ByteView value, platform::GattWriteOption option);
+  ErrorCode WriteCharacteristicValue(const CharacteristicEntry& characteristic, ByteView value,
+                                     GattWriteOption option);
   ErrorCode WriteDescriptorValue(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                 platform::ByteView value);
+                                 ByteView value);
 
   Parts parts_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
-namespace data_type = platform::advertisement_data_type;
+namespace data_type = advertisement_data_type;
 
 /// A kind of section whose contents begin with, or consist of, UUIDs of one width in bytes.
 struct UuidSection {
@@ -31,7 +31,7 @@ constexpr std::array<UuidSection, 3> kSolicitation{{
 /// Calls `take(data, width)` for every section of the kinds, kind by kind, until one answers a
 /// failure; returns that.
 template <class Take>
-ErrorCode ForEachSection(const platform::BluetoothLEAdvertisement& advertisement,
+ErrorCode ForEachSection(const BluetoothLEAdvertisement& advertisement,
                          const std::array<UuidSection, 3>& kinds, Take take) {
   for (const UuidSection& kind : kinds) {
     for (const auto& section : advertisement.DataSections()) {
@@ -45,17 +45,16 @@ ErrorCode ForEachSection(const platform::BluetoothLEAdvertisement& advertisement
 
 }  // namespace
 
-std::optional<Uuid> UuidFromAdvertisementBytes(platform::ByteView bytes) {
+std::optional<Uuid> UuidFromAdvertisementBytes(ByteView bytes) {
   return Uuid::FromLittleEndian(bytes);
 }
 
-ErrorCode ServiceDataUuids(const platform::BluetoothLEAdvertisement& advertisement,
-                           std::vector<Uuid>& uuids, std::vector<platform::ByteView>& values,
-                           std::string& text, ErrorState& errors) {
+ErrorCode ServiceDataUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
+                           std::vector<ByteView>& values, std::string& text, ErrorState& errors) {
   uuids.clear();
   values.clear();
   text.clear();
-  const auto take = [&](platform::ByteView data, std::size_t width) {
+  const auto take = [&](ByteView data, std::size_t width) {
     if (data.size() < width) {
       return errors.Raise(error::kInvalidArgument,
                           Concat("Expected byte[] length to be at least ", width,
@@ -70,11 +69,11 @@ ErrorCode ServiceDataUuids(const platform::BluetoothLEAdvertisement& advertiseme
   return code;
 }
 
-ErrorCode SolicitedUuids(const platform::BluetoothLEAdvertisement& advertisement,
-                         std::vector<Uuid>& uuids, std::string& text, ErrorState& errors) {
+ErrorCode SolicitedUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
+                         std::string& text, ErrorState& errors) {
   uuids.clear();
   text.clear();
-  const auto take = [&](platform::ByteView data, std::size_t width) {
+  const auto take = [&](ByteView data, std::size_t width) {
     if (data.size() % width != 0) {
       return errors.Raise(error::kInvalidArgument,
                           Concat("Expected byte[] length to be a multiple of ", width,
@@ -91,4 +90,4 @@ ErrorCode SolicitedUuids(const platform::BluetoothLEAdvertisement& advertisement
   return code;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

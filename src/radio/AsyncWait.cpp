@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <chrono>
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 
 using std::chrono::milliseconds;
 
@@ -16,7 +16,7 @@ constexpr milliseconds kTick{1};
 
 }  // namespace
 
-[[gnu::hot]] bool AsyncWait::WaitFor(const platform::WakeSignal& signal, milliseconds limit) {
+[[gnu::hot]] bool AsyncWait::WaitFor(const WakeSignal& signal, milliseconds limit) {
   const std::uint32_t begin = radio_.clock->TickCount();
   milliseconds left = limit;
   while (!signal.IsSet()) {
@@ -35,11 +35,11 @@ ErrorCode AsyncWait::Expire() {
   return errors_.Raise(failure::kTimeout);
 }
 
-ErrorCode AsyncWait::Report(const platform::PlatformFailure& failure) {
+ErrorCode AsyncWait::Report(const PlatformFailure& failure) {
   return errors_.Raise(
       error::kPlatformFailure,
       Concat("Platform failure [0x", Hex{static_cast<std::uint32_t>(failure.Result())},
              "]: ", std::string_view(failure.what())));
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -10,7 +10,7 @@
 #include "platform/Async.h"
 #include "platform/Radio.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// How a wait ended: with code 0 and the result (null when the operation had none), or with the
 /// code of a time-out or platform failure, whose text is stored.
@@ -25,7 +25,7 @@ struct Awaited {
 /// methods from inside a callback.
 class AsyncWait {
  public:
-  AsyncWait(ErrorState& errors, const platform::OpenedRadio& radio,
+  AsyncWait(ErrorState& errors, const OpenedRadio& radio,
             const std::atomic<std::int32_t>& timeoutSeconds)
       : errors_(errors),
         radio_(radio),
@@ -41,7 +41,7 @@ class AsyncWait {
   }
 
   /// Waits until a signal is set; false when `limit` (0: none) has passed first.
-  [[nodiscard]] bool WaitFor(const platform::WakeSignal& signal, std::chrono::milliseconds limit);
+  [[nodiscard]] bool WaitFor(const WakeSignal& signal, std::chrono::milliseconds limit);
 
   /// How long a wait for an operation lasts at most; 0: for ever.
   std::chrono::milliseconds Limit() const { return std::chrono::seconds(timeoutSeconds_.load()); }
@@ -50,17 +50,17 @@ class AsyncWait {
   void DoEvents() { radio_.pump->Step(kPumpWait, nullptr); }
 
   /// Stores the text of a failure that the platform raised, and returns its code.
-  [[nodiscard]] ErrorCode Report(const platform::PlatformFailure& failure);
+  [[nodiscard]] ErrorCode Report(const PlatformFailure& failure);
 
  private:
   template <class Start, class T>
-  Awaited<T> AwaitOperation(Start& start, platform::AsyncOperation<T>* /*deduces T*/) {
+  Awaited<T> AwaitOperation(Start& start, AsyncOperation<T>* /*deduces T*/) {
     errors_.SetLastCode(error::kSuccess);
     try {
       const auto operation = start();
       if (WaitFor(operation->Done(), Limit())) return {error::kSuccess, operation->GetResults()};
       return {Expire(), nullptr};
-    } catch (const platform::PlatformFailure& failure) {
+    } catch (const PlatformFailure& failure) {
       return {Report(failure), nullptr};
     }
   }
@@ -73,9 +73,9 @@ class AsyncWait {
   ErrorCode Expire();
 
   ErrorState& errors_;
-  const platform::OpenedRadio& radio_;
+  const OpenedRadio& radio_;
   const std::atomic<std::int32_t>& timeoutSeconds_;
   const std::chrono::milliseconds longestStep_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

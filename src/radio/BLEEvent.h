@@ -6,7 +6,7 @@
 
 #include "frame/CallGate.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// What platform callbacks are bound to: the gate between the platform's threads and the engine.
 /// The platform keeps it alive as long as it holds a callback; the engine may be long gone then.
@@ -37,4 +37,4 @@ class BLEEvent {
   CallGate gate_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

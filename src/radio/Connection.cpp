@@ -5,9 +5,7 @@
 
 #include "radio/EnumText.h"
 
-namespace corvaneble {
-
-using platform::BluetoothConnectionStatus;
+namespace ble {
 
 SessionPtr Connection::MakeSession(DevicePtr device) const {
   return std::make_shared<Session>(parts_.errors, parts_.valueChanged, std::move(device));
@@ -25,7 +23,7 @@ ErrorCode Connection::Connect(std::string_view serverId) {
   if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
 
   const std::uint64_t address = ParseServerId(id);
-  platform::Radio& radio = *parts_.radio.radio;
+  Radio& radio = *parts_.radio.radio;
   ApplyTimeout();
   auto device = parts_.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
   if (device.code != error::kSuccess) return device.code;
@@ -60,8 +58,7 @@ void Connection::Adopt(DevicePtr device, std::string_view serverId) {
   session->Keep(device->OnNameChanged(delivering(&Connection::OnNameChanged)));
   // What happens to the link before the host knows that it is connected is told afterwards.
   const auto linkChanged = std::make_shared<std::atomic<bool>>(false);
-  platform::EventToken early =
-      device->OnConnectionStatusChanged([linkChanged] { *linkChanged = true; });
+  EventToken early = device->OnConnectionStatusChanged([linkChanged] { *linkChanged = true; });
 
   device.reset();  // the session has it, for as long as the host wants
   Replace(session)->End();
@@ -109,8 +106,7 @@ ErrorCode Connection::Select(std::string_view serviceId, std::string_view charac
   return current_;
 }
 
-[[gnu::hot]] CharacteristicPtr Connection::FindByObject(
-    const platform::GattCharacteristic& object) const {
+[[gnu::hot]] CharacteristicPtr Connection::FindByObject(const GattCharacteristic& object) const {
   const std::lock_guard lock(mutex_);  // cheaper than a reference to the session
   return current_->tree.FindCharacteristicByObject(object);
 }
@@ -155,7 +151,7 @@ void Connection::OnNameChanged(const Session& session) {
 }
 
 void Connection::OnGattServicesChanged(const Session& session,
-                                       const platform::GattServicesChangedEventArgs& args) {
+                                       const GattServicesChangedEventArgs& args) {
   if (!session.Device()) return;
   std::string text;
   parts_.codec.ToNarrowLossy(args.text, text);
@@ -163,4 +159,4 @@ void Connection::OnGattServicesChanged(const Session& session,
   parts_.events.FireServerUpdate("", text.c_str());
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -15,7 +15,7 @@
 #include "radio/ServerId.h"
 #include "radio/Session.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// The one server the instance is connected to, if any, and what the system says about it.
 class Connection {
@@ -25,7 +25,7 @@ class Connection {
     Events& events;
     Log& log;
     const TextCodec& codec;
-    const platform::OpenedRadio& radio;
+    const OpenedRadio& radio;
     AsyncWait& wait;
     Scanner& scanner;
     std::shared_ptr<BLEEvent> bridge;
@@ -55,7 +55,7 @@ class Connection {
 
   /// The record of a platform object in the current session; null for one of a session that is
   /// over.
-  CharacteristicPtr FindByObject(const platform::GattCharacteristic& object) const;
+  CharacteristicPtr FindByObject(const GattCharacteristic& object) const;
 
   /// 0 and the current session while it is live, else 605.
   [[nodiscard]] ErrorCode RequireConnection(SessionPtr& session) const;
@@ -78,12 +78,11 @@ class Connection {
   /// Handlers on the device of a session, which may be over by now.
   void OnConnectionStatusChanged(Session& session);
   void OnNameChanged(const Session& session);
-  void OnGattServicesChanged(const Session& session,
-                             const platform::GattServicesChangedEventArgs& args);
+  void OnGattServicesChanged(const Session& session, const GattServicesChangedEventArgs& args);
 
   const Parts parts_;
   mutable std::mutex mutex_;  // guards current_; may be held while taking its tree's
   SessionPtr current_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -7,21 +7,21 @@
 #include "platform/Gatt.h"
 #include "platform/Radio.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// An enumerator's name; for a value outside the enumeration, the enumeration's full type name.
 template <class Enum>
 struct EnumNames;
 
 template <>
-struct EnumNames<platform::GattCommunicationStatus> {
+struct EnumNames<GattCommunicationStatus> {
   static constexpr const char* kType =
       "Windows.Devices.Bluetooth.GenericAttributeProfile.GattCommunicationStatus";
   static constexpr std::array kNames{"Success", "Unreachable", "ProtocolError", "AccessDenied"};
 };
 
 template <>
-struct EnumNames<platform::BluetoothError> {
+struct EnumNames<BluetoothError> {
   static constexpr const char* kType = "Windows.Devices.Bluetooth.BluetoothError";
   static constexpr std::array kNames{
       "Success",         "RadioNotAvailable",    "ResourceInUse", "DeviceNotConnected",
@@ -30,7 +30,7 @@ struct EnumNames<platform::BluetoothError> {
 };
 
 template <>
-struct EnumNames<platform::BluetoothConnectionStatus> {
+struct EnumNames<BluetoothConnectionStatus> {
   static constexpr const char* kType = "Windows.Devices.Bluetooth.BluetoothConnectionStatus";
   static constexpr std::array kNames{"Disconnected", "Connected"};
 };
@@ -43,4 +43,4 @@ constexpr const char* EnumText(Enum value) {
   return Names::kNames[static_cast<std::size_t>(number)];
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,17 +5,15 @@
 
 #include "radio/AdvertisementUuids.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
-
-using platform::BluetoothLEAdvertisementType;
 
 /// What the host sees when a packet does not say its transmission power.
 constexpr std::int32_t kNoTxPower = std::numeric_limits<std::int32_t>::min();
 
-std::int32_t TxPowerOf(const platform::BluetoothLEAdvertisement& advertisement) {
+std::int32_t TxPowerOf(const BluetoothLEAdvertisement& advertisement) {
   for (const auto& section : advertisement.DataSections()) {
-    if (section.dataType != platform::advertisement_data_type::kTxPowerLevel) continue;
+    if (section.dataType != advertisement_data_type::kTxPowerLevel) continue;
     return section.data.empty() ? 0 : static_cast<std::int8_t>(section.data.front());
   }
   return kNoTxPower;
@@ -23,8 +21,8 @@ std::int32_t TxPowerOf(const platform::BluetoothLEAdvertisement& advertisement) 
 
 }  // namespace
 
-AdvertisementReport HeldAdvertisement::Hold(
-    const platform::BluetoothLEAdvertisementReceivedEventArgs& args, const TextCodec& codec) {
+AdvertisementReport HeldAdvertisement::Hold(const BluetoothLEAdvertisementReceivedEventArgs& args,
+                                            const TextCodec& codec) {
   advertisement_ = &args.advertisement;
   serverId_ = ServerId(args.bluetoothAddress);
   codec.ToNarrowLossy(args.advertisement.LocalName(), name_);
@@ -55,10 +53,10 @@ AdvertisementReport HeldAdvertisement::Hold(
   return report;
 }
 
-const platform::ByteView* HeldAdvertisement::ServiceData(const Uuid& uuid) const {
+const ByteView* HeldAdvertisement::ServiceData(const Uuid& uuid) const {
   const auto found = std::find(serviceDataUuids_.begin(), serviceDataUuids_.end(), uuid);
   if (found == serviceDataUuids_.end()) return nullptr;
   return &serviceDataValues_[static_cast<std::size_t>(found - serviceDataUuids_.begin())];
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -5,11 +5,11 @@
 
 #include "frame/Events.h"
 #include "frame/TextCodec.h"
-#include "gatt/Uuid.h"
+#include "gatt/UuidText.h"
 #include "platform/BluetoothAdvertisement.h"
 #include "radio/ServerId.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// One advertisement while it is being reported: the packet, and the texts decoded from it for the
 /// event. Reused packet after packet, so that decoding allocates nothing in the long run. Used by
@@ -18,22 +18,22 @@ class HeldAdvertisement {
  public:
   /// Decodes a packet. The report's texts live in this object, and the packet must outlive its
   /// use. Malformed sections give empty texts and are no failure.
-  AdvertisementReport Hold(const platform::BluetoothLEAdvertisementReceivedEventArgs& args,
+  AdvertisementReport Hold(const BluetoothLEAdvertisementReceivedEventArgs& args,
                            const TextCodec& codec);
 
   void Release() { advertisement_ = nullptr; }
 
-  const std::vector<platform::BluetoothLEManufacturerData>& ManufacturerData() const {
+  const std::vector<BluetoothLEManufacturerData>& ManufacturerData() const {
     return advertisement_->ManufacturerData();
   }
 
   /// The data of the first service-data section with a UUID; null when there is none.
-  const platform::ByteView* ServiceData(const Uuid& uuid) const;
+  const ByteView* ServiceData(const Uuid& uuid) const;
 
  private:
-  const platform::BluetoothLEAdvertisement* advertisement_ = nullptr;
+  const BluetoothLEAdvertisement* advertisement_ = nullptr;
   std::vector<Uuid> serviceDataUuids_;
-  std::vector<platform::ByteView> serviceDataValues_;
+  std::vector<ByteView> serviceDataValues_;
   std::vector<Uuid> solicitedUuids_;
   ServerId serverId_;
   std::string name_;
@@ -42,4 +42,4 @@ class HeldAdvertisement {
   std::string solicitedServiceUuids_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

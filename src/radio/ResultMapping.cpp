@@ -5,7 +5,7 @@
 
 #include "radio/EnumText.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
 /// An ATT error with a message of its own (Bluetooth Core 5.4, Vol 3 Part F, 3.4.1.1, and the
@@ -64,9 +64,9 @@ ErrorCode MapProtocolError(std::uint8_t value, ErrorState& errors) {
 
 }  // namespace
 
-[[gnu::hot]] ErrorCode MapGattResult(platform::GattCommunicationStatus status,
-                                     std::uint8_t protocolError, ErrorState& errors) {
-  using enum platform::GattCommunicationStatus;
+[[gnu::hot]] ErrorCode MapGattResult(GattCommunicationStatus status, std::uint8_t protocolError,
+                                     ErrorState& errors) {
+  using enum GattCommunicationStatus;
   switch (status) {
     case Success:
       return error::kSuccess;
@@ -80,7 +80,7 @@ ErrorCode MapProtocolError(std::uint8_t value, ErrorState& errors) {
   return error::kSuccess;
 }
 
-[[gnu::hot]] ErrorCode ResultReporter::ReportGattResult(const platform::GattResult& result,
+[[gnu::hot]] ErrorCode ResultReporter::ReportGattResult(const GattResult& result,
                                                         const char* logType) {
   const std::uint8_t protocolError = result.protocolError.value_or(0);
   log_.Write(LogLevel::Debug, logType, "BLE Result Status: ", EnumText(result.status),
@@ -88,4 +88,4 @@ ErrorCode MapProtocolError(std::uint8_t value, ErrorState& errors) {
   return MapGattResult(result.status, protocolError, errors_);
 }
 
-}  // namespace corvaneble
+}  // namespace ble

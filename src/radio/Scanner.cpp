@@ -3,21 +3,21 @@
 #include <algorithm>
 #include <chrono>
 
-#include "gatt/Uuid.h"
+#include "gatt/UuidText.h"
 #include "radio/EnumText.h"
 
-namespace corvaneble {
+namespace ble {
 namespace {
 
-using WatcherStatus = platform::BluetoothLEAdvertisementWatcherStatus;
+using WatcherStatus = BluetoothLEAdvertisementWatcherStatus;
 
 /// The radio listens, or is about to stop.
-bool Listens(const platform::BluetoothLEAdvertisementWatcher& watcher) {
+bool Listens(const BluetoothLEAdvertisementWatcher& watcher) {
   const WatcherStatus status = watcher.Status();
   return status == WatcherStatus::Started || status == WatcherStatus::Stopping;
 }
 
-bool IsOver(const platform::BluetoothLEAdvertisementWatcher& watcher) {
+bool IsOver(const BluetoothLEAdvertisementWatcher& watcher) {
   const WatcherStatus status = watcher.Status();
   return status == WatcherStatus::Stopped || status == WatcherStatus::Aborted;
 }
@@ -27,7 +27,7 @@ bool IsOver(const platform::BluetoothLEAdvertisementWatcher& watcher) {
 Scanner::~Scanner() {
   try {
     Replace({});
-  } catch (const platform::PlatformFailure&) {
+  } catch (const PlatformFailure&) {
     // The radio is going away with its instance; there is nobody left to tell.
   }
 }
@@ -39,24 +39,24 @@ ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
   const std::shared_ptr<Watcher> watcher = scan.watcher;
   if (!watcher) return parts_.errors.Raise(failure::kNoResult);
 
-  platform::BluetoothLEAdvertisementFilter filter;
+  BluetoothLEAdvertisementFilter filter;
   const ErrorCode code = ParseUuidList(serviceUuids, filter.serviceUuids, parts_.errors);
   if (code != error::kSuccess) return code;
   std::string filterText;
   JoinUuids(filter.serviceUuids, filterText);
   watcher->SetAdvertisementFilter(std::move(filter));
-  watcher->SetScanningMode(activeScanning_ != 0 ? platform::BluetoothLEScanningMode::Active
-                                                : platform::BluetoothLEScanningMode::Passive);
+  watcher->SetScanningMode(activeScanning_ != 0 ? BluetoothLEScanningMode::Active
+                                                : BluetoothLEScanningMode::Passive);
 
   parts_.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is starting.");
   parts_.log.Write(LogLevel::Debug, log_type::kScanning,
                    "Scanning parameters:\r\n\tActive scanning: ", activeScanning_.load(),
                    "\r\n\tService UUIDs: ", filterText, ".");
-  const platform::Latch::SignalPtr begun = watcher->Begun();
+  const Latch::SignalPtr begun = watcher->Begun();
   Replace(std::move(scan));
   try {
     watcher->Start();
-  } catch (const platform::PlatformFailure&) {
+  } catch (const PlatformFailure&) {
     Replace({});  // there is nothing to stop
     throw;
   }
@@ -113,7 +113,7 @@ ErrorCode Scanner::StopScanning() {
   const std::shared_ptr<Watcher> watcher = LatestWatcher();
   if (!watcher || IsOver(*watcher)) return error::kSuccess;
   parts_.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is stopping.");
-  const platform::Latch::SignalPtr over = watcher->Over();
+  const Latch::SignalPtr over = watcher->Over();
   watcher->Stop();
   if (!Listens(*watcher)) return error::kSuccess;
   if (parts_.wait.WaitFor(*over, parts_.wait.Limit())) return error::kSuccess;
@@ -156,14 +156,13 @@ void Scanner::PutBack(HeldAdvertisement* held) {
   idle_.emplace_back(held);
 }
 
-[[gnu::hot]] void Scanner::OnReceived(
-    const platform::BluetoothLEAdvertisementReceivedEventArgs& args) {
+[[gnu::hot]] void Scanner::OnReceived(const BluetoothLEAdvertisementReceivedEventArgs& args) {
   const Lease held = TakeIdle();
   parts_.events.FireAdvertisement(held->Hold(args, parts_.codec));
 }
 
 void Scanner::OnStopped(const Watcher& watcher,
-                        const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args) {
+                        const BluetoothLEAdvertisementWatcherStoppedEventArgs& args) {
   const char* reason = EnumText(args.error);
   if (watcher.Status() == WatcherStatus::Aborted) {
     parts_.events.FireError(
@@ -173,11 +172,11 @@ void Scanner::OnStopped(const Watcher& watcher,
   } else {
     parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning stopped.");
   }
-  if (args.error == platform::BluetoothError::Success) {
+  if (args.error == BluetoothError::Success) {
     parts_.events.FireStopScan(error::kSuccess, "");
   } else {
     parts_.events.FireStopScan(error::kScanAborted, reason);
   }
 }
 
-}  // namespace corvaneble
+}  // namespace ble

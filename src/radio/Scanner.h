@@ -19,7 +19,7 @@
 #include "radio/BLEEvent.h"
 #include "radio/HeldAdvertisement.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// Listens for advertisements and reports each one, at once, on the platform's thread.
 class Scanner {
@@ -30,7 +30,7 @@ class Scanner {
     Log& log;
     const Settings& settings;
     const TextCodec& codec;
-    const platform::OpenedRadio& radio;
+    const OpenedRadio& radio;
     AsyncWait& wait;
     std::shared_ptr<BLEEvent> bridge;
   };
@@ -60,14 +60,14 @@ class Scanner {
   const HeldAdvertisement* CurrentAdvertisement() const;
 
  private:
-  using Watcher = platform::BluetoothLEAdvertisementWatcher;
+  using Watcher = BluetoothLEAdvertisementWatcher;
 
   /// One scan: its watcher, which has been asked for it, listens, or is over, and the handlers on
   /// it. Without a watcher there was no scan.
   struct Scan {
     std::shared_ptr<Watcher> watcher;
-    platform::EventToken received;
-    platform::EventToken stopped;
+    EventToken received;
+    EventToken stopped;
   };
 
   [[nodiscard]] ErrorCode CheckAdapter();
@@ -77,9 +77,9 @@ class Scanner {
   void Replace(Scan next);
   std::shared_ptr<Watcher> LatestWatcher() const;
 
-  void OnReceived(const platform::BluetoothLEAdvertisementReceivedEventArgs& args);
+  void OnReceived(const BluetoothLEAdvertisementReceivedEventArgs& args);
   void OnStopped(const Watcher& watcher,
-                 const platform::BluetoothLEAdvertisementWatcherStoppedEventArgs& args);
+                 const BluetoothLEAdvertisementWatcherStoppedEventArgs& args);
 
   /// An advertisement that the calling thread reports until it puts it back.
   struct Return {
@@ -100,4 +100,4 @@ class Scanner {
   std::vector<std::unique_ptr<HeldAdvertisement>> idle_;
 };
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string_view>
 
-#include "frame/Text.h"
+#include "base/Text.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// A server's 48-bit Bluetooth address as text: 12 upper-case hexadecimal digits, most significant
 /// byte first; or empty.
@@ -38,4 +38,4 @@ constexpr std::uint64_t ParseServerId(std::string_view text) {
   return address;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

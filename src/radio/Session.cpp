@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace corvaneble {
+namespace ble {
 
 Session::Session(ErrorState& errors, const ValueChanged::Handler& valueChanged, DevicePtr device)
     : tree(errors, valueChanged),
@@ -20,7 +20,7 @@ ServerId Session::Server() const {
   return device ? ServerId(device->BluetoothAddress()) : ServerId();
 }
 
-std::optional<platform::BluetoothConnectionStatus> Session::LinkStatus() const {
+std::optional<BluetoothConnectionStatus> Session::LinkStatus() const {
   const DevicePtr device = Device();
   return device ? std::optional(device->ConnectionStatus()) : std::nullopt;
 }
@@ -30,7 +30,7 @@ std::optional<std::u16string> Session::Name() const {
   return device ? std::optional(device->Name()) : std::nullopt;
 }
 
-void Session::Keep(platform::EventToken handler) {
+void Session::Keep(EventToken handler) {
   const std::lock_guard lock(mutex_);
   if (device_) handlers_.push_back(std::move(handler));
 }
@@ -42,11 +42,11 @@ bool Session::NoteLink(bool isUp) {
 
 void Session::End() {
   DevicePtr device;  // both released after the lock
-  std::vector<platform::EventToken> handlers;
+  std::vector<EventToken> handlers;
   const std::lock_guard lock(mutex_);
   device.swap(device_);
   handlers.swap(handlers_);
   isLive_ = false;
 }
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -13,7 +13,7 @@
 #include "platform/Radio.h"
 #include "radio/ServerId.h"
 
-namespace corvaneble {
+namespace ble {
 
 /// One connection to a server: the device, what was discovered on it, what the host has selected of
 /// that, and the handlers on the device. An instance always has one, without a device while it is
@@ -21,8 +21,8 @@ namespace corvaneble {
 /// goes on with it, and finds that it is over. Any thread.
 class Session {
  public:
-  using DevicePtr = std::shared_ptr<platform::BluetoothLEDevice>;
-  using ValueChanged = platform::GattCharacteristic::ValueChanged;
+  using DevicePtr = std::shared_ptr<BluetoothLEDevice>;
+  using ValueChanged = GattCharacteristic::ValueChanged;
 
   Session(ErrorState& errors, const ValueChanged::Handler& valueChanged, DevicePtr device);
 
@@ -32,14 +32,14 @@ class Session {
 
   /// What the device says of itself now; empty or none without one.
   ServerId Server() const;
-  std::optional<platform::BluetoothConnectionStatus> LinkStatus() const;
+  std::optional<BluetoothConnectionStatus> LinkStatus() const;
   std::optional<std::u16string> Name() const;
 
   /// Whether there is a device and its link is not known to be down.
   bool IsLive() const { return isLive_; }
 
   /// Keeps a handler on the device registered until the session is over.
-  void Keep(platform::EventToken handler);
+  void Keep(EventToken handler);
 
   /// Notes whether the link is up; false when that is nothing new, or the session is over.
   bool NoteLink(bool isUp);
@@ -54,9 +54,9 @@ class Session {
   mutable std::mutex mutex_;  // guards everything below
   DevicePtr device_;
   std::atomic<bool> isLive_;  // written under the lock
-  std::vector<platform::EventToken> handlers_;
+  std::vector<EventToken> handlers_;
 };
 
 using SessionPtr = std::shared_ptr<Session>;
 
-}  // namespace corvaneble
+}  // namespace ble

@@ -12,10 +12,10 @@
 #include <stdexcept>
 #include <thread>
 
-#include "platform/linux/LinuxRadio.h"
+#include "backends/linux/LinuxRadio.h"
 #include "support/Backend.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 
 void Tell(const std::string& command) {
   sockaddr_un address{};
@@ -58,10 +58,10 @@ void WaitUntilNoLink() {
   }
 }
 
-platform::OpenedRadio OpenLinux() {
+OpenedRadio OpenLinux() {
   WaitUntilNoLink();  // BlueZ's server does not answer a link that is opened while one ends
   Tell("reset");
-  return platform::linux_radio::OpenLinuxRadio("hci0", platform::linux_radio::Absence::Fails);
+  return linux_radio::OpenLinuxRadio("hci0", linux_radio::Absence::Fails);
 }
 
 std::vector<Backend> Backends() {
@@ -75,4 +75,4 @@ std::vector<Backend> Backends() {
   return {backend};
 }
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

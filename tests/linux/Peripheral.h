@@ -6,7 +6,7 @@
 
 #include "platform/Radio.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 
 /// The address that the second virtual controller always has.
 inline constexpr std::uint64_t kPeripheralAddress = 0x00AA01010001;
@@ -20,7 +20,7 @@ inline constexpr std::chrono::seconds kLongTime{300};
 void Tell(const std::string& command);
 
 /// The radio on the first controller, with a peripheral whose values are the first ones.
-platform::OpenedRadio OpenLinux();
+OpenedRadio OpenLinux();
 
 /// Waits until the kernel has ended every link, which it does some seconds after the last use.
 void WaitUntilNoLink();
@@ -28,4 +28,4 @@ void WaitUntilNoLink();
 /// Runs a command of the guest's shell; throws when it fails.
 void Shell(const std::string& command);
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -13,7 +13,7 @@
 #include "linux/Peripheral.h"
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 using namespace std::chrono_literals;
@@ -406,4 +406,4 @@ TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -5,19 +5,19 @@
 #include <ostream>
 #include <vector>
 
-#include "platform/Guid.h"
+#include "base/Uuid.h"
 #include "platform/Radio.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 
 /// A radio under test, with the peripheral that the conformance cases talk to: "Conformant", whose
 /// battery service includes another and whose values have all properties (see
 /// simulated_backends.cpp and vm/peripheral.py).
 struct Backend {
   const char* name;
-  std::function<platform::OpenedRadio()> open;
+  std::function<OpenedRadio()> open;
   std::uint64_t address;                  ///< of the peripheral
-  platform::Guid information;             ///< the service with a value longer than a packet
+  Uuid information;                       ///< the service with a value longer than a packet
   std::function<void()> beHeard = [] {};  ///< for one that does not advertise by itself
   std::size_t longestWrite = 512;         ///< what the peripheral takes
   int others = 0;                         ///< packets of other devices heard in a second
@@ -31,4 +31,4 @@ struct Backend {
 /// The radios that this program tests.
 std::vector<Backend> Backends();
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-namespace corvaneble::tests {
+namespace ble::tests {
 
 /// Sets a variable of this process's environment; an empty value removes it.
 inline void SetEnvironment(const char* name, const char* value) {
@@ -17,4 +17,4 @@ inline void SetEnvironment(const char* name, const char* value) {
 #endif
 }
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -8,18 +8,18 @@
 #include <utility>
 
 #include "api/BLEClient.h"
+#include "backends/simulated/ScenarioLoader.h"
 #include "frame/EventTable.h"
 #include "platform/TextConverter.h"
-#include "platform/simulated/ScenarioLoader.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 
-platform::simulated::OpenedSimulatedRadio OpenScenario(const std::string& json) {
-  auto result = platform::simulated::ParseScenario(json, "test.json");
+simulated::OpenedSimulatedRadio OpenScenario(const std::string& json) {
+  auto result = simulated::ParseScenario(json, "test.json");
   if (const auto* error = std::get_if<std::string>(&result)) throw std::runtime_error(*error);
-  auto scenario = std::get<platform::simulated::Scenario>(std::move(result));
+  auto scenario = std::get<simulated::Scenario>(std::move(result));
   if (json.find("\"time\"") == std::string::npos) scenario.virtualTime = true;
-  return platform::simulated::OpenSimulatedRadio(std::move(scenario));
+  return simulated::OpenSimulatedRadio(std::move(scenario));
 }
 
 std::string HostEvent::Line() const {
@@ -31,13 +31,12 @@ std::string HostEvent::Line() const {
   return line;
 }
 
-Host::Host(platform::OpenedRadio radio)
+Host::Host(OpenedRadio radio)
     : handle_(BLEClient::Create(&Host::OnEvent, this, false, std::move(radio))) {}
 
 std::string Narrow(std::u16string_view text) {
   std::string narrow;
-  EXPECT_EQ(platform::SystemTextConverter().ToNarrow(0, text, narrow),
-            platform::ConversionError::None);
+  EXPECT_EQ(SystemTextConverter().ToNarrow(0, text, narrow), ConversionError::None);
   return narrow;
 }
 
@@ -181,4 +180,4 @@ std::int32_t Host::OnEvent(void* userData, std::int32_t eventId, std::int32_t pa
   return host.onEvent ? host.onEvent(event) : 0;
 }
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -10,14 +10,14 @@
 #include <variant>
 #include <vector>
 
+#include "backends/simulated/SimulatedRadio.h"
+#include "base/Bytes.h"
 #include "corvaneble/corvaneble.h"
-#include "platform/Bytes.h"
-#include "platform/simulated/SimulatedRadio.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 
 /// A simulated radio from scenario text, in virtual time unless the text says otherwise.
-platform::simulated::OpenedSimulatedRadio OpenScenario(const std::string& json);
+simulated::OpenedSimulatedRadio OpenScenario(const std::string& json);
 
 /// One event as the host's callback saw it.
 struct HostEvent {
@@ -42,7 +42,7 @@ std::string Narrow(std::u16string_view text);
 class Host {
  public:
   explicit Host(const std::string& scenarioJson) : Host(OpenScenario(scenarioJson)) {}
-  explicit Host(platform::OpenedRadio radio);
+  explicit Host(OpenedRadio radio);
   ~Host() { Destroy(); }
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
@@ -96,4 +96,4 @@ inline std::string ServiceIdOf(const std::string& id) {
   return id.substr(0, 4) + "00000000";
 }
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

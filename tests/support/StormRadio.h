@@ -11,25 +11,25 @@
 #include "platform/Radio.h"
 #include "platform/SystemServices.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 
 /// A radio without any thread of its own: operations finish where they are started, and every event
 /// is raised by whoever calls, on as many threads at once as call.
-class StormRadio final : public platform::Radio, public std::enable_shared_from_this<StormRadio> {
+class StormRadio final : public Radio, public std::enable_shared_from_this<StormRadio> {
  public:
-  static platform::OpenedRadio Open(std::shared_ptr<StormRadio>& radio) {
+  static OpenedRadio Open(std::shared_ptr<StormRadio>& radio) {
     radio = std::make_shared<StormRadio>();
-    return {radio, platform::SystemClock(), platform::SystemPump()};
+    return {radio, SystemClock(), SystemPump()};
   }
 
   void Hear() const { received_.Raise({advertisement_, 0x00A050C4E2F1, -50, {}}); }
-  void Notify(std::size_t characteristic, platform::ByteView value) {
+  void Notify(std::size_t characteristic, ByteView value) {
     characteristics_[characteristic]->Raise(value);
   }
-  std::shared_ptr<platform::GattDeviceService> Service() {
+  std::shared_ptr<GattDeviceService> Service() {
     return std::make_shared<StormService>(shared_from_this());
   }
-  std::shared_ptr<platform::GattCharacteristic> Characteristic(std::size_t index) const {
+  std::shared_ptr<GattCharacteristic> Characteristic(std::size_t index) const {
     return characteristics_[index];
   }
   void ChangeName() const { nameChanged_.Raise(); }
@@ -40,39 +40,37 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
     statusChanged_.Raise();
   }
 
-  platform::AsyncOperationPtr<platform::BluetoothAdapter> GetDefaultAdapterAsync() override {
-    struct Adapter final : platform::BluetoothAdapter {
+  AsyncOperationPtr<BluetoothAdapter> GetDefaultAdapterAsync() override {
+    struct Adapter final : BluetoothAdapter {
       std::uint64_t BluetoothAddress() const override { return 1; }
       bool IsLowEnergySupported() const override { return true; }
     };
-    return platform::CompletedOperation<platform::BluetoothAdapter>(std::make_shared<Adapter>());
+    return CompletedOperation<BluetoothAdapter>(std::make_shared<Adapter>());
   }
-  std::shared_ptr<platform::BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
+  std::shared_ptr<BluetoothLEAdvertisementWatcher> CreateAdvertisementWatcher() override {
     return std::make_shared<Watcher>(shared_from_this());
   }
-  platform::AsyncOperationPtr<platform::BluetoothLEDevice> DeviceFromBluetoothAddressAsync(
-      std::uint64_t) override {
+  AsyncOperationPtr<BluetoothLEDevice> DeviceFromBluetoothAddressAsync(std::uint64_t) override {
     connected_ = true;
-    return platform::CompletedOperation<platform::BluetoothLEDevice>(
-        std::make_shared<Device>(shared_from_this()));
+    return CompletedOperation<BluetoothLEDevice>(std::make_shared<Device>(shared_from_this()));
   }
 
  private:
   using Ptr = std::shared_ptr<StormRadio>;
-  using Mode = platform::BluetoothCacheMode;
+  using Mode = BluetoothCacheMode;
 
   template <class T>
-  static platform::AsyncOperationPtr<T> Done(T result) {
-    return platform::CompletedOperation<T>(std::make_shared<T>(std::move(result)));
+  static AsyncOperationPtr<T> Done(T result) {
+    return CompletedOperation<T>(std::make_shared<T>(std::move(result)));
   }
 
-  class Watcher final : public platform::BluetoothLEAdvertisementWatcher {
+  class Watcher final : public BluetoothLEAdvertisementWatcher {
    public:
-    using State = platform::BluetoothLEAdvertisementWatcherStatus;
+    using State = BluetoothLEAdvertisementWatcherStatus;
     explicit Watcher(Ptr radio) : radio_(std::move(radio)) {}
     State Status() const override { return status_; }
-    void SetScanningMode(platform::BluetoothLEScanningMode) override {}
-    void SetAdvertisementFilter(platform::BluetoothLEAdvertisementFilter) override {}
+    void SetScanningMode(BluetoothLEScanningMode) override {}
+    void SetAdvertisementFilter(BluetoothLEAdvertisementFilter) override {}
     void Start() override {
       status_ = State::Started;
       begun_.Open();
@@ -82,60 +80,59 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
       over_.Open();
       stopped_.Raise(*this, {});
     }
-    platform::Latch::SignalPtr Begun() override { return begun_.Signal(); }
-    platform::Latch::SignalPtr Over() override { return over_.Signal(); }
-    platform::EventToken OnReceived(Received::Handler handler) override {
+    Latch::SignalPtr Begun() override { return begun_.Signal(); }
+    Latch::SignalPtr Over() override { return over_.Signal(); }
+    EventToken OnReceived(Received::Handler handler) override {
       return radio_->received_.Add(std::move(handler));
     }
-    platform::EventToken OnStopped(Stopped::Handler handler) override {
+    EventToken OnStopped(Stopped::Handler handler) override {
       return stopped_.Add(std::move(handler));
     }
 
    private:
     const Ptr radio_;
     std::atomic<State> status_ = State::Created;
-    platform::Latch begun_;
-    platform::Latch over_;
+    Latch begun_;
+    Latch over_;
     Stopped stopped_;
   };
 
-  class StormCharacteristic final : public platform::GattCharacteristic {
+  class StormCharacteristic final : public GattCharacteristic {
    public:
     explicit StormCharacteristic(std::uint16_t handle) : handle_(handle) {}
-    void Raise(platform::ByteView value) { changed_.Raise(*this, value); }
+    void Raise(ByteView value) { changed_.Raise(*this, value); }
 
     std::uint16_t AttributeHandle() const override { return handle_; }
-    platform::Guid Uuid() const override { return platform::Guid::FromAssignedNumber(0x2A19); }
+    Uuid AttributeUuid() const override { return Uuid::FromAssignedNumber(0x2A19); }
     std::uint32_t CharacteristicProperties() const override { return 0x1A; }
     std::u16string UserDescription() const override { return u"storm"; }
-    std::vector<platform::GattPresentationFormat> PresentationFormats() const override {
+    std::vector<GattPresentationFormat> PresentationFormats() const override {
       return {{4, 0, 0x2700, 1, 0}};
     }
-    platform::AsyncOperationPtr<platform::GattDescriptorsResult> GetDescriptorsAsync(
-        Mode) override {
-      return Done(platform::GattDescriptorsResult{});
+    AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(Mode) override {
+      return Done(GattDescriptorsResult{});
     }
-    platform::AsyncOperationPtr<platform::GattDescriptorsResult> GetDescriptorsForUuidAsync(
-        const platform::Guid&, Mode) override {
-      return Done(platform::GattDescriptorsResult{});
+    AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(const Uuid&,
+                                                                        Mode) override {
+      return Done(GattDescriptorsResult{});
     }
-    platform::AsyncOperationPtr<platform::GattReadResult> ReadValueAsync(Mode) override {
-      return Done(platform::GattReadResult{{}, {1, 2, 3}});
+    AsyncOperationPtr<GattReadResult> ReadValueAsync(Mode) override {
+      return Done(GattReadResult{{}, {1, 2, 3}});
     }
-    platform::AsyncOperationPtr<platform::GattWriteResult> WriteValueWithResultAsync(
-        platform::ByteView, platform::GattWriteOption) override {
-      return Done(platform::GattWriteResult{});
+    AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView,
+                                                                 GattWriteOption) override {
+      return Done(GattWriteResult{});
     }
-    platform::AsyncOperationPtr<platform::GattReadClientCharacteristicConfigurationDescriptorResult>
+    AsyncOperationPtr<GattReadClientCharacteristicConfigurationDescriptorResult>
     ReadClientCharacteristicConfigurationDescriptorAsync() override {
-      return Done(platform::GattReadClientCharacteristicConfigurationDescriptorResult{});
+      return Done(GattReadClientCharacteristicConfigurationDescriptorResult{});
     }
-    platform::AsyncOperationPtr<platform::GattWriteResult>
+    AsyncOperationPtr<GattWriteResult>
     WriteClientCharacteristicConfigurationDescriptorWithResultAsync(
-        platform::GattClientCharacteristicConfigurationDescriptorValue) override {
-      return Done(platform::GattWriteResult{});
+        GattClientCharacteristicConfigurationDescriptorValue) override {
+      return Done(GattWriteResult{});
     }
-    platform::EventToken OnValueChanged(ValueChanged::Handler handler) override {
+    EventToken OnValueChanged(ValueChanged::Handler handler) override {
       return changed_.Add(std::move(handler));
     }
 
@@ -144,28 +141,26 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
     ValueChanged changed_;
   };
 
-  class StormService final : public platform::GattDeviceService {
+  class StormService final : public GattDeviceService {
    public:
     explicit StormService(Ptr radio) : radio_(std::move(radio)) {}
     std::uint16_t AttributeHandle() const override { return 1; }
-    platform::Guid Uuid() const override { return platform::Guid::FromAssignedNumber(0x180F); }
-    platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetIncludedServicesAsync(
-        Mode) override {
-      return Done(platform::GattDeviceServicesResult{});
+    Uuid AttributeUuid() const override { return Uuid::FromAssignedNumber(0x180F); }
+    AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(Mode) override {
+      return Done(GattDeviceServicesResult{});
     }
-    platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
-        const platform::Guid&, Mode) override {
-      return Done(platform::GattDeviceServicesResult{});
+    AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(const Uuid&,
+                                                                                Mode) override {
+      return Done(GattDeviceServicesResult{});
     }
-    platform::AsyncOperationPtr<platform::GattCharacteristicsResult> GetCharacteristicsAsync(
-        Mode) override {
-      platform::GattCharacteristicsResult result;
+    AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(Mode) override {
+      GattCharacteristicsResult result;
       for (const auto& one : radio_->characteristics_)
         result.characteristics.push_back(one);
       return Done(std::move(result));
     }
-    platform::AsyncOperationPtr<platform::GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
-        const platform::Guid&, Mode mode) override {
+    AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
+        const Uuid&, Mode mode) override {
       return GetCharacteristicsAsync(mode);
     }
 
@@ -173,33 +168,32 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
     const Ptr radio_;
   };
 
-  class Device final : public platform::BluetoothLEDevice {
+  class Device final : public BluetoothLEDevice {
    public:
     explicit Device(Ptr radio) : radio_(std::move(radio)) {}
     std::uint64_t BluetoothAddress() const override {
-      if (radio_->isBroken) throw platform::PlatformFailure(-1, "Broken.");
+      if (radio_->isBroken) throw PlatformFailure(-1, "Broken.");
       return 0x00A050C4E2F1;
     }
-    platform::BluetoothConnectionStatus ConnectionStatus() const override {
-      return radio_->connected_ ? platform::BluetoothConnectionStatus::Connected
-                                : platform::BluetoothConnectionStatus::Disconnected;
+    BluetoothConnectionStatus ConnectionStatus() const override {
+      return radio_->connected_ ? BluetoothConnectionStatus::Connected
+                                : BluetoothConnectionStatus::Disconnected;
     }
     std::u16string Name() const override { return u"Storm"; }
-    platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesAsync(
-        Mode) override {
-      return Done(platform::GattDeviceServicesResult{{}, {std::make_shared<StormService>(radio_)}});
+    AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(Mode) override {
+      return Done(GattDeviceServicesResult{{}, {std::make_shared<StormService>(radio_)}});
     }
-    platform::AsyncOperationPtr<platform::GattDeviceServicesResult> GetGattServicesForUuidAsync(
-        const platform::Guid&, Mode mode) override {
+    AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(const Uuid&,
+                                                                            Mode mode) override {
       return GetGattServicesAsync(mode);
     }
-    platform::EventToken OnConnectionStatusChanged(Changed::Handler handler) override {
+    EventToken OnConnectionStatusChanged(Changed::Handler handler) override {
       return radio_->statusChanged_.Add(std::move(handler));
     }
-    platform::EventToken OnNameChanged(Changed::Handler handler) override {
+    EventToken OnNameChanged(Changed::Handler handler) override {
       return radio_->nameChanged_.Add(std::move(handler));
     }
-    platform::EventToken OnGattServicesChanged(GattServicesChanged::Handler handler) override {
+    EventToken OnGattServicesChanged(GattServicesChanged::Handler handler) override {
       return radio_->servicesChanged_.Add(std::move(handler));
     }
 
@@ -207,15 +201,15 @@ class StormRadio final : public platform::Radio, public std::enable_shared_from_
     const Ptr radio_;
   };
 
-  const platform::BluetoothLEAdvertisement advertisement_{
-      platform::Bytes{3, 0x09, 'S', 't', 5, 0xFF, 0x4C, 0, 1, 2, 4, 0x16, 0x0F, 0x18, 0x64}};
+  const BluetoothLEAdvertisement advertisement_{
+      Bytes{3, 0x09, 'S', 't', 5, 0xFF, 0x4C, 0, 1, 2, 4, 0x16, 0x0F, 0x18, 0x64}};
   const std::vector<std::shared_ptr<StormCharacteristic>> characteristics_{
       std::make_shared<StormCharacteristic>(2), std::make_shared<StormCharacteristic>(5)};
   std::atomic<bool> connected_ = false;
-  platform::BluetoothLEAdvertisementWatcher::Received received_;
-  platform::BluetoothLEDevice::Changed statusChanged_;
-  platform::BluetoothLEDevice::Changed nameChanged_;
-  platform::BluetoothLEDevice::GattServicesChanged servicesChanged_;
+  BluetoothLEAdvertisementWatcher::Received received_;
+  BluetoothLEDevice::Changed statusChanged_;
+  BluetoothLEDevice::Changed nameChanged_;
+  BluetoothLEDevice::GattServicesChanged servicesChanged_;
 };
 
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -5,7 +5,7 @@
 
 #include "support/Host.h"
 
-namespace corvaneble::tests {
+namespace ble::tests {
 namespace {
 
 constexpr const char* kSlow = R"({"time": "real", "peripherals": [
@@ -64,4 +64,4 @@ TEST(Wait, AClosedWindowDoesNotEndIt) {
 }
 
 }  // namespace
-}  // namespace corvaneble::tests
+}  // namespace ble::tests

@@ -1,0 +1,285 @@
+#include "att/AttBearer.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace ble::att {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+AttReply Answered(ByteView pdu) {
+  AttReply reply;
+  reply.outcome = AttReply::Outcome::Answered;
+  reply.pdu = pdu;
+  return reply;
+}
+
+AttReply Refused(ErrorCode error) {
+  AttReply reply;
+  reply.outcome = AttReply::Outcome::Refused;
+  reply.error = error;
+  return reply;
+}
+
+AttReply Lost(ChannelError reason) {
+  AttReply reply;
+  reply.reason = reason;
+  return reply;
+}
+
+bool AsksForSecurity(ErrorCode error) {
+  return error == ErrorCode::InsufficientAuthentication ||
+         error == ErrorCode::InsufficientEncryption;
+}
+
+// Calls `visit(handle, value)` for each tuple; false when a length does not fit.
+template <class Visit>
+bool ForEachHandleValue(ByteView pdu, Visit visit) {
+  PduReader reader(pdu.subspan(1));
+  do {
+    const std::uint16_t handle = reader.U16();
+    const std::uint16_t length = reader.U16();
+    const ByteView value = reader.Take(length);
+    if (!reader.Ok()) return false;
+    visit(handle, value);
+  } while (!reader.AtEnd());
+  return true;
+}
+
+}  // namespace
+
+AttBearer::AttBearer(std::shared_ptr<AttChannel> channel, std::shared_ptr<Executor> executor,
+                     std::weak_ptr<Listener> listener)
+    : channel_(std::move(channel)),
+      executor_(std::move(executor)),
+      listener_(std::move(listener)) {}
+
+AttBearer::~AttBearer() {
+  Shutdown(ChannelError::Unreachable);
+}
+
+void AttBearer::Start(Reply ready) {
+  channel_->Start(weak_from_this());
+  const ExchangeMtu offer{Opcode::ExchangeMtuRequest, kMaxMtu};
+  Request(offer.Build(), [this, ready = std::move(ready)](const AttReply& reply) {
+    if (const auto answer = ExchangeMtu::Parse(reply.pdu))
+      mtu_ = std::clamp(answer->mtu, kDefaultMtu, kMaxMtu);
+    ready(reply);
+  });
+}
+
+[[gnu::hot]] void AttBearer::Request(const Pdu& request, Reply reply, OnRefusal onRefusal) {
+  std::unique_lock lock(mutex_);
+  if (dead_) {
+    const ChannelError reason = reason_;
+    lock.unlock();
+    return reply(Lost(reason));
+  }
+  if (outstanding_) {
+    queue_.emplace_back(request, std::move(reply), onRefusal);
+    return;
+  }
+  outstanding_.emplace(request, std::move(reply), onRefusal);
+  Begin();
+  lock.unlock();
+  Transmit(request);
+}
+
+void AttBearer::Command(const Pdu& command, Callback<void(bool left)> sent) {
+  if (!IsUsable()) return sent(false);
+  if (channel_->Send(command))
+    return channel_->WhenSent(
+        [self = shared_from_this(), sent = std::move(sent)] { sent(self->IsUsable()); });
+  Shutdown(ChannelError::Unreachable);
+  sent(false);
+}
+
+[[gnu::hot]] void AttBearer::Begin() {
+  outstanding_->sentSecured = security_ == Security::Raised;
+  outstanding_->deadline = executor_->Now() + kTransactionTimeout;
+  if (timer_ == 0) SetTimer(kTransactionTimeout);
+}
+
+void AttBearer::SetTimer(milliseconds delay) {
+  timer_ = executor_->PostAfter(delay, [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->OnTimer();
+  });
+}
+
+[[gnu::hot]] std::optional<Pdu> AttBearer::BeginNext() {
+  if (queue_.empty() || outstanding_ || dead_) return std::nullopt;
+  outstanding_.emplace(std::move(queue_.front()));
+  queue_.pop_front();
+  Begin();
+  return outstanding_->request;
+}
+
+bool AttBearer::IsOutstanding(Opcode request) const {
+  return outstanding_ && OpcodeOf(outstanding_->request) == request;
+}
+
+[[gnu::hot]] void AttBearer::Transmit(ByteView pdu) {
+  if (!channel_->Send(pdu)) Shutdown(ChannelError::Unreachable);
+}
+
+void AttBearer::Shutdown(ChannelError reason) {
+  std::vector<Exchange> lost;
+  std::vector<Exchange> refused;
+  {
+    const std::lock_guard lock(mutex_);
+    if (dead_) return;
+    dead_ = true;
+    reason_ = reason;
+    executor_->Cancel(timer_);
+    if (outstanding_) {
+      lost.push_back(std::move(*outstanding_));
+      outstanding_.reset();
+    }
+    refused.swap(awaitingSecurity_);
+    std::move(queue_.begin(), queue_.end(), std::back_inserter(lost));
+    queue_.clear();
+  }
+  channel_->Close();
+  // A link that ends while it is being secured ended because it could not be: the refusal stands.
+  for (const Exchange& exchange : refused)
+    exchange.reply(Refused(exchange.refusal));
+  for (const Exchange& exchange : lost)
+    exchange.reply(Lost(reason));
+}
+
+// A request that is answered in time leaves the timer as it is: setting and cancelling one each
+// would cost more than to find now and then that there is time left.
+void AttBearer::OnTimer() {
+  {
+    const std::lock_guard lock(mutex_);
+    timer_ = 0;
+    if (!outstanding_) return;
+    const auto left = std::chrono::ceil<milliseconds>(outstanding_->deadline - executor_->Now());
+    if (left > milliseconds{0}) return SetTimer(left);
+  }
+  Shutdown(ChannelError::Unreachable);
+}
+
+void AttBearer::OnClosed(ChannelError error) {
+  const ChannelError reason = error == ChannelError::None ? ChannelError::Unreachable : error;
+  Shutdown(reason);
+  if (const auto listener = listener_.lock()) listener->OnBearerClosed(reason);
+}
+
+[[gnu::hot]] void AttBearer::OnPdu(ByteView pdu) {
+  if (pdu.empty() || pdu.size() > kMaxMtu) return;
+  const Opcode opcode = OpcodeOf(pdu);
+  if (IsResponse(opcode)) return OnResponse(pdu);
+  switch (opcode) {
+    case Opcode::ErrorResponse:
+      return OnErrorResponse(pdu);
+    case Opcode::HandleValueNotification:
+    case Opcode::HandleValueIndication:
+      return OnHandleValue(pdu);
+    case Opcode::MultipleHandleValueNotification:
+      return OnMultipleHandleValues(pdu);
+    case Opcode::HandleValueConfirmation:  // of an indication that a client never sends
+      return;
+    default:
+      if (!IsCommand(opcode)) OnRequest(pdu);
+  }
+}
+
+[[gnu::hot]] void AttBearer::OnResponse(ByteView pdu) {
+  // A response opcode is the request's plus one.
+  const auto request = static_cast<Opcode>(static_cast<std::uint8_t>(pdu[0]) - 1);
+  Reply reply;
+  std::optional<Pdu> next;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!IsOutstanding(request)) return;
+    reply = std::move(outstanding_->reply);
+    outstanding_.reset();
+    next = BeginNext();
+  }
+  if (next) Transmit(*next);
+  reply(Answered(pdu));
+}
+
+void AttBearer::OnErrorResponse(ByteView pdu) {
+  const auto error = ErrorResponse::Parse(pdu);
+  if (!error) return;
+  std::optional<Exchange> refused;
+  std::optional<Pdu> next;
+  bool raise = false;
+  bool retried = false;
+  {
+    const std::lock_guard lock(mutex_);
+    if (!IsOutstanding(error->request)) return;
+    refused.swap(outstanding_);
+    if (AsksForSecurity(error->error) && refused->onRefusal == OnRefusal::SecureLink &&
+        !refused->sentSecured && security_ != Security::Refused) {
+      retried = true;
+      refused->refusal = error->error;
+      if (security_ == Security::Raised) {
+        queue_.push_front(std::move(*refused));
+      } else {
+        raise = std::exchange(security_, Security::Raising) == Security::Untried;
+        awaitingSecurity_.push_back(std::move(*refused));
+      }
+    }
+    next = BeginNext();
+  }
+  if (next) Transmit(*next);
+  if (raise)
+    channel_->RaiseSecurity([weak = weak_from_this()](bool raised) {
+      if (const auto self = weak.lock()) self->OnSecurityRaised(raised);
+    });
+  if (!retried) refused->reply(Refused(error->error));
+}
+
+void AttBearer::OnSecurityRaised(bool raised) {
+  std::vector<Exchange> refused;
+  std::optional<Pdu> next;
+  {
+    const std::lock_guard lock(mutex_);
+    if (dead_) return;
+    security_ = raised ? Security::Raised : Security::Refused;
+    refused.swap(awaitingSecurity_);
+    if (raised) {
+      queue_.insert(queue_.begin(), std::make_move_iterator(refused.begin()),
+                    std::make_move_iterator(refused.end()));
+      refused.clear();
+    }
+    // What was asked meanwhile goes out only now.
+    if (outstanding_) outstanding_->deadline = executor_->Now() + kTransactionTimeout;
+    next = BeginNext();
+  }
+  if (next) Transmit(*next);
+  for (const Exchange& exchange : refused)
+    exchange.reply(Refused(exchange.refusal));
+}
+
+[[gnu::hot]] void AttBearer::OnHandleValue(ByteView pdu) {
+  const auto message = HandleValue::Parse(pdu);
+  if (!message || message->value.size() > kMaxValueLength) return;
+  if (const auto listener = listener_.lock()) listener->OnValue(message->handle, message->value);
+  if (message->opcode == Opcode::HandleValueIndication)
+    Transmit(Pdu(Opcode::HandleValueConfirmation));
+}
+
+void AttBearer::OnMultipleHandleValues(ByteView pdu) {
+  if (!ForEachHandleValue(pdu, [](std::uint16_t, ByteView) {})) return;
+  if (const auto listener = listener_.lock())
+    ForEachHandleValue(
+        pdu, [&](std::uint16_t handle, ByteView value) { listener->OnValue(handle, value); });
+}
+
+void AttBearer::OnRequest(ByteView pdu) {
+  const auto exchange = ExchangeMtu::Parse(pdu);
+  if (!exchange)
+    return Transmit(ErrorResponse{OpcodeOf(pdu), 0, ErrorCode::RequestNotSupported}.Build());
+  // Both directions of a channel share one ATT_MTU, whichever end asked for it.
+  Transmit(ExchangeMtu{Opcode::ExchangeMtuResponse, kMaxMtu}.Build());
+  mtu_ = std::clamp(exchange->mtu, kDefaultMtu, kMaxMtu);
+}
+
+}  // namespace ble::att

@@ -1,0 +1,310 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "base/Bytes.h"
+#include "base/Uuid.h"
+
+/// The PDUs of the Attribute Protocol (Bluetooth Core 5.4, Vol 3 Part F, 3.4), for both ends of a
+/// link. Every `Parse` checks the whole PDU, opcode and lengths included, and returns views into
+/// it; every `Build` is its reverse.
+namespace ble::att {
+
+inline constexpr std::uint16_t kDefaultMtu = 23;
+inline constexpr std::uint16_t kMaxMtu = 517;  ///< a longest value with the longest header
+inline constexpr std::size_t kMaxValueLength = 512;
+inline constexpr std::uint16_t kMaxHandle = 0xFFFF;
+
+enum class Opcode : std::uint8_t {
+  ErrorResponse = 0x01,
+  ExchangeMtuRequest = 0x02,
+  ExchangeMtuResponse = 0x03,
+  FindInformationRequest = 0x04,
+  FindInformationResponse = 0x05,
+  FindByTypeValueRequest = 0x06,
+  FindByTypeValueResponse = 0x07,
+  ReadByTypeRequest = 0x08,
+  ReadByTypeResponse = 0x09,
+  ReadRequest = 0x0A,
+  ReadResponse = 0x0B,
+  ReadBlobRequest = 0x0C,
+  ReadBlobResponse = 0x0D,
+  ReadMultipleRequest = 0x0E,
+  ReadMultipleResponse = 0x0F,
+  ReadByGroupTypeRequest = 0x10,
+  ReadByGroupTypeResponse = 0x11,
+  WriteRequest = 0x12,
+  WriteResponse = 0x13,
+  PrepareWriteRequest = 0x16,
+  PrepareWriteResponse = 0x17,
+  ExecuteWriteRequest = 0x18,
+  ExecuteWriteResponse = 0x19,
+  HandleValueNotification = 0x1B,
+  HandleValueIndication = 0x1D,
+  HandleValueConfirmation = 0x1E,
+  ReadMultipleVariableRequest = 0x20,
+  ReadMultipleVariableResponse = 0x21,
+  MultipleHandleValueNotification = 0x23,
+  WriteCommand = 0x52,
+  SignedWriteCommand = 0xD2,
+};
+
+/// Error codes of an error response. Applications add their own from 0x80 to 0x9F, profiles from
+/// 0xE0; such a code is carried as it is.
+enum class ErrorCode : std::uint8_t {
+  InvalidHandle = 0x01,
+  ReadNotPermitted = 0x02,
+  WriteNotPermitted = 0x03,
+  InvalidPdu = 0x04,
+  InsufficientAuthentication = 0x05,
+  RequestNotSupported = 0x06,
+  InvalidOffset = 0x07,
+  InsufficientAuthorization = 0x08,
+  PrepareQueueFull = 0x09,
+  AttributeNotFound = 0x0A,
+  AttributeNotLong = 0x0B,
+  EncryptionKeySizeTooShort = 0x0C,
+  InvalidAttributeValueLength = 0x0D,
+  UnlikelyError = 0x0E,
+  InsufficientEncryption = 0x0F,
+  UnsupportedGroupType = 0x10,
+  InsufficientResources = 0x11,
+  DatabaseOutOfSync = 0x12,
+  ValueNotAllowed = 0x13,
+};
+
+/// Attribute types that GATT itself is made of (Assigned Numbers, 3.5 to 3.7).
+namespace gatt_uuid {
+inline constexpr std::uint16_t kGenericAccess = 0x1800;
+inline constexpr std::uint16_t kGenericAttribute = 0x1801;
+inline constexpr std::uint16_t kPrimaryService = 0x2800;
+inline constexpr std::uint16_t kSecondaryService = 0x2801;
+inline constexpr std::uint16_t kInclude = 0x2802;
+inline constexpr std::uint16_t kCharacteristic = 0x2803;
+inline constexpr std::uint16_t kExtendedProperties = 0x2900;
+inline constexpr std::uint16_t kUserDescription = 0x2901;
+inline constexpr std::uint16_t kClientConfiguration = 0x2902;
+inline constexpr std::uint16_t kPresentationFormat = 0x2904;
+inline constexpr std::uint16_t kAggregateFormat = 0x2905;
+inline constexpr std::uint16_t kDeviceName = 0x2A00;
+inline constexpr std::uint16_t kAppearance = 0x2A01;
+inline constexpr std::uint16_t kServiceChanged = 0x2A05;
+}  // namespace gatt_uuid
+
+/// The opcode byte of a PDU; 0, which is no opcode, for an empty one.
+constexpr Opcode OpcodeOf(ByteView pdu) {
+  return pdu.empty() ? Opcode{0} : static_cast<Opcode>(pdu[0]);
+}
+
+/// Bit 6 of an opcode: a command, which is never answered, not even with an error.
+constexpr bool IsCommand(Opcode opcode) {
+  return (static_cast<std::uint8_t>(opcode) & 0x40) != 0;
+}
+
+/// Whether a PDU of this opcode answers a request with what it asked for.
+constexpr bool IsResponse(Opcode opcode) {
+  switch (opcode) {
+    case Opcode::ExchangeMtuResponse:
+    case Opcode::FindInformationResponse:
+    case Opcode::FindByTypeValueResponse:
+    case Opcode::ReadByTypeResponse:
+    case Opcode::ReadResponse:
+    case Opcode::ReadBlobResponse:
+    case Opcode::ReadMultipleResponse:
+    case Opcode::ReadByGroupTypeResponse:
+    case Opcode::WriteResponse:
+    case Opcode::PrepareWriteResponse:
+    case Opcode::ExecuteWriteResponse:
+    case Opcode::ReadMultipleVariableResponse:
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// Little-endian number at the front of `bytes`, which must hold two.
+constexpr std::uint16_t LoadU16(ByteView bytes) {
+  return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
+}
+
+/// Reads a PDU from the front. A read past the end yields zeros and turns `Ok` false for good.
+class PduReader {
+ public:
+  explicit PduReader(ByteView bytes) : rest_(bytes) {}
+
+  std::uint8_t U8();
+  std::uint16_t U16();
+  ByteView Take(std::size_t count);
+  ByteView TakeRest() { return Take(rest_.size()); }
+
+  bool Ok() const { return ok_; }
+  bool AtEnd() const { return rest_.empty(); }
+  std::size_t Remaining() const { return rest_.size(); }
+
+ private:
+  ByteView rest_;
+  bool ok_ = true;
+};
+
+/// One PDU being built, in storage of its own: no allocation. What does not fit into the largest
+/// ATT_MTU is not stored and turns `Ok` false.
+class Pdu {
+ public:
+  explicit Pdu(Opcode opcode) { U8(static_cast<std::uint8_t>(opcode)); }
+  Pdu(const Pdu& other) : ok_(other.ok_) { Put(other); }
+  Pdu& operator=(const Pdu& other) {
+    if (this == &other) return *this;
+    size_ = 0;
+    ok_ = other.ok_;
+    return Put(other);
+  }
+
+  Pdu& U8(std::uint8_t value);
+  Pdu& U16(std::uint16_t value);
+  Pdu& Put(ByteView bytes);
+  /// The 2 byte form where there is one, else 16 bytes (Bluetooth Core 5.4, Vol 3 Part F, 3.2.1).
+  Pdu& Type(const Uuid& uuid);
+
+  bool Ok() const { return ok_; }
+  std::size_t Size() const { return size_; }
+  /// Bytes that may still be added under an ATT_MTU of `mtu`.
+  std::size_t Room(std::size_t mtu) const { return mtu > size_ ? mtu - size_ : 0; }
+  ByteView View() const { return {bytes_.data(), size_}; }
+  operator ByteView() const { return View(); }  // NOLINT: a PDU is its bytes
+
+ private:
+  std::array<std::uint8_t, kMaxMtu> bytes_;  // only the first size_ are set, or ever copied
+  std::size_t size_ = 0;
+  bool ok_ = true;
+};
+
+/// A UUID as ATT carries it: 2 or 16 bytes. Any other length gives none.
+std::optional<Uuid> UuidFromAir(ByteView bytes);
+
+/// How many bytes `uuid` takes on the air: 2 or 16.
+inline std::size_t UuidSize(const Uuid& uuid) {
+  return uuid.AssignedNumber16() ? 2 : 16;
+}
+
+struct ErrorResponse {
+  Opcode request{};
+  std::uint16_t handle = 0;
+  ErrorCode error{};
+
+  static std::optional<ErrorResponse> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+/// Exchange MTU, request or response.
+struct ExchangeMtu {
+  Opcode opcode = Opcode::ExchangeMtuRequest;
+  std::uint16_t mtu = kDefaultMtu;
+
+  static std::optional<ExchangeMtu> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+struct FindInformationRequest {
+  std::uint16_t start = 0;
+  std::uint16_t end = 0;
+
+  static std::optional<FindInformationRequest> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+struct FindByTypeValueRequest {
+  std::uint16_t start = 0;
+  std::uint16_t end = 0;
+  std::uint16_t type = 0;
+  ByteView value;
+
+  static std::optional<FindByTypeValueRequest> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+/// Read By Type and Read By Group Type, which differ in the opcode alone.
+struct ReadByTypeRequest {
+  Opcode opcode = Opcode::ReadByTypeRequest;
+  std::uint16_t start = 0;
+  std::uint16_t end = 0;
+  Uuid type;
+
+  static std::optional<ReadByTypeRequest> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+struct ReadRequest {
+  std::uint16_t handle = 0;
+
+  static std::optional<ReadRequest> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+struct ReadBlobRequest {
+  std::uint16_t handle = 0;
+  std::uint16_t offset = 0;
+
+  static std::optional<ReadBlobRequest> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+/// Everything that is an opcode, a handle and a value: Write Request and Command, notification
+/// and indication.
+struct HandleValue {
+  Opcode opcode{};
+  std::uint16_t handle = 0;
+  ByteView value;
+
+  static std::optional<HandleValue> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+/// Prepare Write, request or response: the response echoes the request.
+struct PrepareWrite {
+  Opcode opcode = Opcode::PrepareWriteRequest;
+  std::uint16_t handle = 0;
+  std::uint16_t offset = 0;
+  ByteView value;
+
+  static std::optional<PrepareWrite> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+struct ExecuteWriteRequest {
+  bool write = false;  ///< false: forget what was prepared
+
+  static std::optional<ExecuteWriteRequest> Parse(ByteView pdu);
+  Pdu Build() const;
+};
+
+/// The list in a response to a search: elements of one length, at least one. Covers Find
+/// Information (handle, UUID), Find By Type Value (handle, group end), Read By Type (handle,
+/// value) and Read By Group Type (handle, group end, value).
+class AttributeList {
+ public:
+  static std::optional<AttributeList> Parse(ByteView pdu);
+
+  Opcode ResponseOpcode() const { return opcode_; }
+  std::size_t Count() const { return elements_.size() / elementSize_; }
+  /// Bytes of one element, handles included.
+  ByteView Element(std::size_t index) const {
+    return elements_.subspan(index * elementSize_, elementSize_);
+  }
+
+  /// A response whose elements, `elementSize` bytes each, are still to be `Put`. The opcode must
+  /// be one of the four; for Find Information the size, 4 or 18, chooses the format.
+  static Pdu Begin(Opcode response, std::size_t elementSize);
+
+ private:
+  AttributeList(Opcode opcode, std::size_t elementSize, ByteView elements)
+      : opcode_(opcode), elementSize_(elementSize), elements_(elements) {}
+
+  Opcode opcode_;
+  std::size_t elementSize_;
+  ByteView elements_;
+};
+
+}  // namespace ble::att

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "att/AttLink.h"
+#include "att/AttStatus.h"
+#include "att/Discovery.h"
+
+/// What the operations of all GATT objects have in common.
+namespace ble::att {
+
+template <class Result>
+using OperationPtr = std::shared_ptr<CompletableOperation<Result>>;
+
+/// Starts an operation that needs the link: `body(bearer, operation)` completes it. Without a
+/// link it is completed here.
+template <class Result, class Body>
+AsyncOperationPtr<Result> OverLink(AttLink& link, Body body) {
+  auto operation = std::make_shared<CompletableOperation<Result>>();
+  link.WithBearer([operation, body = std::move(body)](const BearerPtr& bearer, ChannelError error) {
+    if (!bearer) return Complete(*operation, StatusOf(error));
+    body(bearer, operation);
+  });
+  return operation;
+}
+
+/// The value last read or received.
+class KnownValue {
+ public:
+  void Store(ByteView value) {
+    const std::lock_guard lock(mutex_);
+    bytes_.assign(value.begin(), value.end());
+  }
+  Bytes Get() const {
+    const std::lock_guard lock(mutex_);
+    return bytes_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  Bytes bytes_;
+};
+
+/// What the last complete search found.
+template <class Record>
+class KnownRecords {
+ public:
+  void Store(const std::vector<Record>& records) {
+    const std::lock_guard lock(mutex_);
+    records_ = records;
+  }
+  std::vector<Record> Get() const {
+    const std::lock_guard lock(mutex_);
+    return records_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<Record> records_;
+};
+
+/// Appends to `objects` what `make` gives for each record that has the wanted UUID, if one is.
+template <class Record, class Object, class Make>
+void AppendObjects(const std::vector<Record>& records, const std::optional<Uuid>& wanted, Make make,
+                   std::vector<std::shared_ptr<Object>>& objects) {
+  for (const Record& record : records)
+    if (!wanted || record.uuid == *wanted) objects.push_back(make(record));
+}
+
+}  // namespace ble::att

@@ -1,0 +1,371 @@
+#include "backends/simulated/AttServer.h"
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <utility>
+
+#include "platform/Gatt.h"
+
+namespace ble::simulated {
+
+using att::ErrorCode;
+using att::Opcode;
+using att::Pdu;
+
+namespace {
+
+namespace property = gatt_characteristic_properties;
+namespace gatt_uuid = att::gatt_uuid;
+
+constexpr std::size_t kPrepareQueueLimit = 64;
+constexpr std::size_t kIndicationQueueLimit = 64;  ///< later values are lost
+/// The bits of a client characteristic configuration.
+constexpr std::uint16_t kNotifyBit = 0x0001;
+constexpr std::uint16_t kIndicateBit = 0x0002;
+/// Longest value in a Read By Type response, whose length field is one octet.
+constexpr std::size_t kLongestListedValue = 253;
+
+bool IsRange(std::uint16_t start, std::uint16_t end) {
+  return start != 0 && start <= end;
+}
+
+/// A response that lists elements of one size, as many as fit; it begins with the first of them.
+class ListResponse {
+ public:
+  ListResponse(Opcode response, std::size_t mtu) : opcode_(response), mtu_(mtu) {}
+
+  /// Whether an element of this size may follow; `Pdu` is then ready to take it.
+  bool Accepts(std::size_t size) {
+    if (!pdu_) {
+      pdu_ = att::AttributeList::Begin(opcode_, size);
+      size_ = size;
+    }
+    return size == size_ && pdu_->Room(mtu_) >= size;
+  }
+
+  att::Pdu& Pdu() { return *pdu_; }
+  bool IsEmpty() const { return !pdu_; }
+
+ private:
+  Opcode opcode_;
+  std::size_t mtu_;
+  std::size_t size_ = 0;
+  std::optional<att::Pdu> pdu_;
+};
+
+}  // namespace
+
+struct AttServer::Request {
+  Opcode opcode;
+  Pdu (AttServer::*serve)(ByteView pdu);
+};
+
+AttServer::AttServer(AttributeDatabase& database, std::uint16_t mtu, Host& host)
+    : database_(database),
+      offeredMtu_(std::clamp(mtu, att::kDefaultMtu, att::kMaxMtu)),
+      host_(host) {}
+
+AttServer::Reply AttServer::Handle(ByteView pdu) {
+  static constexpr Request kRequests[] = {
+      {Opcode::ExchangeMtuRequest, &AttServer::ExchangeMtu},
+      {Opcode::FindInformationRequest, &AttServer::FindInformation},
+      {Opcode::FindByTypeValueRequest, &AttServer::FindByTypeValue},
+      {Opcode::ReadByTypeRequest, &AttServer::ReadByType},
+      {Opcode::ReadRequest, &AttServer::Read},
+      {Opcode::ReadBlobRequest, &AttServer::ReadBlob},
+      {Opcode::ReadMultipleRequest, &AttServer::ReadMultiple},
+      {Opcode::ReadByGroupTypeRequest, &AttServer::ReadByGroupType},
+      {Opcode::WriteRequest, &AttServer::Write},
+      {Opcode::PrepareWriteRequest, &AttServer::PrepareWrite},
+      {Opcode::ExecuteWriteRequest, &AttServer::ExecuteWrite},
+  };
+  request_ = att::OpcodeOf(pdu);
+  if (request_ == Opcode::HandleValueConfirmation) {
+    Confirm();
+    return {};
+  }
+  if (request_ == Opcode::WriteCommand) WriteCommand(pdu);
+  // Even opcodes are requests, known or not; commands and what only a server sends get no answer.
+  const auto code = static_cast<std::uint8_t>(request_);
+  if (code == 0 || code % 2 != 0 || att::IsCommand(request_)) return {};
+
+  delay_ = {};
+  silent_ = false;
+  const auto known = std::find_if(std::begin(kRequests), std::end(kRequests),
+                                  [this](const Request& r) { return r.opcode == request_; });
+  const Pdu response = known != std::end(kRequests) ? (this->*known->serve)(pdu)
+                                                    : Refuse(ErrorCode::RequestNotSupported, 0);
+  if (silent_) return {};
+  return {response, delay_};
+}
+
+Pdu AttServer::Refuse(ErrorCode error, std::uint16_t handle) const {
+  return att::ErrorResponse{request_, handle, error}.Build();
+}
+
+Pdu AttServer::ExchangeMtu(ByteView pdu) {
+  const auto request = att::ExchangeMtu::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  mtu_ = std::max(att::kDefaultMtu, std::min(offeredMtu_, request->mtu));
+  return att::ExchangeMtu{Opcode::ExchangeMtuResponse, offeredMtu_}.Build();
+}
+
+Pdu AttServer::FindInformation(ByteView pdu) {
+  const auto request = att::FindInformationRequest::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!IsRange(request->start, request->end))
+    return Refuse(ErrorCode::InvalidHandle, request->start);
+  ListResponse list(Opcode::FindInformationResponse, mtu_);
+  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
+    if (!list.Accepts(2 + att::UuidSize(attribute.type))) break;
+    list.Pdu().U16(attribute.handle).Type(attribute.type);
+  }
+  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  return list.Pdu();
+}
+
+Pdu AttServer::FindByTypeValue(ByteView pdu) {
+  const auto request = att::FindByTypeValueRequest::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!IsRange(request->start, request->end))
+    return Refuse(ErrorCode::InvalidHandle, request->start);
+  ListResponse list(Opcode::FindByTypeValueResponse, mtu_);
+  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
+    if (!attribute.IsType(request->type) || !attribute.readable || attribute.readError) continue;
+    if (!std::ranges::equal(ValueOf(attribute), request->value)) continue;
+    if (!list.Accepts(4)) break;
+    list.Pdu()
+        .U16(attribute.handle)
+        .U16(attribute.IsService() ? attribute.groupEnd : attribute.handle);
+  }
+  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  return list.Pdu();
+}
+
+Pdu AttServer::ReadByType(ByteView pdu) {
+  const auto request = att::ReadByTypeRequest::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!IsRange(request->start, request->end))
+    return Refuse(ErrorCode::InvalidHandle, request->start);
+  ListResponse list(Opcode::ReadByTypeResponse, mtu_);
+  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
+    if (attribute.type != request->type) continue;
+    // An attribute that cannot be read is an error when it is the first, else where the list ends.
+    if (const auto refusal = attribute.ReadRefusal()) {
+      if (!list.IsEmpty()) break;
+      Touch(attribute);
+      return Refuse(*refusal, attribute.handle);
+    }
+    ByteView value = ValueOf(attribute);
+    value = value.first(std::min<std::size_t>({value.size(), mtu_ - 4U, kLongestListedValue}));
+    if (!list.Accepts(2 + value.size())) break;
+    Touch(attribute);
+    list.Pdu().U16(attribute.handle).Put(value);
+  }
+  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  return list.Pdu();
+}
+
+Pdu AttServer::ReadByGroupType(ByteView pdu) {
+  const auto request = att::ReadByTypeRequest::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!IsRange(request->start, request->end))
+    return Refuse(ErrorCode::InvalidHandle, request->start);
+  if (request->type != Uuid::FromAssignedNumber(gatt_uuid::kPrimaryService) &&
+      request->type != Uuid::FromAssignedNumber(gatt_uuid::kSecondaryService))
+    return Refuse(ErrorCode::UnsupportedGroupType, request->start);
+  ListResponse list(Opcode::ReadByGroupTypeResponse, mtu_);
+  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
+    if (attribute.type != request->type) continue;
+    if (!list.Accepts(4 + attribute.value.size())) break;
+    list.Pdu().U16(attribute.handle).U16(attribute.groupEnd).Put(attribute.value);
+  }
+  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  return list.Pdu();
+}
+
+Pdu AttServer::Read(ByteView pdu) {
+  const auto request = att::ReadRequest::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  Pdu response(Opcode::ReadResponse);
+  if (const Refusal refusal = AppendValue(response, request->handle, 0))
+    return Refuse(*refusal, request->handle);
+  return response;
+}
+
+Pdu AttServer::ReadBlob(ByteView pdu) {
+  const auto request = att::ReadBlobRequest::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  Pdu response(Opcode::ReadBlobResponse);
+  if (const Refusal refusal = AppendValue(response, request->handle, request->offset))
+    return Refuse(*refusal, request->handle);
+  return response;
+}
+
+Pdu AttServer::ReadMultiple(ByteView pdu) {
+  att::PduReader handles(pdu.subspan(1));
+  if (handles.Remaining() < 4 || handles.Remaining() % 2 != 0)
+    return Refuse(ErrorCode::InvalidPdu, 0);
+  Pdu response(Opcode::ReadMultipleResponse);
+  while (!handles.AtEnd()) {
+    const std::uint16_t handle = handles.U16();
+    if (const Refusal refusal = AppendValue(response, handle, 0)) return Refuse(*refusal, handle);
+  }
+  return response;
+}
+
+Pdu AttServer::Write(ByteView pdu) {
+  const auto request = att::HandleValue::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  Refusal refusal = CheckWritable(request->handle);
+  if (!refusal) refusal = Store(*database_.Find(request->handle), request->value);
+  if (refusal) return Refuse(*refusal, request->handle);
+  return Pdu(Opcode::WriteResponse);
+}
+
+void AttServer::WriteCommand(ByteView pdu) {
+  const auto command = att::HandleValue::Parse(pdu);
+  Attribute* attribute = command ? database_.Find(command->handle) : nullptr;
+  if (!attribute || attribute->writeError || !attribute->writableCommand) return;
+  (void)Store(*attribute, command->value);
+}
+
+Pdu AttServer::PrepareWrite(ByteView pdu) {
+  auto request = att::PrepareWrite::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (const Refusal refusal = CheckWritable(request->handle))
+    return Refuse(*refusal, request->handle);
+  if (prepared_.size() >= kPrepareQueueLimit)
+    return Refuse(ErrorCode::PrepareQueueFull, request->handle);
+  prepared_.push_back(
+      {request->handle, request->offset, {request->value.begin(), request->value.end()}});
+  request->opcode = Opcode::PrepareWriteResponse;
+  return request->Build();
+}
+
+Pdu AttServer::ExecuteWrite(ByteView pdu) {
+  const std::vector<PreparedWrite> prepared = std::exchange(prepared_, {});
+  const auto request = att::ExecuteWriteRequest::Parse(pdu);
+  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request->write) return Pdu(Opcode::ExecuteWriteResponse);
+
+  // All or nothing: the values are put together before the first of them is stored.
+  std::map<std::uint16_t, Bytes> values;
+  for (const PreparedWrite& write : prepared) {
+    Attribute* attribute = database_.Find(write.handle);
+    if (!attribute) return Refuse(ErrorCode::InvalidHandle, write.handle);
+    const ByteView stored = ValueOf(*attribute);
+    Bytes& value = values.try_emplace(write.handle, stored.begin(), stored.end()).first->second;
+    if (write.offset > value.size()) return Refuse(ErrorCode::InvalidOffset, write.handle);
+    value.resize(write.offset);
+    value.insert(value.end(), write.part.begin(), write.part.end());
+    if (value.size() > attribute->maxLength)
+      return Refuse(ErrorCode::InvalidAttributeValueLength, write.handle);
+  }
+  for (const auto& [handle, value] : values) {
+    Attribute& attribute = *database_.Find(handle);
+    Touch(attribute);
+    if (const Refusal refusal = Store(attribute, value)) return Refuse(*refusal, handle);
+  }
+  return Pdu(Opcode::ExecuteWriteResponse);
+}
+
+void AttServer::Touch(const Attribute& attribute) {
+  delay_ = std::max(delay_, attribute.responseDelay);
+  silent_ = silent_ || attribute.neverResponds;
+}
+
+AttServer::Refusal AttServer::AppendValue(Pdu& response, std::uint16_t handle, std::size_t offset) {
+  const Attribute* attribute = database_.Find(handle);
+  if (!attribute) return ErrorCode::InvalidHandle;
+  Touch(*attribute);
+  if (const Refusal refusal = attribute->ReadRefusal()) return refusal;
+  const ByteView value = ValueOf(*attribute);
+  if (offset > value.size()) return ErrorCode::InvalidOffset;
+  response.Put(value.subspan(offset, std::min(value.size() - offset, response.Room(mtu_))));
+  return {};
+}
+
+AttServer::Refusal AttServer::CheckWritable(std::uint16_t handle) {
+  const Attribute* attribute = database_.Find(handle);
+  if (!attribute) return ErrorCode::InvalidHandle;
+  Touch(*attribute);
+  if (attribute->writeError) return static_cast<ErrorCode>(*attribute->writeError);
+  if (!attribute->writable) return ErrorCode::WriteNotPermitted;
+  return {};
+}
+
+AttServer::Refusal AttServer::Store(Attribute& attribute, ByteView value) {
+  if (attribute.IsType(gatt_uuid::kClientConfiguration))
+    return StoreConfiguration(attribute, value);
+  if (value.size() > attribute.maxLength) return ErrorCode::InvalidAttributeValueLength;
+  attribute.value.assign(value.begin(), value.end());
+  if (const auto* characteristic = database_.FindByValue(attribute.handle))
+    host_.OnValueWritten(*characteristic, value);
+  return {};
+}
+
+AttServer::Refusal AttServer::StoreConfiguration(const Attribute& attribute, ByteView value) {
+  if (value.size() != 2) return ErrorCode::InvalidAttributeValueLength;
+  const auto* characteristic = database_.FindByConfiguration(attribute.handle);
+  const std::uint32_t properties = characteristic ? characteristic->properties : 0;
+  const unsigned allowed = ((properties & property::kNotify) != 0 ? kNotifyBit : 0U) |
+                           ((properties & property::kIndicate) != 0 ? kIndicateBit : 0U);
+  const std::uint16_t configuration = att::LoadU16(value);
+  if ((configuration & ~allowed) != 0) return ErrorCode::ValueNotAllowed;
+  configurations_[attribute.handle] = configuration;
+  if (characteristic) host_.OnConfigured(*characteristic, configuration);
+  return {};
+}
+
+ByteView AttServer::ValueOf(const Attribute& attribute) {
+  if (!attribute.IsType(gatt_uuid::kClientConfiguration)) return attribute.value;
+  const auto found = configurations_.find(attribute.handle);
+  const std::uint16_t configuration = found != configurations_.end() ? found->second : 0;
+  configurationValue_ = {static_cast<std::uint8_t>(configuration),
+                         static_cast<std::uint8_t>(configuration >> 8)};
+  return configurationValue_;
+}
+
+std::uint16_t AttServer::Configuration(const HostedCharacteristic& characteristic) const {
+  const auto found = configurations_.find(characteristic.configurationHandle);
+  return found != configurations_.end() ? found->second : std::uint16_t{0};
+}
+
+void AttServer::SendValue(const HostedCharacteristic& characteristic, ByteView value) {
+  const std::uint16_t configuration = Configuration(characteristic);
+  if (configuration == 0) return;
+  const bool notify = (configuration & kNotifyBit) != 0;
+  const ByteView sent = value.first(std::min<std::size_t>(value.size(), mtu_ - 3U));
+  const Pdu pdu =
+      att::HandleValue{notify ? Opcode::HandleValueNotification : Opcode::HandleValueIndication,
+                       characteristic.valueHandle, sent}
+          .Build();
+  if (notify) return host_.SendPdu(pdu);
+  if (indications_.size() >= kIndicationQueueLimit) return;
+  indications_.emplace_back(pdu.View().begin(), pdu.View().end());
+  if (indications_.size() == 1) host_.SendPdu(pdu);
+}
+
+void AttServer::Confirm() {
+  if (indications_.empty()) return;
+  indications_.pop_front();
+  if (indications_.empty()) return;
+  const Bytes next = indications_.front();  // its confirmation may arrive while it is being sent
+  host_.SendPdu(next);
+}
+
+void AttServer::OnServicesReplaced() {
+  static constexpr std::array<std::uint8_t, 4> kEveryHandle{0x01, 0x00, 0xFF, 0xFF};
+  prepared_.clear();
+  const auto* serviceChanged =
+      database_.FindByValue(database_.ValueHandleOf(gatt_uuid::kServiceChanged));
+  const std::uint16_t configuration = serviceChanged ? Configuration(*serviceChanged) : 0;
+  configurations_.clear();
+  if (configuration == 0) return;
+  configurations_.emplace(serviceChanged->configurationHandle, configuration);
+  SendValue(*serviceChanged, kEveryHandle);
+}
+
+}  // namespace ble::simulated
