@@ -8,6 +8,7 @@ import json
 import os
 import pathlib
 import sys
+import threading
 import unittest
 import weakref
 
@@ -68,10 +69,19 @@ class BindingTest(unittest.TestCase):
         for _ in range(10):  # each call raises one of those that were heard together
             with contextlib.suppress(AttributeError):
                 client.do_events()
-        client.on(corvaneble.StopScan, lambda event: client.connect("FFFFFFFFFFFF"))
+        handled = threading.Event()
+
+        def connect_in_vain(_):
+            try:
+                client.connect("FFFFFFFFFFFF")
+            finally:
+                handled.set()
+
+        client.on(corvaneble.StopScan, connect_in_vain)
         with self.assertRaisesRegex(corvaneble.CorvaneBLEError, "FFFFFFFFFFFF.*604"):
             client.stop_scanning()
-            client.close()  # what was raised while the call ended
+            handled.wait()  # closed earlier, the text of the failure could not be read any more
+            client.close()  # what was raised after the call had ended
 
     def test_every_scene_loads_and_says_what_it_is_for(self):
         for file in sorted(SCENES.iterdir()):
