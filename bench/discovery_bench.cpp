@@ -9,7 +9,6 @@
 #include "BenchHost.h"
 #include "ManyCharacteristics.h"
 #include "backends/simulated/SimulatedRadio.h"
-#include "frame/ErrorState.h"
 #include "gatt/GattObjectTree.h"
 
 namespace ble::bench {
@@ -107,8 +106,7 @@ void Tree(benchmark::State& state) {
   }
   double bytes = 0;
   for (auto _ : state) {
-    ErrorState errors;
-    GattObjectTree tree(errors, [](GattCharacteristic&, ByteView) {});
+    GattObjectTree tree([](GattCharacteristic&, ByteView) {});
     const std::size_t before = AllocationsNow().liveBytes;
     const auto service = tree.AddService(std::make_shared<BareService>(), GattId(1, 0, 0)).first;
     for (std::uint16_t i = 0; i < count; ++i) {

@@ -14,7 +14,7 @@ namespace {
 using simulated::Fault;
 using simulated::FaultInjectingRadio;
 using simulated::milliseconds;
-using Status = BluetoothLEAdvertisementWatcherStatus;
+using WatcherStatus = BluetoothLEAdvertisementWatcherStatus;
 using Configuration = GattClientCharacteristicConfigurationDescriptorValue;
 namespace property = gatt_characteristic_properties;
 
@@ -188,7 +188,7 @@ TEST_F(SimulatedRadioTest, TheWatcherHearsWhatItAskedFor) {
                                                                 : 'p';
     });
     const auto stopped = watcher->OnStopped([&](const auto& sender, const auto& args) {
-      EXPECT_EQ(sender.Status(), Status::Stopped);
+      EXPECT_EQ(sender.Status(), WatcherStatus::Stopped);
       EXPECT_EQ(args.error, BluetoothError::Success);
       ++stops;
     });
@@ -198,18 +198,18 @@ TEST_F(SimulatedRadioTest, TheWatcherHearsWhatItAskedFor) {
     const auto begun = watcher->Begun();
     watcher->Start();
     Sleep(29);
-    EXPECT_EQ(watcher->Status(), Status::Created);
+    EXPECT_EQ(watcher->Status(), WatcherStatus::Created);
     EXPECT_FALSE(begun->IsSet());
     Sleep(500);
-    EXPECT_EQ(watcher->Status(), Status::Started);
+    EXPECT_EQ(watcher->Status(), WatcherStatus::Started);
     EXPECT_TRUE(begun->IsSet());
     EXPECT_EQ(heard, expected);
     watcher->Stop();
     watcher->Stop();
-    EXPECT_EQ(watcher->Status(), Status::Stopping);
+    EXPECT_EQ(watcher->Status(), WatcherStatus::Stopping);
     EXPECT_FALSE(watcher->Over()->IsSet());
     Sleep(1);
-    EXPECT_EQ(watcher->Status(), Status::Stopped);
+    EXPECT_EQ(watcher->Status(), WatcherStatus::Stopped);
     EXPECT_TRUE(watcher->Over()->IsSet());
   }
   EXPECT_EQ(stops, 4);
@@ -224,7 +224,7 @@ TEST_F(SimulatedRadioTest, TheRadioEndsAScanOnce) {
   std::vector<BluetoothError> reasons;
   int heard = 0;
   const auto stopped = watcher->OnStopped([&](const auto& sender, const auto& args) {
-    EXPECT_EQ(sender.Status(), Status::Aborted);
+    EXPECT_EQ(sender.Status(), WatcherStatus::Aborted);
     reasons.push_back(args.error);
   });
   const auto received = watcher->OnReceived([&](const auto&) { ++heard; });

@@ -49,15 +49,15 @@ TEST(Uuid, AcceptedTexts) {
 }
 
 TEST(Uuid, ListsSkipDuplicatesAndStopAtTheFirstBadItem) {
-  ErrorState errors;
-  std::vector<Uuid> list;
-  EXPECT_EQ(ParseUuidList("180D,,0x180D, 180F,", list, errors), 0);
+  const auto [status, list] = ParseUuidList("180D,,0x180D, 180F,");
+  EXPECT_TRUE(status.Ok());
   EXPECT_EQ(list, (std::vector{UuidFromShort(0x180D), UuidFromShort(0x180F)}));
-  EXPECT_EQ(ParseUuidList("1800,XYZ,1801", list, errors), 600);
-  EXPECT_EQ(list.back(), UuidFromShort(0x1800));
-  EXPECT_EQ(errors.LastText(),
-            "UUIDs hexadecimal strings must represent either 16-, 32-, or 128-bit values.");
-  EXPECT_EQ(ParseUuidList(" ", list, errors), 600);
+  for (const char* bad : {"1800,XYZ,1801", " "}) {
+    const Status malformed = ParseUuidList(bad).status;
+    EXPECT_EQ(malformed.Code(), 600);
+    EXPECT_EQ(malformed.Text(),
+              "UUIDs hexadecimal strings must represent either 16-, 32-, or 128-bit values.");
+  }
 }
 
 TEST(Uuid, AdvertisementBytesAreLittleEndianWhateverTheyHold) {
@@ -87,29 +87,30 @@ TEST(Uuid, NamesOfAssignedNumbers) {
 }
 
 TEST(AdvertisementUuids, SectionsGoByWidthAndMalformedOnesFail) {
-  ErrorState errors;
   std::vector<Uuid> uuids;
   std::vector<ByteView> values;
   std::string text = "x";
   const BluetoothLEAdvertisement both(
       Bytes{4, 0x16, 0x0F, 0x18, 0x64, 5, 0x20, 0x78, 0x56, 0x34, 0x12});
-  EXPECT_EQ(ServiceDataUuids(both, uuids, values, text, errors), 0);
+  EXPECT_TRUE(ServiceDataUuids(both, uuids, values, text).Ok());
   EXPECT_EQ(text, "12345678-0000-1000-8000-00805F9B34FB,0000180F-0000-1000-8000-00805F9B34FB");
   ASSERT_EQ(values.size(), 2U);
   EXPECT_TRUE(values[0].empty());
   EXPECT_EQ(values[1][0], 0x64);
 
   const BluetoothLEAdvertisement shortSection(Bytes{2, 0x16, 0x0F});
-  EXPECT_EQ(ServiceDataUuids(shortSection, uuids, values, text, errors), 202);
-  EXPECT_EQ(errors.LastText(), "Expected byte[] length to be at least 2, but instead is 1.");
+  Status status = ServiceDataUuids(shortSection, uuids, values, text);
+  EXPECT_EQ(status.Code(), 202);
+  EXPECT_EQ(status.Text(), "Expected byte[] length to be at least 2, but instead is 1.");
   EXPECT_EQ(text, "");
 
   const BluetoothLEAdvertisement twice(Bytes{5, 0x14, 0x0D, 0x18, 0x0D, 0x18});
-  EXPECT_EQ(SolicitedUuids(twice, uuids, text, errors), 0);
+  EXPECT_TRUE(SolicitedUuids(twice, uuids, text).Ok());
   EXPECT_EQ(text, "0000180D-0000-1000-8000-00805F9B34FB");
   const BluetoothLEAdvertisement ragged(Bytes{4, 0x14, 0x0D, 0x18, 0x0D});
-  EXPECT_EQ(SolicitedUuids(ragged, uuids, text, errors), 202);
-  EXPECT_EQ(errors.LastText(), "Expected byte[] length to be a multiple of 2, but instead is 3.");
+  status = SolicitedUuids(ragged, uuids, text);
+  EXPECT_EQ(status.Code(), 202);
+  EXPECT_EQ(status.Text(), "Expected byte[] length to be a multiple of 2, but instead is 3.");
 }
 
 TEST(Identifiers, RoundTrip) {
@@ -128,8 +129,6 @@ TEST(Identifiers, RoundTrip) {
 }
 
 TEST(GattObjectTree, IdsNeedTheHandlesOfTheLevelsAbove) {
-  ErrorState errors;
-  GattObjectTree tree(errors, [](GattCharacteristic&, ByteView) {});
   const struct {
     std::uint16_t service, characteristic, descriptor;
     ErrorCode code;
@@ -143,18 +142,17 @@ TEST(GattObjectTree, IdsNeedTheHandlesOfTheLevelsAbove) {
        "Must supply a non-zero characteristic handle to supply a non-zero descriptor handle."},
   };
   for (const auto& [service, characteristic, descriptor, code, result] : cases) {
-    GattId id;
-    EXPECT_EQ(tree.MakeGattId(service, characteristic, descriptor, id), code);
-    EXPECT_EQ(code == 0 ? std::string(id.View()) : errors.LastText(), result);
+    const auto [status, id] = GattObjectTree::MakeGattId(service, characteristic, descriptor);
+    EXPECT_EQ(status.Code(), code);
+    EXPECT_EQ(code == 0 ? std::string(id.View()) : status.Text(), result);
   }
 }
 
 TEST(GattObjectTree, AServerThatLiesAboutItsServicesIsBounded) {
   std::shared_ptr<tests::StormRadio> radio;
   tests::StormRadio::Open(radio);
-  ErrorState errors;
   int values = 0;
-  GattObjectTree tree(errors, [&](GattCharacteristic&, ByteView) { ++values; });
+  GattObjectTree tree([&](GattCharacteristic&, ByteView) { ++values; });
   // Every service claims the same characteristic.
   const auto characteristic = radio->Characteristic(0);
   std::size_t records = 0;
@@ -172,15 +170,15 @@ TEST(GattObjectTree, AServerThatLiesAboutItsServicesIsBounded) {
 
 TEST(ErrorState, TextAndCodeGoTheirOwnWays) {
   ErrorState errors;
-  EXPECT_EQ(errors.Finish(12345), 12345);
+  EXPECT_EQ(errors.Finish(Status(12345)), 12345);
   EXPECT_EQ(errors.LastText(), "[12345] (no description available)");
-  EXPECT_EQ(errors.Finish(301), 301);  // a text is there already: it stays
+  EXPECT_EQ(errors.Finish(Status(301)), 301);  // a text is there already: it stays
   EXPECT_EQ(errors.LastText(), "[12345] (no description available)");
   errors.SetLastText("");
-  errors.Finish(301);
+  errors.Finish(Status(301));
   EXPECT_EQ(errors.LastText(), "Interrupted.");
   errors.SetLastText("");
-  errors.Finish(200);
+  errors.Finish(Status(200));
   EXPECT_EQ(errors.LastText(), "Out of memory.");
   EXPECT_TRUE(errors.RecordUnhandledEvent(5, "first"));
   EXPECT_FALSE(errors.RecordUnhandledEvent(6, "second"));
@@ -201,8 +199,8 @@ TEST(ResultMapping, CodesAndTexts) {
     ErrorCode code;
     const char* text;
   } cases[] = {
-      {0, 5, 0, "before"},
-      {7, 0, 0, "before"},
+      {0, 5, 0, ""},
+      {7, 0, 0, ""},
       {1, 0, 607, "Error attempting communication: Device unreachable."},
       {3, 0, 606, "Error attempting communication: Access denied by system."},
       {2, 0x05, 705,
@@ -219,18 +217,14 @@ TEST(ResultMapping, CodesAndTexts) {
       {2, 0, 606, "Unknown protocol error 0 (0x0) returned during communication."},
   };
   for (const auto& [status, protocolError, code, text] : cases) {
-    ErrorState errors;
-    errors.SetLastText("before");
-    EXPECT_EQ(MapGattResult(static_cast<GattCommunicationStatus>(status),
-                            static_cast<std::uint8_t>(protocolError), errors),
-              code);
-    EXPECT_EQ(errors.LastText(), text);
+    const Status mapped = MapGattResult(static_cast<GattCommunicationStatus>(status),
+                                        static_cast<std::uint8_t>(protocolError));
+    EXPECT_EQ(mapped.Code(), code);
+    EXPECT_EQ(mapped.Text(), text);
   }
   for (int value = 1; value <= 0x11; ++value) {
-    ErrorState errors;
-    EXPECT_EQ(MapGattResult(GattCommunicationStatus::ProtocolError,
-                            static_cast<std::uint8_t>(value), errors),
-              700 + value);
+    const auto error = static_cast<std::uint8_t>(value);
+    EXPECT_EQ(MapGattResult(GattCommunicationStatus::ProtocolError, error).Code(), 700 + value);
   }
   EXPECT_STREQ(EnumText(static_cast<BluetoothError>(12)),
                "Windows.Devices.Bluetooth.BluetoothError");

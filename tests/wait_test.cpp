@@ -63,9 +63,9 @@ TEST(AsyncWait, StepsAreShortOnlyWhereThreadsHaveMessageQueues) {
   for (Waiter* waiter : {&queued, &plain}) {
     const auto result = waiter->wait.Await(
         []() -> AsyncOperationPtr<int> { return std::make_shared<Operation>(); });
-    EXPECT_EQ(result.code, 301);
+    EXPECT_EQ(result.status.Code(), 301);
     EXPECT_EQ(waiter->errors.LastCode(), 301);
-    EXPECT_EQ(waiter->errors.LastText(), "Timeout.");
+    EXPECT_EQ(result.status.Text(), "Timeout.");
   }
   EXPECT_EQ(queued.time->steps.size(), 51U);
   EXPECT_EQ(queued.time->steps.front(), 20ms);
@@ -80,8 +80,8 @@ TEST(AsyncWait, TheTickCountMayWrap) {
       if (waiter.time->steps.size() == 40) operation->Complete(std::make_shared<int>(7));
     };
     const auto result = waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return operation; });
-    ASSERT_EQ(result.code, 0) << begin;
-    EXPECT_EQ(*result.result, 7);
+    ASSERT_EQ(result.status.Code(), 0) << begin;
+    EXPECT_EQ(*result.value, 7);
     EXPECT_EQ(waiter.time->steps.size(), 40U);
   }
 }
@@ -89,16 +89,15 @@ TEST(AsyncWait, TheTickCountMayWrap) {
 TEST(AsyncWait, ALateCompletionTouchesNothing) {
   Waiter waiter(std::make_shared<ManualTime>(0, true));
   const auto late = std::make_shared<Operation>();
-  EXPECT_EQ(waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return late; }).code, 301);
+  EXPECT_EQ(waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return late; }).status.Code(), 301);
   const auto next = std::make_shared<Operation>();
   waiter.time->onStep = [&] {
     late->Fail({-1, "too late"});
     if (waiter.time->steps.size() == 60) next->Complete(std::make_shared<int>(1));
   };
   const auto result = waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return next; });
-  EXPECT_EQ(result.code, 0);
-  EXPECT_EQ(*result.result, 1);
-  EXPECT_EQ(waiter.errors.LastText(), "Timeout.");
+  EXPECT_EQ(result.status.Code(), 0);
+  EXPECT_EQ(*result.value, 1);
 }
 
 TEST(AsyncWait, ACodeStoredByTheHostMeanwhileDecidesNothing) {
@@ -109,9 +108,9 @@ TEST(AsyncWait, ACodeStoredByTheHostMeanwhileDecidesNothing) {
     operation->Complete(std::make_shared<int>(3));
   };
   const auto result = waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return operation; });
-  EXPECT_EQ(result.code, 0);
-  ASSERT_TRUE(result.result);
-  EXPECT_EQ(*result.result, 3);
+  EXPECT_EQ(result.status.Code(), 0);
+  ASSERT_TRUE(result.value);
+  EXPECT_EQ(*result.value, 3);
 }
 
 TEST(CallGate, ClosingWaitsForOthersButNotForItself) {

@@ -57,22 +57,21 @@ void BLEClient::Destroy() {
     std::shared_ptr<BLEClient>& owner;
     ~Release() { owner.reset(); }
   } release{self_};  // at the end, also when the platform throws
-  gate_.Close();
-  engine_.Detach();
+  engine_.Gate().Close();
   engine_.Disconnect();
 }
 
 [[gnu::hot]] std::int32_t BLEClient::Fire(EventId event, std::span<const EventValue> values) {
   if (callback_ == nullptr) return 0;
-  const CallGate::Pass pass(gate_);
+  const CallGate::Pass pass(engine_.Gate());
   if (!pass) return 0;
   const EventInfo& info = InfoOf(event);
   const std::int32_t code = Invoke(info, values);
   if (code == 0) return 0;
   const std::string text =
       Concat("An unhandled error occurred in the ", std::string_view(info.name), " event handler");
-  if (engine_.Errors().RecordUnhandledEvent(code, text) && event != EventId::Error) {
-    engine_.EventFires().FireError(code, text.c_str());
+  if (engine_.errors.RecordUnhandledEvent(code, text) && event != EventId::Error) {
+    engine_.events.FireError(code, text.c_str());
   }
   return code;
 }
@@ -95,7 +94,7 @@ void BLEClient::Destroy() {
         break;
       default:
         params[i] =
-            wide ? WideText(engine_.Codec(), values[i].text, (*wide)[i]) : Pointer(values[i].text);
+            wide ? WideText(engine_.codec, values[i].text, (*wide)[i]) : Pointer(values[i].text);
     }
   }
   return callback_(userData_, static_cast<std::int32_t>(info.id),

@@ -7,7 +7,6 @@
 
 #include "api/BLEClientEngine.h"
 #include "corvaneble/corvaneble.h"
-#include "frame/CallGate.h"
 #include "frame/EventSink.h"
 
 namespace ble {
@@ -40,7 +39,6 @@ class BLEClient final : public EventSink {
   const CorvaneBLE_EventCallback callback_;
   void* const userData_;
   const bool unicodeEvents_;
-  CallGate gate_;
   std::shared_ptr<BLEClient> self_;
   BLEClientEngine engine_;
 };

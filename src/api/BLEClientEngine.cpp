@@ -6,34 +6,62 @@ namespace ble {
 
 BLEClientEngine::BLEClientEngine(EventSink& sink, OpenedRadio radio, const TextConverter& converter)
     : ComponentBase(sink, converter),
-      radio_(std::move(radio)),
-      scanner_({errors_, events_, log_, settings_, codec_, radio_, wait_, bridge_}),
-      connection_({errors_, events_, log_, codec_, radio_, wait_, scanner_, bridge_,
-                   ValueChangedHandler()}),
-      attributes_({errors_, events_, log_, settings_, connection_, gatt_}),
-      services_({errors_, events_, log_, settings_, connection_, gatt_, attributes_}),
-      reader_({errors_, events_, log_, connection_, gatt_, reconciler_}),
-      writer_({errors_, events_, log_, connection_, gatt_, wait_, reporter_, reconciler_}),
-      fields_({errors_, codec_, attributes_, writer_, gatt_}),
-      subscriptions_({errors_, events_, log_, settings_, connection_, gatt_, wait_, reporter_,
-                      attributes_, fields_}),
-      config_({errors_, settings_, codec_, scanner_, connection_}),
-      properties_({errors_, codec_, slots_, wait_, scanner_, connection_, fields_, reader_,
-                   subscriptions_, timeoutSeconds_}),
-      methods_({errors_, codec_, slots_, wait_, config_, scanner_, connection_, services_,
-                attributes_, reader_, writer_, subscriptions_}) {
-  radio_.pump->SetOwner(this);
+      link_(errors, std::move(radio)),
+      gatt_(link_.wait, log),
+      scanner_({.base = *this, .link = link_}),
+      connection_({.base = *this,
+                   .link = link_,
+                   .scanner = scanner_,
+                   .valueChanged = ValueChangedHandler()}),
+      attributes_({.base = *this, .connection = connection_, .gatt = gatt_}),
+      services_(
+          {.base = *this, .connection = connection_, .gatt = gatt_, .attributes = attributes_}),
+      reconciler_(events, log),
+      reader_({.base = *this, .connection = connection_, .gatt = gatt_, .reconciler = reconciler_}),
+      writer_({.base = *this,
+               .link = link_,
+               .connection = connection_,
+               .gatt = gatt_,
+               .reconciler = reconciler_}),
+      fields_({.base = *this, .attributes = attributes_, .writer = writer_, .gatt = gatt_}),
+      subscriptions_({.base = *this,
+                      .link = link_,
+                      .connection = connection_,
+                      .gatt = gatt_,
+                      .attributes = attributes_,
+                      .fields = fields_}),
+      config_({.base = *this, .scanner = scanner_, .connection = connection_}),
+      properties_({.base = *this,
+                   .link = link_,
+                   .scanner = scanner_,
+                   .connection = connection_,
+                   .fields = fields_,
+                   .reader = reader_,
+                   .subscriptions = subscriptions_},
+                  slots_),
+      methods_({.base = *this,
+                .link = link_,
+                .slots = slots_,
+                .config = config_,
+                .scanner = scanner_,
+                .connection = connection_,
+                .services = services_,
+                .attributes = attributes_,
+                .reader = reader_,
+                .writer = writer_,
+                .subscriptions = subscriptions_}) {
+  link_.opened.pump->SetOwner(this);
 }
 
 void BLEClientEngine::Attach(std::weak_ptr<void> owner) {
-  bridge_->Attach(std::move(owner));
-  notices_ = radio_.radio->OnNotice([this, bridge = bridge_](const std::string& text) {
-    bridge->Deliver([&] { log_.Write(LogLevel::Information, log_type::kRadio, text); });
+  link_.bridge->Attach(std::move(owner));
+  notices_ = link_.Get().OnNotice([this, bridge = link_.bridge](const std::string& text) {
+    bridge->Deliver([&] { log.Write(LogLevel::Information, log_type::kRadio, text); });
   });
 }
 
 GattCharacteristic::ValueChanged::Handler BLEClientEngine::ValueChangedHandler() {
-  return [this, bridge = bridge_](GattCharacteristic& sender, ByteView value) {
+  return [this, bridge = link_.bridge](GattCharacteristic& sender, ByteView value) {
     bridge->Deliver([&] { subscriptions_.OnValueChanged(sender, value); });
   };
 }

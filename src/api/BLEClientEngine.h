@@ -1,7 +1,5 @@
 #pragma once
 
-#include <atomic>
-#include <cstdint>
 #include <memory>
 
 #include "api/ConfigDispatch.h"
@@ -10,7 +8,6 @@
 #include "api/ReturnSlots.h"
 #include "frame/ComponentBase.h"
 #include "platform/Radio.h"
-#include "platform/TextConverter.h"
 #include "procedures/AttributeDiscovery.h"
 #include "procedures/CccdReconciler.h"
 #include "procedures/CharacteristicFields.h"
@@ -19,16 +16,14 @@
 #include "procedures/ServiceDiscovery.h"
 #include "procedures/Subscriptions.h"
 #include "procedures/Writer.h"
-#include "radio/AsyncWait.h"
-#include "radio/BLEEvent.h"
 #include "radio/Connection.h"
-#include "radio/ResultMapping.h"
+#include "radio/RadioLink.h"
 #include "radio/Scanner.h"
 
 namespace ble {
 
 /// The parts of one instance, put together. It has no behaviour of its own: each part was given the
-/// parts it uses, and the tables are the way in.
+/// parts it uses, and the dispatch of properties and methods is the way in.
 class BLEClientEngine : public ComponentBase {
  public:
   BLEClientEngine(EventSink& sink, OpenedRadio radio, const TextConverter& converter);
@@ -36,8 +31,9 @@ class BLEClientEngine : public ComponentBase {
   /// Begins to deliver platform callbacks; `owner` is what keeps the engine alive.
   void Attach(std::weak_ptr<void> owner);
 
-  /// Ends the delivery of platform callbacks, after waiting for those on other threads.
-  void Detach() { bridge_->Detach(); }
+  /// The gate that platform callbacks and the host's callback pass.
+  CallGate& Gate() { return link_.bridge->Gate(); }
+
   /// Releases the server: what another thread waits for ends.
   void Disconnect() { (void)connection_.Disconnect(); }
 
@@ -49,18 +45,14 @@ class BLEClientEngine : public ComponentBase {
   /// What is registered as value-changed handler on every discovered characteristic.
   GattCharacteristic::ValueChanged::Handler ValueChangedHandler();
 
-  OpenedRadio radio_;
-  std::atomic<std::int32_t> timeoutSeconds_{60};
-  const std::shared_ptr<BLEEvent> bridge_ = std::make_shared<BLEEvent>();
+  RadioLink link_;
   ReturnSlots slots_;
-  AsyncWait wait_{errors_, radio_, timeoutSeconds_};
-  ResultReporter reporter_{errors_, log_};
-  GattCall gatt_{errors_, wait_, reporter_};
+  GattCall gatt_;
   Scanner scanner_;
   Connection connection_;
   AttributeDiscovery attributes_;
   ServiceDiscovery services_;
-  CccdReconciler reconciler_{events_, log_};
+  CccdReconciler reconciler_;
   Reader reader_;
   Writer writer_;
   CharacteristicFields fields_;

@@ -33,72 +33,70 @@ std::string AsText(ByteView bytes) {
 
 }  // namespace
 
-ErrorCode ConfigDispatch::Config(std::string_view text, std::string& answer) {
+Status ConfigDispatch::Config(std::string_view text, std::string& answer) {
   answer.clear();
   const ConfigItem item = ParseConfigItem(text);
-  if (ApplyStored(SettingLevel::Engine, item, answer)) return error::kSuccess;
+  if (ApplyStored(SettingLevel::Engine, item, answer)) return {};
   if (item.isRead && Is(item, kTreeInfo)) {
-    answer = FormatTreeReport(parts_.connection.Current()->tree, parts_.codec);
-    return error::kSuccess;
+    answer = FormatTreeReport(parts_.connection.Current()->tree, parts_.base.codec);
+    return {};
   }
   if (AsksForAdvertisement(item)) return ReadAdvertisement(item, answer);
-  if (ApplyStored(SettingLevel::Transport, item, answer)) return error::kSuccess;
-  if (ApplyStored(SettingLevel::Base, item, answer)) return error::kSuccess;
+  if (ApplyStored(SettingLevel::Transport, item, answer)) return {};
+  if (ApplyStored(SettingLevel::Base, item, answer)) return {};
   if (Is(item, kLastError)) {  // a write is accepted and changes nothing
-    if (item.isRead) answer = parts_.errors.LastText();
-    return error::kSuccess;
+    if (item.isRead) answer = parts_.base.errors.LastText();
+    return {};
   }
-  return parts_.errors.Raise(failure::kUnknownSetting);
+  return failure::kUnknownSetting;
 }
 
 bool ConfigDispatch::ApplyStored(SettingLevel level, const ConfigItem& item, std::string& answer) {
   const SettingInfo* info = FindSetting(level, item.name);
   if (info == nullptr) return false;
   if (item.isRead) {
-    answer = parts_.settings.Text(info->id);
+    answer = parts_.base.settings.Text(info->id);
   } else {
-    parts_.settings.SetText(info->id, item.value);
+    parts_.base.settings.SetText(info->id, item.value);
   }
   return true;
 }
 
-ErrorCode ConfigDispatch::ReadAdvertisement(const ConfigItem& item, std::string& answer) {
+Status ConfigDispatch::ReadAdvertisement(const ConfigItem& item, std::string& answer) {
   const HeldAdvertisement* held = parts_.scanner.CurrentAdvertisement();
   if (held == nullptr) {
-    return parts_.errors.Raise(
-        error::kInvalidState,
-        Concat("The ", item.name,
-               " setting is only usable within the Advertisement event handler."));
+    return {error::kInvalidState,
+            Concat("The ", item.name,
+                   " setting is only usable within the Advertisement event handler.")};
   }
   if (Is(item, kServiceData)) return ReadServiceData(item, *held, answer);
   if (!Is(item, kManufacturerDataCount)) return ReadSection(item, *held, answer);
   answer = std::to_string(held->ManufacturerData().size());
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode ConfigDispatch::ReadSection(const ConfigItem& item, const HeldAdvertisement& held,
-                                      std::string& answer) {
+Status ConfigDispatch::ReadSection(const ConfigItem& item, const HeldAdvertisement& held,
+                                   std::string& answer) {
   const auto& sections = held.ManufacturerData();
   if (item.index < 0 || static_cast<std::size_t>(item.index) >= sections.size()) {
-    return parts_.errors.Raise(failure::kInvalidSectionIndex);
+    return failure::kInvalidSectionIndex;
   }
   const auto& section = sections[static_cast<std::size_t>(item.index)];
   answer = Is(item, kCompanyId) ? std::to_string(section.companyId) : AsText(section.data);
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode ConfigDispatch::ReadServiceData(const ConfigItem& item, const HeldAdvertisement& held,
-                                          std::string& answer) {
+Status ConfigDispatch::ReadServiceData(const ConfigItem& item, const HeldAdvertisement& held,
+                                       std::string& answer) {
   const auto uuid = ParseUuid(item.value);
-  if (!uuid) return parts_.errors.Raise(failure::kMalformedUuid);
+  if (!uuid) return failure::kMalformedUuid;
   const ByteView* data = held.ServiceData(*uuid);
   if (data == nullptr) {
-    return parts_.errors.Raise(
-        error::kInvalidArgument,
-        Concat("No service data in advertisement for UUID ", FormatUuid(*uuid).View(), "."));
+    return {error::kInvalidArgument,
+            Concat("No service data in advertisement for UUID ", FormatUuid(*uuid).View(), ".")};
   }
   answer = AsText(*data);
-  return error::kSuccess;
+  return {};
 }
 
 }  // namespace ble

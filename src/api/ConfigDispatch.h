@@ -3,10 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "frame/ComponentBase.h"
 #include "frame/ConfigItem.h"
-#include "frame/ErrorState.h"
-#include "frame/Settings.h"
-#include "frame/TextCodec.h"
 #include "radio/Connection.h"
 #include "radio/Scanner.h"
 
@@ -16,9 +14,7 @@ namespace ble {
 class ConfigDispatch {
  public:
   struct Parts {
-    ErrorState& errors;
-    Settings& settings;
-    const TextCodec& codec;
+    ComponentBase& base;
     const Scanner& scanner;
     const Connection& connection;
   };
@@ -27,13 +23,13 @@ class ConfigDispatch {
 
   /// Applies one configuration text; a read replaces `answer` with the value, everything else
   /// empties it. The text may have no data pointer.
-  [[nodiscard]] ErrorCode Config(std::string_view text, std::string& answer);
+  Status Config(std::string_view text, std::string& answer);
 
  private:
-  ErrorCode ReadAdvertisement(const ConfigItem& item, std::string& answer);
-  ErrorCode ReadSection(const ConfigItem& item, const HeldAdvertisement& held, std::string& answer);
-  ErrorCode ReadServiceData(const ConfigItem& item, const HeldAdvertisement& held,
-                            std::string& answer);
+  Status ReadAdvertisement(const ConfigItem& item, std::string& answer);
+  Status ReadSection(const ConfigItem& item, const HeldAdvertisement& held, std::string& answer);
+  Status ReadServiceData(const ConfigItem& item, const HeldAdvertisement& held,
+                         std::string& answer);
   bool ApplyStored(SettingLevel level, const ConfigItem& item, std::string& answer);
 
   Parts parts_;

@@ -118,19 +118,19 @@ int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_CheckIndex(CorvaneBLE_Handle client
 const char* CORVANEBLE_CALL CorvaneBLE_BLEClient_GetLastError(CorvaneBLE_Handle client) {
   return With(client, static_cast<const char*>(nullptr), [](BLEClient& instance) {
     auto& engine = instance.Engine();
-    return Hold(engine.Slots().OfLastError(), engine.Errors().LastText());
+    return Hold(engine.Slots().OfLastError(), engine.errors.LastText());
   });
 }
 
 int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_GetLastErrorCode(CorvaneBLE_Handle client) {
-  return WithEngine(client, [](BLEClientEngine& engine) { return engine.Errors().LastCode(); });
+  return WithEngine(client, [](BLEClientEngine& engine) { return engine.errors.LastCode(); });
 }
 
 int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_SetLastErrorAndCode(CorvaneBLE_Handle client,
                                                                  int32_t code, const char* text) {
   return WithEngine(client, [&](BLEClientEngine& engine) {
-    engine.Errors().SetLastText(OrEmpty(text));
-    engine.Errors().SetLastCode(code);
+    engine.errors.SetLastText(OrEmpty(text));
+    engine.errors.SetLastCode(code);
     return code;
   });
 }
@@ -138,18 +138,18 @@ int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_SetLastErrorAndCode(CorvaneBLE_Hand
 const char* CORVANEBLE_CALL CorvaneBLE_BLEClient_GetEventError(CorvaneBLE_Handle client) {
   return With(client, static_cast<const char*>(nullptr), [](BLEClient& instance) {
     auto& engine = instance.Engine();
-    return Hold(engine.Slots().OfEventError(), engine.Errors().EventText());
+    return Hold(engine.Slots().OfEventError(), engine.errors.EventText());
   });
 }
 
 int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_GetEventErrorCode(CorvaneBLE_Handle client) {
-  return WithEngine(client, [](BLEClientEngine& engine) { return engine.Errors().EventCode(); });
+  return WithEngine(client, [](BLEClientEngine& engine) { return engine.errors.EventCode(); });
 }
 
 int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_SetEventErrorAndCode(CorvaneBLE_Handle client,
                                                                   int32_t code, const char* text) {
   return WithEngine(client, [&](BLEClientEngine& engine) {
-    engine.Errors().SetEvent(code, OrEmpty(text));
+    engine.errors.SetEvent(code, OrEmpty(text));
     return code;
   });
 }

@@ -24,21 +24,21 @@ void StoreResult(const MethodCall& call, std::size_t position, const void* point
   const auto [number, form] = DecodeMethodNumber(methodId);
   if (number == static_cast<std::int32_t>(Method::ConvertToWide)) return ConvertToWide(call);
   const MethodInfo* info = FindMethod(number);
-  if (info == nullptr) return parts_.errors.Finish(error::kSuccess);
-  return parts_.errors.Finish(RunToCode(parts_.errors, parts_.wait, [&, form = form] {
+  if (info == nullptr) return parts_.base.errors.Finish({});
+  return parts_.base.errors.Finish(RunToStatus([&, form = form] {
     Inputs inputs;
-    const ErrorCode code = TakeInputs(*info, call, form, inputs);
-    return code != error::kSuccess ? code : Run(info->id, inputs, call, form);
+    Status status = TakeInputs(*info, call, form, inputs);
+    return status.Ok() ? Run(info->id, inputs, call, form) : status;
   }));
 }
 
-[[gnu::hot]] ErrorCode MethodDispatch::TakeInputs(const MethodInfo& info, const MethodCall& call,
-                                                  TextForm form, Inputs& inputs) const {
+[[gnu::hot]] Status MethodDispatch::TakeInputs(const MethodInfo& info, const MethodCall& call,
+                                               TextForm form, Inputs& inputs) const {
   for (std::size_t i = 0; i < info.inputs.size() && call.params != nullptr; ++i) {
     const std::intptr_t value = call.params[i];
     switch (info.inputs[i]) {
       case 's':
-        if (const ErrorCode code = TakeText(value, form, inputs.texts[i])) return code;
+        if (Status status = TakeText(value, form, inputs.texts[i]); !status.Ok()) return status;
         break;
       case 'i':
         inputs.integers[i] = static_cast<std::int32_t>(value);
@@ -49,21 +49,21 @@ void StoreResult(const MethodCall& call, std::size_t position, const void* point
                            static_cast<std::size_t>(std::max(call.lengths[i], 0))};
     }
   }
-  return error::kSuccess;
+  return {};
 }
 
-[[gnu::hot]] ErrorCode MethodDispatch::TakeText(std::intptr_t value, TextForm form,
-                                                std::string& text) const {
-  if (value == 0) return error::kSuccess;
+[[gnu::hot]] Status MethodDispatch::TakeText(std::intptr_t value, TextForm form,
+                                             std::string& text) const {
+  if (value == 0) return {};
   if (form == TextForm::Wide) {
-    return parts_.codec.ToNarrow(reinterpret_cast<const char16_t*>(value), text);
+    return Status(parts_.base.codec.ToNarrow(reinterpret_cast<const char16_t*>(value), text));
   }
   text = reinterpret_cast<const char*>(value);
-  return error::kSuccess;
+  return {};
 }
 
-[[gnu::hot]] ErrorCode MethodDispatch::Run(Method method, const Inputs& inputs,
-                                           const MethodCall& call, TextForm form) {
+[[gnu::hot]] Status MethodDispatch::Run(Method method, const Inputs& inputs, const MethodCall& call,
+                                        TextForm form) {
   const auto& texts = inputs.texts;
   switch (method) {
     case Method::Config:
@@ -81,8 +81,8 @@ void StoreResult(const MethodCall& call, std::size_t position, const void* point
     case Method::DiscoverServices:
       return parts_.services.DiscoverServices(texts[0], texts[1]);
     case Method::DoEvents:
-      parts_.wait.DoEvents();
-      return error::kSuccess;
+      parts_.link.wait.DoEvents();
+      return {};
     case Method::PostValue:
       return parts_.writer.PostValue(texts[0], texts[1], inputs.bytes[2]);
     case Method::ReadValue:
@@ -102,42 +102,41 @@ void StoreResult(const MethodCall& call, std::size_t position, const void* point
     case Method::ConvertToWide:
       break;
   }
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode MethodDispatch::Config(const Inputs& inputs, const MethodCall& call, TextForm form) {
+Status MethodDispatch::Config(const Inputs& inputs, const MethodCall& call, TextForm form) {
   const bool hasText = call.params != nullptr && call.params[0] != 0;
   const std::string_view text = hasText ? std::string_view(inputs.texts[0]) : std::string_view();
   std::string answer;
-  ErrorCode code = error::kSuccess;
+  Status status;
   if (EqualsIgnoringCase(text, "BuildInfo")) {
     answer = kBuildInfo;
   } else {
-    code = parts_.config.Config(text, answer);
+    status = parts_.config.Config(text, answer);
   }
   ReturnSlot& slot = parts_.slots.OfConfig();
   slot.narrow = std::move(answer);
-  if (form == TextForm::Wide && code == error::kSuccess) {
-    code = parts_.codec.ToWide(slot.narrow, slot.wide);
+  if (form == TextForm::Wide && status.Ok()) {
+    status = Status(parts_.base.codec.ToWide(slot.narrow, slot.wide));
     StoreResult(call, kConfigAnswer, slot.wide.c_str());
   } else {
     StoreResult(call, kConfigAnswer, slot.narrow.c_str());
   }
-  return code;
+  return status;
 }
 
-[[gnu::hot]] ErrorCode MethodDispatch::ReadValue(const Inputs& inputs, const MethodCall& call) {
-  Bytes value;
-  const ErrorCode code =
-      parts_.reader.ReadValue(inputs.texts[0], inputs.texts[1], inputs.texts[2], value);
-  if (code != error::kSuccess) return code;
+[[gnu::hot]] Status MethodDispatch::ReadValue(const Inputs& inputs, const MethodCall& call) {
+  const auto [status, value] =
+      parts_.reader.ReadValue(inputs.texts[0], inputs.texts[1], inputs.texts[2]);
+  if (!status.Ok()) return status;
   ReturnSlot& slot = parts_.slots.OfReadValue();
   const std::size_t size = value.size();
   slot.bytes.resize(size + 1);  // in the room of an earlier value
   *std::copy(value.begin(), value.end(), slot.bytes.begin()) = 0;
   StoreResult(call, kReadValueBytes, slot.bytes.data());
   if (call.lengths != nullptr) call.lengths[kReadValueBytes] = static_cast<std::int32_t>(size);
-  return error::kSuccess;
+  return {};
 }
 
 ErrorCode MethodDispatch::ConvertToWide(const MethodCall& call) const {
@@ -156,7 +155,7 @@ ErrorCode MethodDispatch::ConvertToWide(const MethodCall& call) const {
   if (size == 0) return error::kSuccess;
 
   std::u16string wide;
-  const ErrorCode code = parts_.codec.ToWide({source, static_cast<std::size_t>(size)}, wide);
+  const ErrorCode code = parts_.base.codec.ToWide({source, static_cast<std::size_t>(size)}, wide);
   if (converts && code != error::kSuccess) return code;
   if (converts && wide.size() > static_cast<std::size_t>(capacity)) return tooSmall;
   if (converts) std::copy(wide.begin(), wide.end(), buffer);

@@ -7,18 +7,17 @@
 #include "api/ConfigDispatch.h"
 #include "api/ReturnSlots.h"
 #include "base/Bytes.h"
-#include "frame/ErrorState.h"
+#include "frame/ComponentBase.h"
 #include "frame/HostNumber.h"
 #include "frame/MethodTable.h"
-#include "frame/TextCodec.h"
 #include "gatt/Selection.h"
 #include "procedures/AttributeDiscovery.h"
 #include "procedures/Reader.h"
 #include "procedures/ServiceDiscovery.h"
 #include "procedures/Subscriptions.h"
 #include "procedures/Writer.h"
-#include "radio/AsyncWait.h"
 #include "radio/Connection.h"
+#include "radio/RadioLink.h"
 #include "radio/Scanner.h"
 
 namespace ble {
@@ -35,10 +34,9 @@ struct MethodCall {
 class MethodDispatch {
  public:
   struct Parts {
-    ErrorState& errors;
-    const TextCodec& codec;
+    ComponentBase& base;
+    RadioLink& link;
     ReturnSlots& slots;
-    AsyncWait& wait;
     ConfigDispatch& config;
     Scanner& scanner;
     Connection& connection;
@@ -63,12 +61,12 @@ class MethodDispatch {
     std::array<ByteView, kMaxMethodInputs> bytes;
   };
 
-  [[nodiscard]] ErrorCode TakeInputs(const MethodInfo& info, const MethodCall& call, TextForm form,
-                                     Inputs& inputs) const;
-  [[nodiscard]] ErrorCode TakeText(std::intptr_t value, TextForm form, std::string& text) const;
-  ErrorCode Run(Method method, const Inputs& inputs, const MethodCall& call, TextForm form);
-  ErrorCode Config(const Inputs& inputs, const MethodCall& call, TextForm form);
-  ErrorCode ReadValue(const Inputs& inputs, const MethodCall& call);
+  Status TakeInputs(const MethodInfo& info, const MethodCall& call, TextForm form,
+                    Inputs& inputs) const;
+  Status TakeText(std::intptr_t value, TextForm form, std::string& text) const;
+  Status Run(Method method, const Inputs& inputs, const MethodCall& call, TextForm form);
+  Status Config(const Inputs& inputs, const MethodCall& call, TextForm form);
+  Status ReadValue(const Inputs& inputs, const MethodCall& call);
   ErrorCode ConvertToWide(const MethodCall& call) const;
 
   Parts parts_;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "frame/ErrorState.h"
-#include "frame/EventSink.h"
 #include "frame/Events.h"
 #include "frame/Log.h"
 #include "frame/Settings.h"
@@ -9,25 +8,21 @@
 
 namespace ble {
 
-/// What every engine stands on: settings, errors, events, log and text conversion. Any thread.
-class ComponentBase {
- public:
-  ErrorState& Errors() { return errors_; }
-  const TextCodec& Codec() const { return codec_; }
-  Events& EventFires() { return events_; }
-
- protected:
+/// What every part of an instance stands on. Any thread.
+struct ComponentBase {
   ComponentBase(EventSink& sink, const TextConverter& converter)
-      : codec_(settings_, converter), events_(sink), log_(settings_, events_) {}
-  ~ComponentBase() = default;
+      : codec(settings, converter), events(sink), log(settings, events) {}
   ComponentBase(const ComponentBase&) = delete;
   ComponentBase& operator=(const ComponentBase&) = delete;
 
-  Settings settings_;
-  ErrorState errors_;
-  TextCodec codec_;
-  Events events_;
-  Log log_;
+  Settings settings;
+  ErrorState errors;
+  const TextCodec codec;
+  Events events;
+  Log log;
+
+ protected:
+  ~ComponentBase() = default;
 };
 
 }  // namespace ble

@@ -13,13 +13,18 @@ std::string DefaultText(ErrorCode code) {
 
 }  // namespace
 
-[[gnu::hot]] ErrorCode ErrorState::Finish(ErrorCode code) {
-  if (code != error::kSuccess) {
+[[gnu::hot]] ErrorCode ErrorState::Finish(const Status& status) {
+  if (!status.Ok()) {
     const std::lock_guard lock(mutex_);
-    if (lastText_.empty()) lastText_ = DefaultText(code);
+    if (!status.Text().empty()) lastText_ = status.Text();
+    if (lastText_.empty()) lastText_ = DefaultText(status.Code());
   }
-  SetLastCode(code);
-  return code;
+  SetLastCode(status.Code());
+  return status.Code();
+}
+
+void ErrorState::Note(const Status& status) {
+  if (!status.Text().empty()) SetLastText(status.Text());
 }
 
 std::string ErrorState::LastText() const {

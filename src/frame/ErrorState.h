@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "frame/ErrorCode.h"
+#include "frame/Status.h"
 
 namespace ble {
 
@@ -14,18 +14,12 @@ namespace ble {
 /// text. Any thread.
 class ErrorState {
  public:
-  /// Stores the message and returns the code, for `return errors.Raise(...)`.
-  [[nodiscard]] ErrorCode Raise(const Failure& failure) {
-    return Raise(failure.code, failure.text);
-  }
-  [[nodiscard]] ErrorCode Raise(ErrorCode code, std::string_view text) {
-    SetLastText(text);
-    return code;
-  }
+  /// Ends a method or property write: stores the code, and the message of a failure. Without any
+  /// message, now or before, the failure gets a default one. Returns the code.
+  ErrorCode Finish(const Status& status);
 
-  /// Ends a method or property write: gives a failure without any text its default text, stores
-  /// the code and returns it.
-  ErrorCode Finish(ErrorCode code);
+  /// Stores the message of a failure, and not its code: for one that the method goes on after.
+  void Note(const Status& status);
 
   ErrorCode LastCode() const { return lastCode_.load(std::memory_order_acquire); }
   void SetLastCode(ErrorCode code) { lastCode_.store(code, std::memory_order_release); }

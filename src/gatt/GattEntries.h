@@ -8,6 +8,7 @@
 
 #include "gatt/AssignedNumbers.h"
 #include "gatt/GattId.h"
+#include "gatt/KeptText.h"
 #include "gatt/UuidText.h"
 #include "platform/Event.h"
 #include "platform/Gatt.h"
@@ -65,8 +66,8 @@ struct CharacteristicState {
 /// Whether a characteristic is subscribed, as far as that is known.
 enum class SubscriptionState : std::uint8_t { Unknown, Unsubscribed, Subscribed };
 
-/// A discovered characteristic. What is not atomic does not change after the record was stored,
-/// except `descriptors`, which the tree's mutex guards.
+/// A discovered characteristic. What is neither atomic nor a kept text does not change after the
+/// record was stored, except `descriptors`, which the tree's mutex guards.
 struct CharacteristicEntry {
   CharacteristicEntry() = default;  ///< the empty record
   CharacteristicEntry(std::shared_ptr<GattCharacteristic> object, const GattId& gattId)
@@ -83,11 +84,14 @@ struct CharacteristicEntry {
   UuidText uuidText;
   CharacteristicState state;
   std::atomic<SubscriptionState> subscription{SubscriptionState::Unknown};
+  KeptText userDescription;
+  KeptText valueUnit;
   std::vector<std::shared_ptr<DescriptorEntry>> descriptors;
   EventToken valueChanged;
 };
 
-/// A discovered service. The three lists are guarded by the tree's mutex; the rest does not change.
+/// A discovered service. The three lists are guarded by the tree's mutex; the rest, but for the
+/// kept texts, does not change.
 struct ServiceEntry {
   ServiceEntry() = default;  ///< the empty record
   ServiceEntry(std::shared_ptr<GattDeviceService> object, const GattId& gattId)
@@ -102,6 +106,8 @@ struct ServiceEntry {
   GattId id;
   const char* name = "";
   UuidText uuidText;
+  KeptText parentIdsText;
+  KeptText includedIdsText;
   std::vector<GattId> parentIds;
   std::vector<GattId> includedIds;
   std::vector<std::shared_ptr<CharacteristicEntry>> characteristics;

@@ -25,6 +25,12 @@ void AddUnlessPresent(std::vector<GattId>& list, const GattId& id) {
   if (std::find(list.begin(), list.end(), id) == list.end()) list.push_back(id);
 }
 
+Status NoCharacteristic(std::string_view serviceId, std::string_view characteristicId) {
+  return {error::kNotDiscovered,
+          Concat("No characteristic with the ID ", Quoted{characteristicId},
+                 " has been discovered for the service with ID ", Quoted{serviceId}, ".")};
+}
+
 std::string Join(const std::vector<GattId>& ids) {
   std::string text;
   for (const GattId& id : ids) {
@@ -36,14 +42,11 @@ std::string Join(const std::vector<GattId>& ids) {
 
 }  // namespace
 
-ErrorCode GattObjectTree::MakeGattId(std::uint16_t service, std::uint16_t characteristic,
-                                     std::uint16_t descriptor, GattId& id) {
-  if (service == 0) return errors_.Raise(failure::kZeroServiceHandle);
-  if (characteristic == 0 && descriptor != 0) {
-    return errors_.Raise(failure::kZeroCharacteristicHandle);
-  }
-  id = GattId(service, characteristic, descriptor);
-  return error::kSuccess;
+Result<GattId> GattObjectTree::MakeGattId(std::uint16_t service, std::uint16_t characteristic,
+                                          std::uint16_t descriptor) {
+  if (service == 0) return failure::kZeroServiceHandle;
+  if (characteristic == 0 && descriptor != 0) return failure::kZeroCharacteristicHandle;
+  return GattId(service, characteristic, descriptor);
 }
 
 template <class Entry>
@@ -98,17 +101,16 @@ void GattObjectTree::Link(const ServicePtr& child, const ServicePtr& parent) {
   AddUnlessPresent(parent->includedIds, child->id);
 }
 
-ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
+Result<ServicePtr> GattObjectTree::FindService(std::string_view serviceId) const {
   {
     const std::lock_guard lock(mutex_);
     if (auto found = Find(serviceIndex_, GattId::ParseKey(serviceId))) return found;
   }
-  errors_.SetLastText(
-      Concat("No service with the ID ", Quoted{serviceId}, " has been discovered."));
-  return nullptr;
+  return Status(error::kNotDiscovered,
+                Concat("No service with the ID ", Quoted{serviceId}, " has been discovered."));
 }
 
-[[gnu::hot]] CharacteristicPtr GattObjectTree::FindCharacteristic(
+[[gnu::hot]] Result<CharacteristicPtr> GattObjectTree::FindCharacteristic(
     std::string_view serviceId, std::string_view characteristicId) const {
   const auto service = GattId::ParseKey(serviceId);
   const auto id = GattId::ParseKey(characteristicId);
@@ -116,39 +118,30 @@ ServicePtr GattObjectTree::FindService(std::string_view serviceId) const {
     const std::lock_guard lock(mutex_);
     if (auto found = Find(characteristicIndex_, id)) return found;
   }
-  SetNoCharacteristicText(serviceId, characteristicId);
-  return nullptr;
+  return NoCharacteristic(serviceId, characteristicId);
 }
 
-DescriptorPtr GattObjectTree::FindDescriptor(std::string_view characteristicId,
-                                             std::string_view descriptorId) const {
+Result<DescriptorPtr> GattObjectTree::FindDescriptor(std::string_view characteristicId,
+                                                     std::string_view descriptorId) const {
   const auto characteristic = GattId::ParseKey(characteristicId);
   const auto id = GattId::ParseKey(descriptorId);
   if (characteristic && id && GattId::CharacteristicOf(*id) == *characteristic) {
     const std::lock_guard lock(mutex_);
     if (auto found = Find(descriptorIndex_, id)) return found;
   }
-  errors_.SetLastText(Concat("No descriptor with the ID ", Quoted{descriptorId},
-                             " has been discovered for the characteristic with ID ",
-                             Quoted{characteristicId}, "."));
-  return nullptr;
+  return Status(error::kNotDiscovered,
+                Concat("No descriptor with the ID ", Quoted{descriptorId},
+                       " has been discovered for the characteristic with ID ",
+                       Quoted{characteristicId}, "."));
 }
 
-ErrorCode GattObjectTree::RequireCharacteristic(std::string_view serviceId,
-                                                std::string_view characteristicId) const {
+Status GattObjectTree::RequireCharacteristic(std::string_view serviceId,
+                                             std::string_view characteristicId) const {
   {
     const std::lock_guard lock(mutex_);
-    if (Find(characteristicIndex_, GattId::ParseKey(characteristicId))) return error::kSuccess;
+    if (Find(characteristicIndex_, GattId::ParseKey(characteristicId))) return {};
   }
-  SetNoCharacteristicText(serviceId, characteristicId);
-  return error::kNotDiscovered;
-}
-
-void GattObjectTree::SetNoCharacteristicText(std::string_view serviceId,
-                                             std::string_view characteristicId) const {
-  errors_.SetLastText(Concat("No characteristic with the ID ", Quoted{characteristicId},
-                             " has been discovered for the service with ID ", Quoted{serviceId},
-                             "."));
+  return NoCharacteristic(serviceId, characteristicId);
 }
 
 [[gnu::hot]] CharacteristicPtr GattObjectTree::FindCharacteristicByObject(

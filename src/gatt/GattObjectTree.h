@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "frame/ErrorState.h"
+#include "frame/Status.h"
 #include "gatt/GattEntries.h"
 #include "gatt/GattId.h"
 
@@ -28,12 +28,12 @@ class GattObjectTree {
 
   /// `valueChanged` is registered on every platform characteristic, once, for as long as its first
   /// record lives.
-  GattObjectTree(ErrorState& errors, ValueChanged::Handler valueChanged)
-      : errors_(errors), valueChanged_(std::move(valueChanged)) {}
+  explicit GattObjectTree(ValueChanged::Handler valueChanged)
+      : valueChanged_(std::move(valueChanged)) {}
 
   /// Builds an id from attribute handles; a zero handle above a non-zero one fails with 202.
-  [[nodiscard]] ErrorCode MakeGattId(std::uint16_t service, std::uint16_t characteristic,
-                                     std::uint16_t descriptor, GattId& id);
+  static Result<GattId> MakeGattId(std::uint16_t service, std::uint16_t characteristic,
+                                   std::uint16_t descriptor);
 
   /// Find the record with the id, or store a new one; the second value tells whether it is new. A
   /// record found is not replaced. Null when there are `kMostRecords` already.
@@ -48,19 +48,18 @@ class GattObjectTree {
   /// Notes on both records that `parent` includes `child`.
   void Link(const ServicePtr& child, const ServicePtr& parent);
 
-  /// The record with an id of either letter case; null after storing the message of 601.
-  ServicePtr FindService(std::string_view serviceId) const;
-  CharacteristicPtr FindCharacteristic(std::string_view serviceId,
-                                       std::string_view characteristicId) const;
-  DescriptorPtr FindDescriptor(std::string_view characteristicId,
-                               std::string_view descriptorId) const;
+  /// The record with an id of either letter case, or 601.
+  Result<ServicePtr> FindService(std::string_view serviceId) const;
+  Result<CharacteristicPtr> FindCharacteristic(std::string_view serviceId,
+                                               std::string_view characteristicId) const;
+  Result<DescriptorPtr> FindDescriptor(std::string_view characteristicId,
+                                       std::string_view descriptorId) const;
 
   /// 0 when the id names a characteristic of any service, else 601 with the message for
   /// `serviceId`.
-  [[nodiscard]] ErrorCode RequireCharacteristic(std::string_view serviceId,
-                                                std::string_view characteristicId) const;
+  Status RequireCharacteristic(std::string_view serviceId, std::string_view characteristicId) const;
 
-  /// The record of a platform object; null when there is none, without a message.
+  /// The record of a platform object; null when there is none.
   CharacteristicPtr FindCharacteristicByObject(const GattCharacteristic& object) const;
 
   /// Snapshots in discovery order.
@@ -82,8 +81,6 @@ class GattObjectTree {
   std::string IncludedIds(const ServiceEntry& service) const;
 
  private:
-  void SetNoCharacteristicText(std::string_view serviceId, std::string_view characteristicId) const;
-
   template <class Entry>
   using Index = std::unordered_map<GattId::Key, std::shared_ptr<Entry>>;
 
@@ -91,7 +88,6 @@ class GattObjectTree {
   template <class Entry>
   std::pair<std::shared_ptr<Entry>, bool> Store(Index<Entry>& index, std::shared_ptr<Entry> entry);
 
-  ErrorState& errors_;
   const ValueChanged::Handler valueChanged_;
 
   mutable std::mutex mutex_;  // guards everything below, and the lists inside the records

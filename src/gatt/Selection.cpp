@@ -6,7 +6,7 @@
 
 namespace ble {
 
-ErrorCode Selection::SelectService(std::string_view serviceId) {
+Status Selection::SelectService(std::string_view serviceId) {
   {
     const std::lock_guard lock(mutex_);
     characteristicId_.clear();
@@ -15,41 +15,42 @@ ErrorCode Selection::SelectService(std::string_view serviceId) {
       serviceId_.clear();
       characteristics_ = {};
       states_.clear();
-      return error::kSuccess;
+      return {};
     }
   }
-  const ServicePtr service = tree_.FindService(serviceId);
-  if (!service) return error::kNotDiscovered;
+  const auto [noService, service] = tree_.FindService(serviceId);
+  if (!service) return noService;
   ExposeCharacteristics(service);
   const std::lock_guard lock(mutex_);
   serviceId_ = serviceId;
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode Selection::SelectCharacteristic(std::string_view characteristicId) {
+Status Selection::SelectCharacteristic(std::string_view characteristicId) {
   const std::string serviceId = ServiceId();
   if (characteristicId.empty()) {
     const std::lock_guard lock(mutex_);
     characteristicId_.clear();
     descriptors_ = {};
-    return error::kSuccess;
+    return {};
   }
-  if (serviceId.empty()) return errors_.Raise(failure::kNoServiceSelected);
-  const CharacteristicPtr characteristic = tree_.FindCharacteristic(serviceId, characteristicId);
-  if (!characteristic) return error::kNotDiscovered;
+  if (serviceId.empty()) return failure::kNoServiceSelected;
+  const auto [noCharacteristic, characteristic] =
+      tree_.FindCharacteristic(serviceId, characteristicId);
+  if (!characteristic) return noCharacteristic;
   ExposeDescriptors(characteristic);
   const std::lock_guard lock(mutex_);
   characteristicId_ = characteristicId;
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode Selection::Select(std::string_view serviceId, std::string_view characteristicId) {
-  if (serviceId.empty() && !characteristicId.empty()) return errors_.Raise(failure::kNoServiceId);
+Status Selection::Select(std::string_view serviceId, std::string_view characteristicId) {
+  if (serviceId.empty() && !characteristicId.empty()) return failure::kNoServiceId;
   const bool keepsService = !characteristicId.empty() && EqualsIgnoringCase(serviceId, ServiceId());
   if (!keepsService) {
-    if (const ErrorCode code = SelectService(serviceId); code != error::kSuccess) return code;
+    if (Status status = SelectService(serviceId); !status.Ok()) return status;
   }
-  return characteristicId.empty() ? error::kSuccess : SelectCharacteristic(characteristicId);
+  return characteristicId.empty() ? Status() : SelectCharacteristic(characteristicId);
 }
 
 std::string Selection::ServiceId() const {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "frame/ErrorState.h"
+#include "frame/Status.h"
 #include "gatt/GattObjectTree.h"
 
 namespace ble {
@@ -26,18 +26,18 @@ struct ExposedCharacteristic {
 /// Any thread. Its mutex may be held while the tree's is taken, never the other way round.
 class Selection {
  public:
-  Selection(GattObjectTree& tree, ErrorState& errors) : tree_(tree), errors_(errors) {}
+  explicit Selection(GattObjectTree& tree) : tree_(tree) {}
 
   /// Selects a service and shows its characteristics; an empty id selects none. Clears the
   /// characteristic selection first. Fails with 601.
-  [[nodiscard]] ErrorCode SelectService(std::string_view serviceId);
+  Status SelectService(std::string_view serviceId);
 
   /// Selects a characteristic of the selected service and shows its descriptors; an empty id
   /// selects none. Fails with 602 or 601.
-  [[nodiscard]] ErrorCode SelectCharacteristic(std::string_view characteristicId);
+  Status SelectCharacteristic(std::string_view characteristicId);
 
   /// Selects both, the service first; fails with 202 when only the characteristic is given.
-  [[nodiscard]] ErrorCode Select(std::string_view serviceId, std::string_view characteristicId);
+  Status Select(std::string_view serviceId, std::string_view characteristicId);
 
   std::string ServiceId() const;
   std::string CharacteristicId() const;
@@ -71,7 +71,6 @@ class Selection {
   CharacteristicPtr CharacteristicIn(std::int32_t index) const;  // mutex_ held
 
   GattObjectTree& tree_;
-  ErrorState& errors_;
   mutable std::mutex mutex_;  // guards everything below
   std::string serviceId_;
   std::string characteristicId_;

@@ -50,17 +50,18 @@ std::optional<Uuid> ParseUuid(std::string_view text) {
   return Uuid::FromBigEndian(bytes);
 }
 
-ErrorCode ParseUuidList(std::string_view text, std::vector<Uuid>& list, ErrorState& errors) {
+Result<std::vector<Uuid>> ParseUuidList(std::string_view text) {
+  std::vector<Uuid> list;
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find(',', begin), text.size());
     const std::string_view item = text.substr(begin, end - begin);
     begin = end + 1;
     if (item.empty()) continue;
     const std::optional<Uuid> uuid = ParseUuid(item);
-    if (!uuid) return errors.Raise(failure::kMalformedUuid);
+    if (!uuid) return failure::kMalformedUuid;
     if (std::find(list.begin(), list.end(), *uuid) == list.end()) list.push_back(*uuid);
   }
-  return error::kSuccess;
+  return list;
 }
 
 void JoinUuids(std::span<const Uuid> uuids, std::string& out) {

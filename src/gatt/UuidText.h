@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "base/Uuid.h"
-#include "frame/ErrorCode.h"
-#include "frame/ErrorState.h"
+#include "frame/Status.h"
 
 namespace ble {
 
@@ -38,10 +37,9 @@ inline UuidText FormatUuid(const Uuid& uuid) {
 /// not both hexadecimal digits counts as 0xFF; any other length is no UUID.
 std::optional<Uuid> ParseUuid(std::string_view text);
 
-/// Appends the UUIDs of a comma-separated list that `list` does not hold yet. Empty items are
-/// skipped; the first malformed one ends the parsing with 600 and its message.
-[[nodiscard]] ErrorCode ParseUuidList(std::string_view text, std::vector<Uuid>& list,
-                                      ErrorState& errors);
+/// The UUIDs of a comma-separated list, each once. Empty items are skipped; the first malformed one
+/// fails with 600.
+Result<std::vector<Uuid>> ParseUuidList(std::string_view text);
 
 inline constexpr Uuid UuidFromShort(std::uint16_t number) {
   return Uuid::FromAssignedNumber(number);

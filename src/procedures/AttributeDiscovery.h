@@ -3,9 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/ErrorState.h"
-#include "frame/Log.h"
-#include "frame/Settings.h"
+#include "frame/ComponentBase.h"
 #include "gatt/GattObjectTree.h"
 #include "procedures/GattCall.h"
 #include "radio/Connection.h"
@@ -19,10 +17,7 @@ namespace ble {
 class AttributeDiscovery {
  public:
   struct Parts {
-    ErrorState& errors;
-    Events& events;
-    Log& log;
-    const Settings& settings;
+    ComponentBase& base;
     Connection& connection;
     GattCall& gatt;
   };
@@ -30,39 +25,34 @@ class AttributeDiscovery {
   explicit AttributeDiscovery(const Parts& parts) : parts_(parts) {}
 
   /// Methods 6 and 7.
-  [[nodiscard]] ErrorCode DiscoverCharacteristics(std::string_view serviceId,
-                                                  std::string_view characteristicUuids);
-  [[nodiscard]] ErrorCode DiscoverDescriptors(std::string_view serviceId,
-                                              std::string_view characteristicId);
+  Status DiscoverCharacteristics(std::string_view serviceId, std::string_view characteristicUuids);
+  Status DiscoverDescriptors(std::string_view serviceId, std::string_view characteristicId);
 
   /// The characteristics with the listed UUIDs, in the order of the list; all when it is empty.
-  [[nodiscard]] ErrorCode DiscoverCharacteristicsOf(Session& session, const ServicePtr& service,
-                                                    const std::vector<Uuid>& filter);
+  Status DiscoverCharacteristicsOf(Session& session, const ServicePtr& service,
+                                   const std::vector<Uuid>& filter);
 
   /// Makes sure that a kind of descriptor has been looked for: queries the device unless a record
   /// with the UUID is there already.
-  [[nodiscard]] ErrorCode EnsureDescriptorDiscovered(Session& session,
-                                                     const CharacteristicPtr& characteristic,
-                                                     const Uuid& uuid);
+  Status EnsureDescriptorDiscovered(Session& session, const CharacteristicPtr& characteristic,
+                                    const Uuid& uuid);
 
  private:
   using Characteristics = std::vector<std::shared_ptr<GattCharacteristic>>;
   using Descriptors = std::vector<std::shared_ptr<GattDescriptor>>;
 
-  ErrorCode Collect(const ServiceEntry& service, const std::vector<Uuid>& filter,
-                    Characteristics& found);
-  ErrorCode RegisterCharacteristic(Session& session, std::shared_ptr<GattCharacteristic> object,
-                                   const ServicePtr& service);
-  ErrorCode DiscoverDescriptorsOf(Session& session, const ServiceEntry& service,
-                                  const CharacteristicPtr& characteristic);
-  ErrorCode RegisterDescriptor(Session& session, std::shared_ptr<GattDescriptor> object,
-                               const ServiceEntry& service,
+  Status Collect(const ServiceEntry& service, const std::vector<Uuid>& filter,
+                 Characteristics& found);
+  Status RegisterCharacteristic(Session& session, std::shared_ptr<GattCharacteristic> object,
+                                const ServicePtr& service);
+  Status DiscoverDescriptorsOf(Session& session, const ServiceEntry& service,
                                const CharacteristicPtr& characteristic);
-  ErrorCode RegisterDescriptors(Session& session, const Descriptors& objects,
-                                const ServiceEntry& service,
-                                const CharacteristicPtr& characteristic);
-  ErrorCode DiscoverDescriptorsWithUuid(Session& session, const ServiceEntry& service,
-                                        const CharacteristicPtr& characteristic, const Uuid& uuid);
+  Status RegisterDescriptor(Session& session, std::shared_ptr<GattDescriptor> object,
+                            const ServiceEntry& service, const CharacteristicPtr& characteristic);
+  Status RegisterDescriptors(Session& session, const Descriptors& objects,
+                             const ServiceEntry& service, const CharacteristicPtr& characteristic);
+  Status DiscoverDescriptorsWithUuid(Session& session, const ServiceEntry& service,
+                                     const CharacteristicPtr& characteristic, const Uuid& uuid);
 
   Parts parts_;
 };

@@ -20,32 +20,32 @@ void UpdateSubscription(CharacteristicEntry& characteristic, bool subscribed) {
   }
 }
 
-ErrorCode CccdReconciler::AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                    ByteView value) {
+Status CccdReconciler::AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                 ByteView value) {
   return Reconcile(tree, descriptor, value,
                    {LogLevel::Detail, "Discovered that we are subscribed to characteristic ID ",
                     "Discovered that we are unsubscribed from characteristic ID "});
 }
 
-ErrorCode CccdReconciler::AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                     ByteView value) {
+Status CccdReconciler::AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                  ByteView value) {
   return Reconcile(tree, descriptor, value,
                    {LogLevel::Information, "Successfully subscribed to characteristic ID ",
                     "Successfully unsubscribed from characteristic ID "});
 }
 
-ErrorCode CccdReconciler::Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                    ByteView value, const Messages& messages) {
+Status CccdReconciler::Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                 ByteView value, const Messages& messages) {
   if (descriptor.uuid != descriptor_uuid::kClientCharacteristicConfiguration) {
-    return error::kSuccess;
+    return {};
   }
-  const CharacteristicPtr characteristic = tree.FindCharacteristic(
+  const auto [noCharacteristic, characteristic] = tree.FindCharacteristic(
       descriptor.id.ServiceIdOf().View(), descriptor.id.CharacteristicIdOf().View());
-  if (!characteristic) return error::kNotDiscovered;
+  if (!characteristic) return noCharacteristic;
   const bool before = IsSubscribed(*characteristic);
   const bool now = EnablesValues(value);
   UpdateSubscription(*characteristic, now);
-  if (before == now) return error::kSuccess;
+  if (before == now) return {};
 
   log_.Write(messages.level, log_type::kSubscriptions,
              std::string_view(now ? messages.subscribed : messages.unsubscribed),
@@ -56,7 +56,7 @@ ErrorCode CccdReconciler::Reconcile(const GattObjectTree& tree, const Descriptor
   } else {
     events_.FireUnsubscribed(event.names);
   }
-  return error::kSuccess;
+  return {};
 }
 
 }  // namespace ble

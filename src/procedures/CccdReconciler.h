@@ -36,10 +36,8 @@ class CccdReconciler {
 
   /// Takes note of a value that was read from, or written to, a descriptor of a tree. Descriptors
   /// of other kinds are ignored. Announces a state that changed.
-  [[nodiscard]] ErrorCode AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                    ByteView value);
-  [[nodiscard]] ErrorCode AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                     ByteView value);
+  Status AfterRead(const GattObjectTree& tree, const DescriptorEntry& descriptor, ByteView value);
+  Status AfterWrite(const GattObjectTree& tree, const DescriptorEntry& descriptor, ByteView value);
 
  private:
   struct Messages {
@@ -48,8 +46,8 @@ class CccdReconciler {
     const char* unsubscribed;
   };
 
-  ErrorCode Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor, ByteView value,
-                      const Messages& messages);
+  Status Reconcile(const GattObjectTree& tree, const DescriptorEntry& descriptor, ByteView value,
+                   const Messages& messages);
 
   Events& events_;
   Log& log_;

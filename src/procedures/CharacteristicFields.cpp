@@ -21,11 +21,12 @@ void CharacteristicFields::Ensure(Session& session, const CharacteristicPtr& ent
   const bool wasEnsured = state.Has(mark);
   for (const Uuid& uuid : descriptors) {
     if (!wasEnsured) {
-      (void)parts_.attributes.EnsureDescriptorDiscovered(session, entry, uuid);
+      parts_.base.errors.Note(parts_.attributes.EnsureDescriptorDiscovered(session, entry, uuid));
     } else if (entry->platform->MissesDescription(uuid)) {
-      (void)parts_.gatt.Run(log_type::kDebug, [&] {
+      const auto query = parts_.gatt.Run(log_type::kDebug, [&] {
         return entry->platform->GetDescriptorsForUuidAsync(uuid, BluetoothCacheMode::Uncached);
       });
+      parts_.base.errors.Note(query.status);
     }
   }
   state.Mark(mark);
@@ -46,15 +47,15 @@ std::string CharacteristicFields::UserDescription(Session& session,
   if (!shown.entry->platform) return {};
   Ensure(session, shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
          {descriptor_uuid::kCharacteristicUserDescription});
-  return parts_.codec.ToSystemNarrow(shown.entry->platform->UserDescription());
+  return parts_.base.codec.ToSystemNarrow(shown.entry->platform->UserDescription());
 }
 
-ErrorCode CharacteristicFields::SetUserDescription(Session& session,
-                                                   const ExposedCharacteristic& shown,
-                                                   std::string_view text) {
+Status CharacteristicFields::SetUserDescription(Session& session,
+                                                const ExposedCharacteristic& shown,
+                                                std::string_view text) {
   if ((Flags(session, shown.entry, *shown.state) & characteristic_flag::kWritableAuxiliaries) ==
       0) {
-    return parts_.errors.Raise(failure::kNotWritableAuxiliaries);
+    return failure::kNotWritableAuxiliaries;
   }
   Ensure(session, shown.entry, *shown.state, lazy_mark::kUserDescriptionKnown,
          {descriptor_uuid::kCharacteristicUserDescription});
@@ -86,14 +87,14 @@ std::int32_t CharacteristicFields::ValueFormatIndex(Session& session,
   return shown.state->valueFormatIndex;
 }
 
-ErrorCode CharacteristicFields::SetValueFormatIndex(Session& session,
-                                                    const ExposedCharacteristic& shown,
-                                                    std::int32_t index) {
+Status CharacteristicFields::SetValueFormatIndex(Session& session,
+                                                 const ExposedCharacteristic& shown,
+                                                 std::int32_t index) {
   const std::int32_t count = ValueFormatCount(session, shown);
-  if (count == 0 && index == -1) return error::kSuccess;
-  if (index < 0 || index >= count) return parts_.errors.Raise(failure::kInvalidFormatIndex);
+  if (count == 0 && index == -1) return {};
+  if (index < 0 || index >= count) return failure::kInvalidFormatIndex;
   shown.state->valueFormatIndex = index;
-  return error::kSuccess;
+  return {};
 }
 
 std::optional<GattPresentationFormat> CharacteristicFields::SelectedFormat(

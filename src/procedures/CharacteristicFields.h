@@ -7,8 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/ErrorState.h"
-#include "frame/TextCodec.h"
+#include "frame/ComponentBase.h"
 #include "gatt/GattEntries.h"
 #include "gatt/Selection.h"
 #include "procedures/AttributeDiscovery.h"
@@ -23,8 +22,7 @@ namespace ble {
 class CharacteristicFields {
  public:
   struct Parts {
-    ErrorState& errors;
-    const TextCodec& codec;
+    ComponentBase& base;
     AttributeDiscovery& attributes;
     Writer& writer;
     GattCall& gatt;
@@ -37,13 +35,13 @@ class CharacteristicFields {
 
   std::string UserDescription(Session& session, const ExposedCharacteristic& shown);
   /// Writes it to the device; 602 when the flags do not allow it.
-  [[nodiscard]] ErrorCode SetUserDescription(Session& session, const ExposedCharacteristic& shown,
-                                             std::string_view text);
+  Status SetUserDescription(Session& session, const ExposedCharacteristic& shown,
+                            std::string_view text);
 
   std::int32_t ValueFormatCount(Session& session, const ExposedCharacteristic& shown);
   std::int32_t ValueFormatIndex(Session& session, const ExposedCharacteristic& shown);
-  [[nodiscard]] ErrorCode SetValueFormatIndex(Session& session, const ExposedCharacteristic& shown,
-                                              std::int32_t index);
+  Status SetValueFormatIndex(Session& session, const ExposedCharacteristic& shown,
+                             std::int32_t index);
 
   /// Of the selected presentation format; 0 or empty when there is none.
   std::int32_t ValueExponent(Session& session, const ExposedCharacteristic& shown);

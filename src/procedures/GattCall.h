@@ -1,38 +1,34 @@
 #pragma once
 
-#include <memory>
+#include <utility>
 
-#include "frame/ErrorState.h"
+#include "frame/Log.h"
+#include "frame/Status.h"
 #include "radio/AsyncWait.h"
 #include "radio/ResultMapping.h"
 
 namespace ble {
 
-/// Runs one GATT operation from start to code: starts it, waits for it, logs its status under the
-/// procedure's log type and maps it. Runs on the thread that calls a method.
+/// Runs one GATT operation from start to status. Runs on the thread that calls a method.
 class GattCall {
  public:
-  GattCall(ErrorState& errors, AsyncWait& wait, ResultReporter& reporter)
-      : errors_(errors), wait_(wait), reporter_(reporter) {}
+  GattCall(AsyncWait& wait, Log& log) : wait_(wait), log_(log) {}
 
-  /// With code 0 the result is there; with any other its text is stored and the result is null.
+  /// Starts the operation, waits for it, logs its status under `logType` and maps it. The result is
+  /// null unless the status is success.
   template <class Start>
   auto Run(const char* logType, Start start) {
     auto awaited = wait_.Await(start);
-    if (awaited.code != error::kSuccess) return awaited;
-    if (!awaited.result) {
-      awaited.code = errors_.Raise(failure::kNoResult);
-      return awaited;
-    }
-    awaited.code = reporter_.ReportGattResult(*awaited.result, logType);
-    if (awaited.code != error::kSuccess) awaited.result = nullptr;
+    if (!awaited.status.Ok()) return awaited;
+    awaited.status =
+        awaited.value ? ReportGattResult(*awaited.value, log_, logType) : failure::kNoResult;
+    if (!awaited.status.Ok()) awaited.value = nullptr;
     return awaited;
   }
 
  private:
-  ErrorState& errors_;
   AsyncWait& wait_;
-  ResultReporter& reporter_;
+  Log& log_;
 };
 
 }  // namespace ble

@@ -3,8 +3,7 @@
 #include <string>
 
 #include "base/Bytes.h"
-#include "frame/ErrorState.h"
-#include "frame/Log.h"
+#include "frame/ComponentBase.h"
 #include "gatt/GattObjectTree.h"
 #include "procedures/CccdReconciler.h"
 #include "procedures/GattCall.h"
@@ -13,13 +12,11 @@
 namespace ble {
 
 /// Reads values from the server, or from the platform's cache. Runs on the thread that calls a
-/// method or reads a property. A read that fails leaves `value` as it was.
+/// method or reads a property.
 class Reader {
  public:
   struct Parts {
-    ErrorState& errors;
-    Events& events;
-    Log& log;
+    ComponentBase& base;
     Connection& connection;
     GattCall& gatt;
     CccdReconciler& reconciler;
@@ -29,20 +26,17 @@ class Reader {
 
   /// Method 11. Reads from the device; the value is announced by the Value event before it is
   /// returned. An empty descriptor id reads the characteristic.
-  [[nodiscard]] ErrorCode ReadValue(const std::string& serviceId,
-                                    const std::string& characteristicId,
-                                    const std::string& descriptorId, Bytes& value);
+  Result<Bytes> ReadValue(const std::string& serviceId, const std::string& characteristicId,
+                          const std::string& descriptorId);
 
-  [[nodiscard]] ErrorCode ReadCharacteristicValue(const CharacteristicEntry& characteristic,
-                                                  BluetoothCacheMode mode, Bytes& value);
-  [[nodiscard]] ErrorCode ReadDescriptorValue(const GattObjectTree& tree,
-                                              const DescriptorEntry& descriptor,
-                                              BluetoothCacheMode mode, Bytes& value);
+  Result<Bytes> ReadCharacteristicValue(const CharacteristicEntry& characteristic,
+                                        BluetoothCacheMode mode);
+  Result<Bytes> ReadDescriptorValue(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                                    BluetoothCacheMode mode);
 
  private:
   template <class Entry>
-  [[gnu::hot]] ErrorCode Read(const Entry& entry, const char* noun, BluetoothCacheMode mode,
-                              Bytes& value);
+  Result<Bytes> Read(const Entry& entry, const char* noun, BluetoothCacheMode mode);
 
   Parts parts_;
 };

@@ -35,6 +35,12 @@ class RaisedDescriptorDiscovery {
   bool before_;
 };
 
+/// The service whose included services are asked for; null where `id` is empty, for root services.
+Result<ServicePtr> FindParent(const Session& session, std::string_view id) {
+  if (id.empty()) return ServicePtr();
+  return session.tree.FindService(id);
+}
+
 /// What asking a device gives that has just been released.
 AsyncOperationPtr<GattDeviceServicesResult> Unreachable() {
   auto result = std::make_shared<GattDeviceServicesResult>();
@@ -44,63 +50,56 @@ AsyncOperationPtr<GattDeviceServicesResult> Unreachable() {
 
 }  // namespace
 
-ErrorCode ServiceDiscovery::Discover(std::string_view serviceUuids,
-                                     std::string_view characteristicUuids, bool discoverDescriptors,
-                                     std::string_view includedByServiceId) {
-  Walk walk;
-  if (const ErrorCode code = parts_.connection.RequireConnection(walk.session)) return code;
-  ServicePtr parent;
-  if (!includedByServiceId.empty()) {
-    parent = walk.session->tree.FindService(includedByServiceId);
-    if (!parent) return error::kNotDiscovered;
-  }
-  std::vector<Uuid> serviceFilter;
-  std::vector<Uuid> characteristicFilter;
-  if (const ErrorCode code = ParseUuidList(serviceUuids, serviceFilter, parts_.errors)) return code;
-  if (const ErrorCode code =
-          ParseUuidList(characteristicUuids, characteristicFilter, parts_.errors)) {
-    return code;
-  }
+Status ServiceDiscovery::Discover(std::string_view serviceUuids,
+                                  std::string_view characteristicUuids, bool discoverDescriptors,
+                                  std::string_view includedByServiceId) {
+  const auto [notConnected, session] = parts_.connection.RequireConnection();
+  if (!session) return notConnected;
+  Walk walk{session, {}, 0};
+  const auto [noParent, parent] = FindParent(*session, includedByServiceId);
+  if (!noParent.Ok()) return noParent;
+  const auto [badServices, serviceFilter] = ParseUuidList(serviceUuids);
+  if (!badServices.Ok()) return badServices;
+  const auto [badCharacteristics, characteristicFilter] = ParseUuidList(characteristicUuids);
+  if (!badCharacteristics.Ok()) return badCharacteristics;
 
-  const RaisedDescriptorDiscovery raised(parts_.settings, discoverDescriptors);
+  const RaisedDescriptorDiscovery raised(parts_.base.settings, discoverDescriptors);
   std::vector<ServicePtr> found;
-  if (const ErrorCode code = DiscoverFrom(walk, serviceFilter, parent, found)) return code;
-  if (parts_.settings.Flag(Setting::AutoDiscoverCharacteristics)) return error::kSuccess;
+  if (Status status = DiscoverFrom(walk, serviceFilter, parent, found); !status.Ok()) return status;
+  if (parts_.base.settings.Flag(Setting::AutoDiscoverCharacteristics)) return {};
   for (const ServicePtr& service : found) {
-    if (const ErrorCode code = parts_.attributes.DiscoverCharacteristicsOf(*walk.session, service,
-                                                                           characteristicFilter)) {
-      return code;
-    }
+    if (Status status = parts_.attributes.DiscoverCharacteristicsOf(*walk.session, service,
+                                                                    characteristicFilter);
+        !status.Ok())
+      return status;
   }
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode ServiceDiscovery::DiscoverServices(std::string_view serviceUuids,
-                                             std::string_view includedByServiceId) {
-  Walk walk;
-  if (const ErrorCode code = parts_.connection.RequireConnection(walk.session)) return code;
-  std::vector<Uuid> filter;
-  if (const ErrorCode code = ParseUuidList(serviceUuids, filter, parts_.errors)) return code;
-  ServicePtr parent;
-  if (!includedByServiceId.empty()) {
-    parent = walk.session->tree.FindService(includedByServiceId);
-    if (!parent) return error::kNotDiscovered;
-  }
+Status ServiceDiscovery::DiscoverServices(std::string_view serviceUuids,
+                                          std::string_view includedByServiceId) {
+  const auto [notConnected, session] = parts_.connection.RequireConnection();
+  if (!session) return notConnected;
+  Walk walk{session, {}, 0};
+  const auto [malformed, filter] = ParseUuidList(serviceUuids);
+  if (!malformed.Ok()) return malformed;
+  const auto [noParent, parent] = FindParent(*session, includedByServiceId);
+  if (!noParent.Ok()) return noParent;
   std::vector<ServicePtr> found;
   return DiscoverFrom(walk, filter, parent, found);
 }
 
-ErrorCode ServiceDiscovery::DiscoverFrom(Walk& walk, const std::vector<Uuid>& filter,
-                                         const ServicePtr& parent,
-                                         std::vector<ServicePtr>& discovered) {
-  if (const ErrorCode code = parts_.connection.RequireSame(*walk.session)) return code;
+Status ServiceDiscovery::DiscoverFrom(Walk& walk, const std::vector<Uuid>& filter,
+                                      const ServicePtr& parent,
+                                      std::vector<ServicePtr>& discovered) {
+  if (Status status = parts_.connection.RequireSame(*walk.session); !status.Ok()) return status;
   return parent ? DiscoverIncludedServices(walk, filter, parent, discovered)
                 : DiscoverRootServices(walk, filter, discovered);
 }
 
-ErrorCode ServiceDiscovery::DiscoverRootServices(Walk& walk, const std::vector<Uuid>& filter,
-                                                 std::vector<ServicePtr>& discovered) {
-  parts_.log.Write(Information, kDiscovery, "Beginning discovery of root services.");
+Status ServiceDiscovery::DiscoverRootServices(Walk& walk, const std::vector<Uuid>& filter,
+                                              std::vector<ServicePtr>& discovered) {
+  parts_.base.log.Write(Information, kDiscovery, "Beginning discovery of root services.");
   const auto ask = [&](auto query) {
     const Session::DevicePtr device = walk.session->Device();
     return device ? query(*device) : Unreachable();
@@ -118,23 +117,23 @@ ErrorCode ServiceDiscovery::DiscoverRootServices(Walk& walk, const std::vector<U
                         });
                       }};
   Services found;
-  if (const ErrorCode code = Collect(source, filter, found)) return code;
-  if (const ErrorCode code = Register(walk, found, nullptr, discovered)) return code;
-  parts_.log.Write(Information, kDiscovery, "Finished discovering root services.");
-  parts_.log.Write(Detail, kDiscovery, "Discovered ", found.size(), " root services.");
-  return error::kSuccess;
+  if (Status status = Collect(source, filter, found); !status.Ok()) return status;
+  if (Status status = Register(walk, found, nullptr, discovered); !status.Ok()) return status;
+  parts_.base.log.Write(Information, kDiscovery, "Finished discovering root services.");
+  parts_.base.log.Write(Detail, kDiscovery, "Discovered ", found.size(), " root services.");
+  return {};
 }
 
-ErrorCode ServiceDiscovery::DiscoverIncludedServices(Walk& walk, const std::vector<Uuid>& filter,
-                                                     const ServicePtr& parent,
-                                                     std::vector<ServicePtr>& discovered) {
-  const bool descends = parts_.settings.Flag(Setting::AutoDiscoverIncludedServices);
+Status ServiceDiscovery::DiscoverIncludedServices(Walk& walk, const std::vector<Uuid>& filter,
+                                                  const ServicePtr& parent,
+                                                  std::vector<ServicePtr>& discovered) {
+  const bool descends = parts_.base.settings.Flag(Setting::AutoDiscoverIncludedServices);
   if (descends) {
-    if (const ErrorCode code = Descend(walk, *parent)) return code;
+    if (Status status = Descend(walk, *parent); !status.Ok()) return status;
   }
   const Quoted id{parent->id.View()};
-  parts_.log.Write(Information, kDiscovery,
-                   "Beginning discovery of services included by service ID ", id, ".");
+  parts_.base.log.Write(Information, kDiscovery,
+                        "Beginning discovery of services included by service ID ", id, ".");
   GattDeviceService& service = *parent->platform;
   const Source source{
       "included", [&] { return service.GetIncludedServicesAsync(BluetoothCacheMode::Uncached); },
@@ -142,88 +141,87 @@ ErrorCode ServiceDiscovery::DiscoverIncludedServices(Walk& walk, const std::vect
         return service.GetIncludedServicesForUuidAsync(uuid, BluetoothCacheMode::Uncached);
       }};
   Services found;
-  if (const ErrorCode code = Collect(source, filter, found)) return code;
-  if (const ErrorCode code = Register(walk, found, parent, discovered)) return code;
+  if (Status status = Collect(source, filter, found); !status.Ok()) return status;
+  if (Status status = Register(walk, found, parent, discovered); !status.Ok()) return status;
   if (descends) walk.inclusionPath.pop_back();
-  parts_.log.Write(Information, kDiscovery, "Finished discovering services included by service ID ",
-                   id, ".");
-  parts_.log.Write(Detail, kDiscovery, "Discovered ", found.size(),
-                   " services included by service ID ", id, ".");
-  return error::kSuccess;
+  parts_.base.log.Write(Information, kDiscovery,
+                        "Finished discovering services included by service ID ", id, ".");
+  parts_.base.log.Write(Detail, kDiscovery, "Discovered ", found.size(),
+                        " services included by service ID ", id, ".");
+  return {};
 }
 
-ErrorCode ServiceDiscovery::Descend(Walk& walk, const ServiceEntry& parent) {
+Status ServiceDiscovery::Descend(Walk& walk, const ServiceEntry& parent) {
   std::vector<GattId>& path = walk.inclusionPath;
   if (std::find(path.begin(), path.end(), parent.id) != path.end()) {
     std::string text = Concat("A cycle of included services was detected: ", parent.id.View());
     for (const GattId& id : path)
       text += Concat(" < ", id.View());
-    return parts_.errors.Raise(error::kInclusionCycle, text);
+    return {error::kInclusionCycle, std::move(text)};
   }
   const bool isIncluded = !path.empty();
   if (path.size() == kDeepestInclusion || (isIncluded && ++walk.descents > kMostDescents)) {
-    return parts_.errors.Raise(failure::kTooManyInclusions);
+    return failure::kTooManyInclusions;
   }
   path.push_back(parent.id);
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode ServiceDiscovery::Collect(const Source& source, const std::vector<Uuid>& filter,
-                                    Services& found) {
+Status ServiceDiscovery::Collect(const Source& source, const std::vector<Uuid>& filter,
+                                 Services& found) {
   const std::string_view kind = source.kind;
   if (filter.empty()) {
-    parts_.log.Write(Detail, kDiscovery, "Attempting to discover all ", kind, " services.");
-    auto all = parts_.gatt.Run(kDiscovery, source.all);
-    if (all.code == error::kSuccess) found = all.result->services;
-    return all.code;
+    parts_.base.log.Write(Detail, kDiscovery, "Attempting to discover all ", kind, " services.");
+    auto [status, all] = parts_.gatt.Run(kDiscovery, source.all);
+    if (status.Ok()) found = all->services;
+    return status;
   }
   for (const Uuid& uuid : filter) {
     const UuidText text = FormatUuid(uuid);
-    parts_.log.Write(Detail, kDiscovery, "Attempting to discover ", kind, " services with UUID ",
-                     Quoted{text.View()}, ".");
-    const auto some = parts_.gatt.Run(kDiscovery, [&] { return source.withUuid(uuid); });
-    if (some.code != error::kSuccess) return some.code;
-    const Services& added = some.result->services;
+    parts_.base.log.Write(Detail, kDiscovery, "Attempting to discover ", kind,
+                          " services with UUID ", Quoted{text.View()}, ".");
+    const auto [status, some] = parts_.gatt.Run(kDiscovery, [&] { return source.withUuid(uuid); });
+    if (!status.Ok()) return status;
+    const Services& added = some->services;
     found.insert(found.end(), added.begin(), added.end());
-    parts_.log.Write(Debug, kDiscovery, "Discovered ", added.size(), " ", kind,
-                     " services with UUID ", Quoted{text.View()}, ".");
+    parts_.base.log.Write(Debug, kDiscovery, "Discovered ", added.size(), " ", kind,
+                          " services with UUID ", Quoted{text.View()}, ".");
   }
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode ServiceDiscovery::Register(Walk& walk, const Services& found, const ServicePtr& parent,
-                                     std::vector<ServicePtr>& discovered) {
+Status ServiceDiscovery::Register(Walk& walk, const Services& found, const ServicePtr& parent,
+                                  std::vector<ServicePtr>& discovered) {
   for (const auto& object : found) {
     ServicePtr record;
-    if (const ErrorCode code = RegisterService(walk, object, parent, record)) return code;
+    if (Status status = RegisterService(walk, object, parent, record); !status.Ok()) return status;
     discovered.push_back(std::move(record));
   }
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode ServiceDiscovery::RegisterService(Walk& walk, std::shared_ptr<GattDeviceService> object,
-                                            const ServicePtr& parent, ServicePtr& record) {
-  if (const ErrorCode code = parts_.connection.RequireSame(*walk.session)) return code;
-  GattId id;
-  if (const ErrorCode code = walk.session->tree.MakeGattId(object->AttributeHandle(), 0, 0, id)) {
-    return code;
-  }
+Status ServiceDiscovery::RegisterService(Walk& walk, std::shared_ptr<GattDeviceService> object,
+                                         const ServicePtr& parent, ServicePtr& record) {
+  if (Status status = parts_.connection.RequireSame(*walk.session); !status.Ok()) return status;
+  const auto [invalid, id] = GattObjectTree::MakeGattId(object->AttributeHandle(), 0, 0);
+  if (!invalid.Ok()) return invalid;
   bool isNew = false;
   std::tie(record, isNew) = walk.session->tree.AddService(std::move(object), id);
-  if (!record) return parts_.errors.Raise(failure::kTooManyAttributes);
+  if (!record) return failure::kTooManyAttributes;
   if (parent) walk.session->tree.Link(record, parent);
-  if (isNew || parts_.settings.Flag(Setting::IncludeRediscovered)) {
-    parts_.events.FireDiscovered(
+  if (isNew || parts_.base.settings.Flag(Setting::IncludeRediscovered)) {
+    parts_.base.events.FireDiscovered(
         GattType::Service, {record->id.c_str(), "", "", record->uuidText.c_str(), record->name});
   }
-  if (parts_.settings.Flag(Setting::AutoDiscoverIncludedServices)) {
+  if (parts_.base.settings.Flag(Setting::AutoDiscoverIncludedServices)) {
     std::vector<ServicePtr> included;
-    if (const ErrorCode code = DiscoverIncludedServices(walk, {}, record, included)) return code;
+    if (Status status = DiscoverIncludedServices(walk, {}, record, included); !status.Ok())
+      return status;
   }
-  if (parts_.settings.Flag(Setting::AutoDiscoverCharacteristics)) {
+  if (parts_.base.settings.Flag(Setting::AutoDiscoverCharacteristics)) {
     return parts_.attributes.DiscoverCharacteristicsOf(*walk.session, record, {});
   }
-  return error::kSuccess;
+  return {};
 }
 
 }  // namespace ble

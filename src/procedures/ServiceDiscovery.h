@@ -4,9 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "frame/ErrorState.h"
-#include "frame/Log.h"
-#include "frame/Settings.h"
+#include "frame/ComponentBase.h"
 #include "gatt/GattObjectTree.h"
 #include "procedures/AttributeDiscovery.h"
 #include "procedures/GattCall.h"
@@ -21,10 +19,7 @@ namespace ble {
 class ServiceDiscovery {
  public:
   struct Parts {
-    ErrorState& errors;
-    Events& events;
-    Log& log;
-    Settings& settings;
+    ComponentBase& base;
     Connection& connection;
     GattCall& gatt;
     AttributeDiscovery& attributes;
@@ -34,13 +29,11 @@ class ServiceDiscovery {
 
   /// Method 5. With `includedByServiceId` the services included by that one, else the root
   /// services; and their characteristics, with descriptors if asked for.
-  [[nodiscard]] ErrorCode Discover(std::string_view serviceUuids,
-                                   std::string_view characteristicUuids, bool discoverDescriptors,
-                                   std::string_view includedByServiceId);
+  Status Discover(std::string_view serviceUuids, std::string_view characteristicUuids,
+                  bool discoverDescriptors, std::string_view includedByServiceId);
 
   /// Method 8.
-  [[nodiscard]] ErrorCode DiscoverServices(std::string_view serviceUuids,
-                                           std::string_view includedByServiceId);
+  Status DiscoverServices(std::string_view serviceUuids, std::string_view includedByServiceId);
 
  private:
   using Services = std::vector<std::shared_ptr<GattDeviceService>>;
@@ -60,18 +53,18 @@ class ServiceDiscovery {
     std::function<Operation(const Uuid&)> withUuid;
   };
 
-  ErrorCode DiscoverFrom(Walk& walk, const std::vector<Uuid>& filter, const ServicePtr& parent,
-                         std::vector<ServicePtr>& discovered);
-  ErrorCode DiscoverRootServices(Walk& walk, const std::vector<Uuid>& filter,
-                                 std::vector<ServicePtr>& discovered);
-  ErrorCode DiscoverIncludedServices(Walk& walk, const std::vector<Uuid>& filter,
-                                     const ServicePtr& parent, std::vector<ServicePtr>& discovered);
-  ErrorCode Collect(const Source& source, const std::vector<Uuid>& filter, Services& found);
-  ErrorCode Register(Walk& walk, const Services& found, const ServicePtr& parent,
-                     std::vector<ServicePtr>& discovered);
-  ErrorCode RegisterService(Walk& walk, std::shared_ptr<GattDeviceService> object,
-                            const ServicePtr& parent, ServicePtr& record);
-  ErrorCode Descend(Walk& walk, const ServiceEntry& parent);
+  Status DiscoverFrom(Walk& walk, const std::vector<Uuid>& filter, const ServicePtr& parent,
+                      std::vector<ServicePtr>& discovered);
+  Status DiscoverRootServices(Walk& walk, const std::vector<Uuid>& filter,
+                              std::vector<ServicePtr>& discovered);
+  Status DiscoverIncludedServices(Walk& walk, const std::vector<Uuid>& filter,
+                                  const ServicePtr& parent, std::vector<ServicePtr>& discovered);
+  Status Collect(const Source& source, const std::vector<Uuid>& filter, Services& found);
+  Status Register(Walk& walk, const Services& found, const ServicePtr& parent,
+                  std::vector<ServicePtr>& discovered);
+  Status RegisterService(Walk& walk, std::shared_ptr<GattDeviceService> object,
+                         const ServicePtr& parent, ServicePtr& record);
+  Status Descend(Walk& walk, const ServiceEntry& parent);
 
   Parts parts_;
 };

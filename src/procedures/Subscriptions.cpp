@@ -16,90 +16,90 @@ CccdValue SubscribingValue(std::uint32_t flags, bool preferIndications) {
 
 }  // namespace
 
-ErrorCode Subscriptions::Subscribe(std::string_view serviceId, std::string_view characteristicId) {
-  SessionPtr session;
-  if (const ErrorCode code = parts_.connection.RequireConnection(session)) return code;
-  if (!session->tree.FindService(serviceId)) return error::kNotDiscovered;
-  const auto characteristic = session->tree.FindCharacteristic(serviceId, characteristicId);
-  if (!characteristic) return error::kNotDiscovered;
+Status Subscriptions::Subscribe(std::string_view serviceId, std::string_view characteristicId) {
+  const auto [notConnected, session] = parts_.connection.RequireConnection();
+  if (!session) return notConnected;
+  if (const auto found = session->tree.FindService(serviceId); !found.value) return found.status;
+  const auto [noCharacteristic, characteristic] =
+      session->tree.FindCharacteristic(serviceId, characteristicId);
+  if (!characteristic) return noCharacteristic;
   return SetSubscription(*session, characteristic, characteristic->state, true);
 }
 
-ErrorCode Subscriptions::Unsubscribe(std::string_view serviceId,
-                                     std::string_view characteristicId) {
-  SessionPtr session;
-  if (const ErrorCode code = parts_.connection.RequireConnection(session)) return code;
+Status Subscriptions::Unsubscribe(std::string_view serviceId, std::string_view characteristicId) {
+  const auto [notConnected, session] = parts_.connection.RequireConnection();
+  if (!session) return notConnected;
   if (serviceId.empty()) {
-    if (!characteristicId.empty()) return parts_.errors.Raise(failure::kNoServiceId);
+    if (!characteristicId.empty()) return failure::kNoServiceId;
     for (const ServicePtr& service : session->tree.Services()) {
-      if (const ErrorCode code = UnsubscribeAll(*session, *service)) return code;
+      if (Status status = UnsubscribeAll(*session, *service); !status.Ok()) return status;
     }
-    return error::kSuccess;
+    return {};
   }
-  const ServicePtr service = session->tree.FindService(serviceId);
-  if (!service) return error::kNotDiscovered;
+  const auto [noService, service] = session->tree.FindService(serviceId);
+  if (!service) return noService;
   if (characteristicId.empty()) return UnsubscribeAll(*session, *service);
-  const auto characteristic = session->tree.FindCharacteristic(serviceId, characteristicId);
-  if (!characteristic) return error::kNotDiscovered;
+  const auto [noCharacteristic, characteristic] =
+      session->tree.FindCharacteristic(serviceId, characteristicId);
+  if (!characteristic) return noCharacteristic;
   return SetSubscription(*session, characteristic, characteristic->state, false);
 }
 
-ErrorCode Subscriptions::UnsubscribeAll(Session& session, const ServiceEntry& service) {
+Status Subscriptions::UnsubscribeAll(Session& session, const ServiceEntry& service) {
   for (const CharacteristicPtr& characteristic : session.tree.CharacteristicsOf(service)) {
     if (!CanSubscribe(parts_.fields.Flags(session, characteristic, characteristic->state)))
       continue;
-    if (const ErrorCode code =
-            SetSubscription(session, characteristic, characteristic->state, false)) {
-      return code;
-    }
+    if (Status status = SetSubscription(session, characteristic, characteristic->state, false);
+        !status.Ok())
+      return status;
   }
-  return error::kSuccess;
+  return {};
 }
 
-ErrorCode Subscriptions::EnsureCccd(Session& session, const CharacteristicPtr& characteristic,
-                                    CharacteristicState& state) {
-  if (state.Has(lazy_mark::kClientConfigurationKnown)) return error::kSuccess;
-  const ErrorCode code = parts_.attributes.EnsureDescriptorDiscovered(
+Status Subscriptions::EnsureCccd(Session& session, const CharacteristicPtr& characteristic,
+                                 CharacteristicState& state) {
+  if (state.Has(lazy_mark::kClientConfigurationKnown)) return {};
+  Status status = parts_.attributes.EnsureDescriptorDiscovered(
       session, characteristic, descriptor_uuid::kClientCharacteristicConfiguration);
-  if (code == error::kSuccess) state.Mark(lazy_mark::kClientConfigurationKnown);
-  return code;
+  if (status.Ok()) state.Mark(lazy_mark::kClientConfigurationKnown);
+  return status;
 }
 
-ErrorCode Subscriptions::SetSubscription(Session& session, const CharacteristicPtr& characteristic,
-                                         CharacteristicState& state, bool subscribe) {
+Status Subscriptions::SetSubscription(Session& session, const CharacteristicPtr& characteristic,
+                                      CharacteristicState& state, bool subscribe) {
   const std::uint32_t flags = parts_.fields.Flags(session, characteristic, state);
-  if (!CanSubscribe(flags)) return parts_.errors.Raise(failure::kCannotSubscribe);
+  if (!CanSubscribe(flags)) return failure::kCannotSubscribe;
   const SubscriptionState known = characteristic->subscription;
   if (known != SubscriptionState::Unknown && IsSubscribed(*characteristic) == subscribe) {
-    return error::kSuccess;
+    return {};
   }
   const CccdValue value =
-      subscribe ? SubscribingValue(flags, parts_.settings.Flag(Setting::PreferIndications))
+      subscribe ? SubscribingValue(flags, parts_.base.settings.Flag(Setting::PreferIndications))
                 : CccdValue::None;
-  if (const ErrorCode code = EnsureCccd(session, characteristic, state)) return code;
+  if (Status status = EnsureCccd(session, characteristic, state); !status.Ok()) return status;
 
   const Quoted id{characteristic->id.View()};
-  parts_.log.Write(LogLevel::Information, log_type::kSubscriptions,
-                   std::string_view(subscribe ? "Subscribing to" : "Unsubscribing from"),
-                   " characteristic ID ", id, ".");
-  const auto written = parts_.gatt.Run(log_type::kSubscriptions, [&] {
+  parts_.base.log.Write(LogLevel::Information, log_type::kSubscriptions,
+                        std::string_view(subscribe ? "Subscribing to" : "Unsubscribing from"),
+                        " characteristic ID ", id, ".");
+  const auto [status, written] = parts_.gatt.Run(log_type::kSubscriptions, [&] {
     return characteristic->platform
         ->WriteClientCharacteristicConfigurationDescriptorWithResultAsync(value);
   });
-  if (written.code != error::kSuccess) return written.code;
+  if (!status.Ok()) return status;
   UpdateSubscription(*characteristic, subscribe);
-  parts_.log.Write(
+  parts_.base.log.Write(
       LogLevel::Information, log_type::kSubscriptions,
       std::string_view(subscribe ? "Successfully subscribed to" : "Successfully unsubscribed from"),
       " characteristic ID ", id, ".");
 
   const CharacteristicNames event(*characteristic);
   if (subscribe) {
-    parts_.events.FireSubscribed(event.names);
+    parts_.base.events.FireSubscribed(event.names);
   } else {
-    parts_.events.FireUnsubscribed(event.names);
+    parts_.base.events.FireUnsubscribed(event.names);
   }
-  return error::kSuccess;
+  return {};
 }
 
 bool Subscriptions::QuerySubscribed(Session& session, const CharacteristicPtr& characteristic,
@@ -108,24 +108,24 @@ bool Subscriptions::QuerySubscribed(Session& session, const CharacteristicPtr& c
   if (characteristic->subscription != SubscriptionState::Unknown) {
     return IsSubscribed(*characteristic);
   }
-  (void)EnsureCccd(session, characteristic, state);
+  parts_.base.errors.Note(EnsureCccd(session, characteristic, state));
   state.Mark(lazy_mark::kClientConfigurationKnown);
 
   const Quoted id{characteristic->id.View()};
-  parts_.log.Write(LogLevel::Debug, log_type::kSubscriptions,
-                   "Getting CCCD state for characteristic ID ", id, " from device.");
-  const auto read = parts_.wait.Await([&] {
+  parts_.base.log.Write(LogLevel::Debug, log_type::kSubscriptions,
+                        "Getting CCCD state for characteristic ID ", id, " from device.");
+  const auto [failed, read] = parts_.link.wait.Await([&] {
     return characteristic->platform->ReadClientCharacteristicConfigurationDescriptorAsync();
   });
-  if (!read.result) return false;
-  (void)parts_.reporter.ReportGattResult(*read.result, log_type::kSubscriptions);
-  const bool subscribed =
-      read.result->clientCharacteristicConfigurationDescriptor != CccdValue::None;
+  parts_.base.errors.Note(failed);
+  if (!read) return false;
+  parts_.base.errors.Note(ReportGattResult(*read, parts_.base.log, log_type::kSubscriptions));
+  const bool subscribed = read->clientCharacteristicConfigurationDescriptor != CccdValue::None;
   SubscriptionState unknown = SubscriptionState::Unknown;
   characteristic->subscription.compare_exchange_strong(
       unknown, subscribed ? SubscriptionState::Subscribed : SubscriptionState::Unsubscribed);
-  parts_.log.Write(LogLevel::Debug, log_type::kSubscriptions,
-                   "Got CCCD state for characteristic ID ", id, " from device.");
+  parts_.base.log.Write(LogLevel::Debug, log_type::kSubscriptions,
+                        "Got CCCD state for characteristic ID ", id, " from device.");
   return IsSubscribed(*characteristic);
 }
 
@@ -133,7 +133,7 @@ bool Subscriptions::QuerySubscribed(Session& session, const CharacteristicPtr& c
   const CharacteristicPtr characteristic = parts_.connection.FindByObject(sender);
   if (!characteristic) return;
   UpdateSubscription(*characteristic, true);
-  parts_.events.FireValue(CharacteristicNames(*characteristic).names, value);
+  parts_.base.events.FireValue(CharacteristicNames(*characteristic).names, value);
 }
 
 }  // namespace ble

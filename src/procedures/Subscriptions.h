@@ -3,9 +3,7 @@
 #include <string_view>
 
 #include "base/Bytes.h"
-#include "frame/ErrorState.h"
-#include "frame/Log.h"
-#include "frame/Settings.h"
+#include "frame/ComponentBase.h"
 #include "gatt/GattObjectTree.h"
 #include "procedures/AttributeDiscovery.h"
 #include "procedures/CccdReconciler.h"
@@ -20,14 +18,10 @@ namespace ble {
 class Subscriptions {
  public:
   struct Parts {
-    ErrorState& errors;
-    Events& events;
-    Log& log;
-    const Settings& settings;
+    ComponentBase& base;
+    RadioLink& link;
     Connection& connection;
     GattCall& gatt;
-    AsyncWait& wait;
-    ResultReporter& reporter;
     AttributeDiscovery& attributes;
     CharacteristicFields& fields;
   };
@@ -35,17 +29,16 @@ class Subscriptions {
   explicit Subscriptions(const Parts& parts) : parts_(parts) {}
 
   /// Method 15.
-  [[nodiscard]] ErrorCode Subscribe(std::string_view serviceId, std::string_view characteristicId);
+  Status Subscribe(std::string_view serviceId, std::string_view characteristicId);
 
   /// Method 16. Without a characteristic, every one of the service that can be subscribed; without
   /// a service too, every one discovered. The first failure ends it.
-  [[nodiscard]] ErrorCode Unsubscribe(std::string_view serviceId,
-                                      std::string_view characteristicId);
+  Status Unsubscribe(std::string_view serviceId, std::string_view characteristicId);
 
   /// The write side of `CharacteristicSubscribed`: nothing happens when the state is known to be
   /// the wanted one. `state` is the record's own or an exposed copy's.
-  [[nodiscard]] ErrorCode SetSubscription(Session& session, const CharacteristicPtr& characteristic,
-                                          CharacteristicState& state, bool subscribe);
+  Status SetSubscription(Session& session, const CharacteristicPtr& characteristic,
+                         CharacteristicState& state, bool subscribe);
 
   /// The read side: asks the device the first time and remembers the answer. False, without
   /// remembering it, when the device could not be asked.
@@ -56,9 +49,9 @@ class Subscriptions {
   void OnValueChanged(const GattCharacteristic& sender, ByteView value);
 
  private:
-  ErrorCode UnsubscribeAll(Session& session, const ServiceEntry& service);
-  ErrorCode EnsureCccd(Session& session, const CharacteristicPtr& characteristic,
-                       CharacteristicState& state);
+  Status UnsubscribeAll(Session& session, const ServiceEntry& service);
+  Status EnsureCccd(Session& session, const CharacteristicPtr& characteristic,
+                    CharacteristicState& state);
 
   Parts parts_;
 };

@@ -1,27 +1,30 @@
 #include "procedures/ValueTarget.h"
 
+#include <utility>
+
 namespace ble {
 
-[[gnu::hot]] ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
-                                       ErrorState& errors, ValueTarget& target) {
-  if (const ErrorCode code = connection.RequireConnection(target.session)) return code;
-  const GattObjectTree& tree = target.session->tree;
-  if (ids.service.empty()) return errors.Raise(failure::kNoServiceId);
-  if (ids.characteristic.empty()) return errors.Raise(failure::kNoCharacteristicId);
+[[gnu::hot]] Result<ValueTarget> FindValueTarget(const ValueIds& ids,
+                                                 const Connection& connection) {
+  auto [notConnected, session] = connection.RequireConnection();
+  if (!session) return notConnected;
+  const GattObjectTree& tree = session->tree;
+  if (ids.service.empty()) return failure::kNoServiceId;
+  if (ids.characteristic.empty()) return failure::kNoCharacteristicId;
   if (ids.descriptor.empty()) {
-    // A characteristic that is known has a service that is known.
-    target.characteristic = tree.FindCharacteristic(ids.service, ids.characteristic);
-    if (target.characteristic) return error::kSuccess;
-    (void)tree.FindService(ids.service);  // a missing service is the first thing to be told of
-    return error::kNotDiscovered;
+    auto [missing, characteristic] = tree.FindCharacteristic(ids.service, ids.characteristic);
+    if (characteristic) return ValueTarget{std::move(session), std::move(characteristic), nullptr};
+    const auto [noService, service] = tree.FindService(ids.service);
+    return service ? missing : noService;  // a missing service is reported first
   }
-  if (!tree.FindService(ids.service)) return error::kNotDiscovered;
+  if (auto [missing, service] = tree.FindService(ids.service); !service) return missing;
   // A descriptor's characteristic may belong to any service, as long as it is known.
-  if (const ErrorCode code = tree.RequireCharacteristic(ids.service, ids.characteristic)) {
-    return code;
+  if (Status status = tree.RequireCharacteristic(ids.service, ids.characteristic); !status.Ok()) {
+    return status;
   }
-  target.descriptor = tree.FindDescriptor(ids.characteristic, ids.descriptor);
-  return target.descriptor ? error::kSuccess : error::kNotDiscovered;
+  auto [missing, descriptor] = tree.FindDescriptor(ids.characteristic, ids.descriptor);
+  if (!descriptor) return missing;
+  return ValueTarget{std::move(session), nullptr, std::move(descriptor)};
 }
 
 AttributeNames NamesOf(const ValueIds& ids, const ValueTarget& target) {

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "frame/ErrorState.h"
 #include "frame/Events.h"
+#include "frame/Status.h"
 #include "gatt/GattObjectTree.h"
 #include "radio/Connection.h"
 
@@ -26,8 +26,7 @@ struct ValueTarget {
 };
 
 /// Checks the connection and the ids in the documented order and finds the record: 605, 202 or 601.
-[[nodiscard]] ErrorCode FindValueTarget(const ValueIds& ids, const Connection& connection,
-                                        ErrorState& errors, ValueTarget& target);
+Result<ValueTarget> FindValueTarget(const ValueIds& ids, const Connection& connection);
 
 /// What an event about the target says: the host's own ids, the record's UUID and name. Valid as
 /// long as both.

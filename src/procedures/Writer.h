@@ -4,8 +4,7 @@
 #include <string_view>
 
 #include "base/Bytes.h"
-#include "frame/ErrorState.h"
-#include "frame/Log.h"
+#include "frame/ComponentBase.h"
 #include "gatt/GattObjectTree.h"
 #include "procedures/CccdReconciler.h"
 #include "procedures/GattCall.h"
@@ -17,13 +16,10 @@ namespace ble {
 class Writer {
  public:
   struct Parts {
-    ErrorState& errors;
-    Events& events;
-    Log& log;
+    ComponentBase& base;
+    RadioLink& link;
     Connection& connection;
     GattCall& gatt;
-    AsyncWait& wait;
-    ResultReporter& reporter;
     CccdReconciler& reconciler;
   };
 
@@ -31,25 +27,23 @@ class Writer {
 
   /// Method 17. Writes with response and announces it by the WriteResponse event. An empty
   /// descriptor id writes the characteristic.
-  [[nodiscard]] ErrorCode WriteValue(const std::string& serviceId,
-                                     const std::string& characteristicId,
-                                     const std::string& descriptorId, ByteView value);
+  Status WriteValue(const std::string& serviceId, const std::string& characteristicId,
+                    const std::string& descriptorId, ByteView value);
 
   /// Method 10. Writes a characteristic without response; nothing is announced.
-  [[nodiscard]] ErrorCode PostValue(const std::string& serviceId,
-                                    const std::string& characteristicId, ByteView value);
+  Status PostValue(const std::string& serviceId, const std::string& characteristicId,
+                   ByteView value);
 
   /// Writes the text's bytes to the first user description descriptor discovered; 611 when there is
   /// none.
-  [[nodiscard]] ErrorCode WriteUserDescription(const GattObjectTree& tree,
-                                               const CharacteristicEntry& characteristic,
-                                               std::string_view text);
+  Status WriteUserDescription(const GattObjectTree& tree, const CharacteristicEntry& characteristic,
+                              std::string_view text);
 
  private:
-  ErrorCode WriteCharacteristicValue(const CharacteristicEntry& characteristic, ByteView value,
-                                     GattWriteOption option);
-  ErrorCode WriteDescriptorValue(const GattObjectTree& tree, const DescriptorEntry& descriptor,
-                                 ByteView value);
+  Status WriteCharacteristicValue(const CharacteristicEntry& characteristic, ByteView value,
+                                  GattWriteOption option);
+  Status WriteDescriptorValue(const GattObjectTree& tree, const DescriptorEntry& descriptor,
+                              ByteView value);
 
   Parts parts_;
 };

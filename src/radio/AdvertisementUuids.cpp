@@ -31,16 +31,15 @@ constexpr std::array<UuidSection, 3> kSolicitation{{
 /// Calls `take(data, width)` for every section of the kinds, kind by kind, until one answers a
 /// failure; returns that.
 template <class Take>
-ErrorCode ForEachSection(const BluetoothLEAdvertisement& advertisement,
-                         const std::array<UuidSection, 3>& kinds, Take take) {
+Status ForEachSection(const BluetoothLEAdvertisement& advertisement,
+                      const std::array<UuidSection, 3>& kinds, Take take) {
   for (const UuidSection& kind : kinds) {
     for (const auto& section : advertisement.DataSections()) {
       if (section.dataType != kind.dataType) continue;
-      const ErrorCode code = take(section.data, kind.width);
-      if (code != error::kSuccess) return code;
+      if (Status status = take(section.data, kind.width); !status.Ok()) return status;
     }
   }
-  return error::kSuccess;
+  return {};
 }
 
 }  // namespace
@@ -49,45 +48,43 @@ std::optional<Uuid> UuidFromAdvertisementBytes(ByteView bytes) {
   return Uuid::FromLittleEndian(bytes);
 }
 
-ErrorCode ServiceDataUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
-                           std::vector<ByteView>& values, std::string& text, ErrorState& errors) {
+Status ServiceDataUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
+                        std::vector<ByteView>& values, std::string& text) {
   uuids.clear();
   values.clear();
   text.clear();
-  const auto take = [&](ByteView data, std::size_t width) {
+  const auto take = [&](ByteView data, std::size_t width) -> Status {
     if (data.size() < width) {
-      return errors.Raise(error::kInvalidArgument,
-                          Concat("Expected byte[] length to be at least ", width,
-                                 ", but instead is ", data.size(), "."));
+      return {error::kInvalidArgument, Concat("Expected byte[] length to be at least ", width,
+                                              ", but instead is ", data.size(), ".")};
     }
     uuids.push_back(*UuidFromAdvertisementBytes(data.first(width)));
     values.push_back(data.subspan(width));
-    return error::kSuccess;
+    return {};
   };
-  const ErrorCode code = ForEachSection(advertisement, kServiceData, take);
-  if (code == error::kSuccess) JoinUuids(uuids, text);
-  return code;
+  Status status = ForEachSection(advertisement, kServiceData, take);
+  if (status.Ok()) JoinUuids(uuids, text);
+  return status;
 }
 
-ErrorCode SolicitedUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
-                         std::string& text, ErrorState& errors) {
+Status SolicitedUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
+                      std::string& text) {
   uuids.clear();
   text.clear();
-  const auto take = [&](ByteView data, std::size_t width) {
+  const auto take = [&](ByteView data, std::size_t width) -> Status {
     if (data.size() % width != 0) {
-      return errors.Raise(error::kInvalidArgument,
-                          Concat("Expected byte[] length to be a multiple of ", width,
-                                 ", but instead is ", data.size(), "."));
+      return {error::kInvalidArgument, Concat("Expected byte[] length to be a multiple of ", width,
+                                              ", but instead is ", data.size(), ".")};
     }
     for (; !data.empty(); data = data.subspan(width)) {
       const Uuid uuid = *UuidFromAdvertisementBytes(data.first(width));
       if (std::find(uuids.begin(), uuids.end(), uuid) == uuids.end()) uuids.push_back(uuid);
     }
-    return error::kSuccess;
+    return {};
   };
-  const ErrorCode code = ForEachSection(advertisement, kSolicitation, take);
-  if (code == error::kSuccess) JoinUuids(uuids, text);
-  return code;
+  Status status = ForEachSection(advertisement, kSolicitation, take);
+  if (status.Ok()) JoinUuids(uuids, text);
+  return status;
 }
 
 }  // namespace ble

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "frame/ErrorState.h"
+#include "frame/Status.h"
 #include "gatt/UuidText.h"
 #include "platform/BluetoothAdvertisement.h"
 
@@ -18,15 +18,13 @@ std::optional<Uuid> UuidFromAdvertisementBytes(ByteView bytes);
 /// 128-bit UUIDs first, then 32-bit, then 16-bit; the values point into the advertisement.
 /// Replaces `text` with the UUIDs joined with ",". A section too short for its UUID fails with 202;
 /// the lists keep what came before it, the text is then empty.
-[[nodiscard]] ErrorCode ServiceDataUuids(const BluetoothLEAdvertisement& advertisement,
-                                         std::vector<Uuid>& uuids, std::vector<ByteView>& values,
-                                         std::string& text, ErrorState& errors);
+Status ServiceDataUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
+                        std::vector<ByteView>& values, std::string& text);
 
 /// Replaces `text` with the UUIDs of the service-solicitation sections, each once, in the same
 /// order of widths. A section that is no whole number of UUIDs fails with 202 and an empty text.
 /// `uuids` is scratch space.
-[[nodiscard]] ErrorCode SolicitedUuids(const BluetoothLEAdvertisement& advertisement,
-                                       std::vector<Uuid>& uuids, std::string& text,
-                                       ErrorState& errors);
+Status SolicitedUuids(const BluetoothLEAdvertisement& advertisement, std::vector<Uuid>& uuids,
+                      std::string& text);
 
 }  // namespace ble

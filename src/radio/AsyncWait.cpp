@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <chrono>
 
-#include "base/Text.h"
-
 namespace ble {
 
 using std::chrono::milliseconds;
@@ -28,18 +26,6 @@ constexpr milliseconds kTick{1};
     left = limit - elapsed;
   }
   return true;
-}
-
-ErrorCode AsyncWait::Expire() {
-  errors_.SetLastCode(error::kTimeout);
-  return errors_.Raise(failure::kTimeout);
-}
-
-ErrorCode AsyncWait::Report(const PlatformFailure& failure) {
-  return errors_.Raise(
-      error::kPlatformFailure,
-      Concat("Platform failure [0x", Hex{static_cast<std::uint32_t>(failure.Result())},
-             "]: ", std::string_view(failure.what())));
 }
 
 }  // namespace ble

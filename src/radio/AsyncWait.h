@@ -12,14 +12,6 @@
 
 namespace ble {
 
-/// How a wait ended: with code 0 and the result (null when the operation had none), or with the
-/// code of a time-out or platform failure, whose text is stored.
-template <class T>
-struct Awaited {
-  ErrorCode code = error::kSuccess;
-  std::shared_ptr<T> result;
-};
-
 /// Turns platform operations into blocking calls bounded by the `Timeout` property. Every wait of a
 /// method is one of these. Runs on the thread that calls a method; waits nest when the host calls
 /// methods from inside a callback.
@@ -33,7 +25,8 @@ class AsyncWait {
         longestStep_(radio.pump->HasMessageQueue() ? kPumpWait : kLongestStep) {}
 
   /// Calls `start`, which returns a started `AsyncOperationPtr<T>`, and waits for the operation.
-  /// An operation whose wait expires is left alone; nobody will look at its result.
+  /// Gives its result, null when it had none, or the status of a time-out or platform failure. An
+  /// operation whose wait expires is left alone; nobody will look at its result.
   template <class Start>
   auto Await(Start start) {
     using Operation = typename std::invoke_result_t<Start>::element_type;
@@ -49,19 +42,18 @@ class AsyncWait {
   /// One pumping step on the calling thread, of at most 20 ms.
   void DoEvents() { radio_.pump->Step(kPumpWait, nullptr); }
 
-  /// Stores the text of a failure that the platform raised, and returns its code.
-  [[nodiscard]] ErrorCode Report(const PlatformFailure& failure);
-
  private:
+  /// The last error code tells of a time-out at once, also when the method goes on after it.
   template <class Start, class T>
-  Awaited<T> AwaitOperation(Start& start, AsyncOperation<T>* /*deduces T*/) {
+  Result<std::shared_ptr<T>> AwaitOperation(Start& start, AsyncOperation<T>* /*deduces T*/) {
     errors_.SetLastCode(error::kSuccess);
     try {
       const auto operation = start();
-      if (WaitFor(operation->Done(), Limit())) return {error::kSuccess, operation->GetResults()};
-      return {Expire(), nullptr};
+      if (WaitFor(operation->Done(), Limit())) return operation->GetResults();
+      errors_.SetLastCode(error::kTimeout);
+      return failure::kTimeout;
     } catch (const PlatformFailure& failure) {
-      return {Report(failure), nullptr};
+      return Status(failure);
     }
   }
 
@@ -69,8 +61,6 @@ class AsyncWait {
   static constexpr std::chrono::milliseconds kPumpWait{20};
   /// How long a step may sleep where nothing but the signal can end it.
   static constexpr std::chrono::milliseconds kLongestStep{60'000};
-
-  ErrorCode Expire();
 
   ErrorState& errors_;
   const OpenedRadio& radio_;

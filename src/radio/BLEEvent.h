@@ -29,8 +29,8 @@ class BLEEvent {
     }
   }
 
-  /// Ends delivery: waits for callbacks on other threads; later ones do nothing.
-  void Detach() { gate_.Close(); }
+  /// Closing it ends delivery.
+  CallGate& Gate() { return gate_; }
 
  private:
   std::weak_ptr<void> engine_;

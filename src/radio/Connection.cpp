@@ -8,7 +8,7 @@
 namespace ble {
 
 SessionPtr Connection::MakeSession(DevicePtr device) const {
-  return std::make_shared<Session>(parts_.errors, parts_.valueChanged, std::move(device));
+  return std::make_shared<Session>(parts_.valueChanged, std::move(device));
 }
 
 SessionPtr Connection::Replace(SessionPtr next) {
@@ -16,37 +16,38 @@ SessionPtr Connection::Replace(SessionPtr next) {
   return std::exchange(current_, std::move(next));
 }
 
-ErrorCode Connection::Connect(std::string_view serverId) {
+Status Connection::Connect(std::string_view serverId) {
   const std::string id(TrimBlanks(serverId));
-  if (id.empty() || EqualsIgnoringCase(id, Current()->Server().View())) return error::kSuccess;
-  if (const ErrorCode code = parts_.scanner.StopScanning(); code != error::kSuccess) return code;
-  if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
+  if (id.empty() || EqualsIgnoringCase(id, Current()->Server().View())) return {};
+  if (Status status = parts_.scanner.StopScanning(); !status.Ok()) return status;
+  if (Status status = Disconnect(); !status.Ok()) return status;
 
   const std::uint64_t address = ParseServerId(id);
-  Radio& radio = *parts_.radio.radio;
+  Radio& radio = parts_.link.Get();
   ApplyTimeout();
-  auto device = parts_.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
-  if (device.code != error::kSuccess) return device.code;
-  if (!device.result) return Fail(id);
+  auto [status, device] =
+      parts_.link.wait.Await([&] { return radio.DeviceFromBluetoothAddressAsync(address); });
+  if (!status.Ok()) return status;
+  if (!device) return Fail(id);
 
   // Meanwhile the host may have connected from inside the Disconnected event.
-  if (EqualsIgnoringCase(id, Current()->Server().View())) return error::kSuccess;
-  if (const ErrorCode code = Disconnect(); code != error::kSuccess) return code;
-  Adopt(std::move(device.result), id);
-  return error::kSuccess;
+  if (EqualsIgnoringCase(id, Current()->Server().View())) return {};
+  if (Status status = Disconnect(); !status.Ok()) return status;
+  Adopt(std::move(device), id);
+  return {};
 }
 
-ErrorCode Connection::Fail(std::string_view serverId) {
+Status Connection::Fail(std::string_view serverId) {
   const std::string message = Concat("Connection to server ID ", serverId, " was unsuccessful.");
-  parts_.log.Write(LogLevel::Information, log_type::kConnection, message);
-  parts_.events.FireConnected(error::kConnectFailed, message.c_str());
-  return parts_.errors.Raise(error::kConnectFailed, message);
+  parts_.base.log.Write(LogLevel::Information, log_type::kConnection, message);
+  parts_.base.events.FireConnected(error::kConnectFailed, message.c_str());
+  return {error::kConnectFailed, message};
 }
 
 void Connection::Adopt(DevicePtr device, std::string_view serverId) {
   const SessionPtr session = MakeSession(device);
   // Runs `handle`, which gets the session too, as long as both the engine and the session live.
-  const auto delivering = [this, bridge = parts_.bridge,
+  const auto delivering = [this, bridge = parts_.link.bridge,
                            weak = std::weak_ptr(session)](auto handle) {
     return [this, bridge, weak, handle](const auto&... args) {
       bridge->Deliver([&] {
@@ -62,9 +63,9 @@ void Connection::Adopt(DevicePtr device, std::string_view serverId) {
 
   device.reset();  // the session has it, for as long as the host wants
   Replace(session)->End();
-  parts_.log.Write(LogLevel::Information, log_type::kConnection,
-                   "Successfully connected to server ID ", serverId, ".");
-  parts_.events.FireConnected(error::kSuccess, "OK");
+  parts_.base.log.Write(LogLevel::Information, log_type::kConnection,
+                        "Successfully connected to server ID ", serverId, ".");
+  parts_.base.events.FireConnected(error::kSuccess, "OK");
 
   device = session->Device();
   if (!device) return;
@@ -76,28 +77,28 @@ void Connection::Adopt(DevicePtr device, std::string_view serverId) {
     OnConnectionStatusChanged(*session);
 }
 
-ErrorCode Connection::Disconnect() {
+Status Connection::Disconnect() {
   const SessionPtr session = Current();
   const ServerId id = session->Server();
-  if (id.View().empty()) return error::kSuccess;
-  parts_.log.Write(LogLevel::Information, log_type::kConnection, "Disconnecting from server ID ",
-                   id.View(), ".");
+  if (id.View().empty()) return {};
+  parts_.base.log.Write(LogLevel::Information, log_type::kConnection,
+                        "Disconnecting from server ID ", id.View(), ".");
   {
     SessionPtr none = MakeSession(nullptr);
     const std::lock_guard lock(mutex_);
-    if (current_ != session) return error::kSuccess;  // another call was faster
+    if (current_ != session) return {};  // another call was faster
     current_.swap(none);
   }
   session->End();
-  parts_.log.Write(LogLevel::Information, log_type::kConnection, "Disconnected from server ID ",
-                   id.View(), ".");
-  parts_.events.FireDisconnected(error::kSuccess, "OK");
-  return error::kSuccess;
+  parts_.base.log.Write(LogLevel::Information, log_type::kConnection,
+                        "Disconnected from server ID ", id.View(), ".");
+  parts_.base.events.FireDisconnected(error::kSuccess, "OK");
+  return {};
 }
 
-ErrorCode Connection::Select(std::string_view serviceId, std::string_view characteristicId) const {
-  SessionPtr session;
-  if (const ErrorCode code = RequireConnection(session)) return code;
+Status Connection::Select(std::string_view serviceId, std::string_view characteristicId) const {
+  const auto [notConnected, session] = RequireConnection();
+  if (!session) return notConnected;
   return session->selection.Select(serviceId, characteristicId);
 }
 
@@ -111,32 +112,34 @@ ErrorCode Connection::Select(std::string_view serviceId, std::string_view charac
   return current_->tree.FindCharacteristicByObject(object);
 }
 
-[[gnu::hot]] ErrorCode Connection::RequireConnection(SessionPtr& session) const {
-  session = Current();
-  return session->IsLive() ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
+[[gnu::hot]] Result<SessionPtr> Connection::RequireConnection() const {
+  SessionPtr session = Current();
+  if (!session->IsLive()) return failure::kNotConnected;
+  return session;
 }
 
-ErrorCode Connection::RequireSame(const Session& session) const {
-  return session.Device() ? error::kSuccess : parts_.errors.Raise(failure::kNotConnected);
+Status Connection::RequireSame(const Session& session) const {
+  return session.Device() ? Status() : failure::kNotConnected;
 }
 
 std::string Connection::ServerName() const {
   std::string name;
-  parts_.codec.ToNarrowLossy(Current()->Name().value_or(u""), name);
+  parts_.base.codec.ToNarrowLossy(Current()->Name().value_or(u""), name);
   return name;
 }
 
 void Connection::OnConnectionStatusChanged(Session& session) {
   const auto status = session.LinkStatus();
   if (!status) return;
-  parts_.log.Write(LogLevel::Debug, log_type::kDebug, "System updated device connection status to ",
-                   Quoted{EnumText(*status)}, ".");
+  parts_.base.log.Write(LogLevel::Debug, log_type::kDebug,
+                        "System updated device connection status to ", Quoted{EnumText(*status)},
+                        ".");
   const bool isUp = *status == BluetoothConnectionStatus::Connected;
   if (!session.NoteLink(isUp)) return;
   if (isUp) {
-    parts_.events.FireConnected(error::kSuccess, "Online");
+    parts_.base.events.FireConnected(error::kSuccess, "Online");
   } else {
-    parts_.events.FireDisconnected(error::kSuccess, "Offline");
+    parts_.base.events.FireDisconnected(error::kSuccess, "Offline");
   }
 }
 
@@ -144,19 +147,19 @@ void Connection::OnNameChanged(const Session& session) {
   const auto wide = session.Name();
   if (!wide) return;
   std::string name;
-  parts_.codec.ToNarrowLossy(*wide, name);
-  parts_.log.Write(LogLevel::Detail, log_type::kVerbose, "Server's name has changed to ", name,
-                   ".");
-  parts_.events.FireServerUpdate(name.c_str(), "");
+  parts_.base.codec.ToNarrowLossy(*wide, name);
+  parts_.base.log.Write(LogLevel::Detail, log_type::kVerbose, "Server's name has changed to ", name,
+                        ".");
+  parts_.base.events.FireServerUpdate(name.c_str(), "");
 }
 
 void Connection::OnGattServicesChanged(const Session& session,
                                        const GattServicesChangedEventArgs& args) {
   if (!session.Device()) return;
   std::string text;
-  parts_.codec.ToNarrowLossy(args.text, text);
-  parts_.log.Write(LogLevel::Detail, log_type::kVerbose, "Server's services have changed.");
-  parts_.events.FireServerUpdate("", text.c_str());
+  parts_.base.codec.ToNarrowLossy(args.text, text);
+  parts_.base.log.Write(LogLevel::Detail, log_type::kVerbose, "Server's services have changed.");
+  parts_.base.events.FireServerUpdate("", text.c_str());
 }
 
 }  // namespace ble

@@ -5,12 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "frame/ErrorState.h"
-#include "frame/Log.h"
-#include "frame/TextCodec.h"
+#include "frame/ComponentBase.h"
 #include "platform/Radio.h"
-#include "radio/AsyncWait.h"
-#include "radio/BLEEvent.h"
+#include "radio/RadioLink.h"
 #include "radio/Scanner.h"
 #include "radio/ServerId.h"
 #include "radio/Session.h"
@@ -21,14 +18,9 @@ namespace ble {
 class Connection {
  public:
   struct Parts {
-    ErrorState& errors;
-    Events& events;
-    Log& log;
-    const TextCodec& codec;
-    const OpenedRadio& radio;
-    AsyncWait& wait;
+    ComponentBase& base;
+    RadioLink& link;
     Scanner& scanner;
-    std::shared_ptr<BLEEvent> bridge;
     /// Registered on every characteristic that is discovered.
     Session::ValueChanged::Handler valueChanged;
   };
@@ -38,17 +30,16 @@ class Connection {
   /// Obtains the device with an address, after stopping a scan and leaving the previous server.
   /// Nothing happens for an empty id and for the server that is connected already. Fails with 301
   /// or 604. The radio link itself is opened by the first GATT operation.
-  [[nodiscard]] ErrorCode Connect(std::string_view serverId);
+  Status Connect(std::string_view serverId);
 
   /// Tells the radio how long calls wait; when that has changed.
-  void ApplyTimeout() { parts_.radio.radio->SetWaitLimit(parts_.wait.Limit()); }
+  void ApplyTimeout() { parts_.link.Get().SetWaitLimit(parts_.link.wait.Limit()); }
 
   /// Forgets what was discovered and releases the device; nothing happens without one.
-  [[nodiscard]] ErrorCode Disconnect();
+  Status Disconnect();
 
   /// Selects a service and a characteristic, as `Selection` does; needs a connection.
-  [[nodiscard]] ErrorCode Select(std::string_view serviceId,
-                                 std::string_view characteristicId) const;
+  Status Select(std::string_view serviceId, std::string_view characteristicId) const;
 
   /// What the instance is connected with; never null.
   SessionPtr Current() const;
@@ -57,12 +48,12 @@ class Connection {
   /// over.
   CharacteristicPtr FindByObject(const GattCharacteristic& object) const;
 
-  /// 0 and the current session while it is live, else 605.
-  [[nodiscard]] ErrorCode RequireConnection(SessionPtr& session) const;
+  /// The current session while it is live, else 605.
+  Result<SessionPtr> RequireConnection() const;
 
   /// 605 when a session is over: a host may disconnect from inside an event in the middle of a
   /// procedure.
-  [[nodiscard]] ErrorCode RequireSame(const Session& session) const;
+  Status RequireSame(const Session& session) const;
 
   /// Empty when not connected.
   std::string ServerName() const;
@@ -72,7 +63,7 @@ class Connection {
 
   SessionPtr MakeSession(DevicePtr device) const;
   SessionPtr Replace(SessionPtr next);
-  [[nodiscard]] ErrorCode Fail(std::string_view serverId);
+  Status Fail(std::string_view serverId);
   void Adopt(DevicePtr device, std::string_view serverId);
 
   /// Handlers on the device of a session, which may be over by now.

@@ -28,11 +28,9 @@ AdvertisementReport HeldAdvertisement::Hold(const BluetoothLEAdvertisementReceiv
   codec.ToNarrowLossy(args.advertisement.LocalName(), name_);
   JoinUuids(args.advertisement.ServiceUuids(), serviceUuids_);
 
-  // A stranger's malformed packet is not a failure of this instance: its messages stay here.
-  ErrorState ignored;
-  (void)ServiceDataUuids(*advertisement_, serviceDataUuids_, serviceDataValues_, servicesWithData_,
-                         ignored);
-  (void)SolicitedUuids(*advertisement_, solicitedUuids_, solicitedServiceUuids_, ignored);
+  // A malformed packet is not a failure of this instance.
+  (void)ServiceDataUuids(*advertisement_, serviceDataUuids_, serviceDataValues_, servicesWithData_);
+  (void)SolicitedUuids(*advertisement_, solicitedUuids_, solicitedServiceUuids_);
 
   AdvertisementReport report;
   report.serverId = serverId_.c_str();

@@ -3,6 +3,7 @@
 #include <array>
 #include <string_view>
 
+#include "base/Text.h"
 #include "radio/EnumText.h"
 
 namespace ble {
@@ -44,48 +45,45 @@ constexpr bool IsApplicationError(std::uint8_t value) {
   return value >= 0x80 && value <= 0x9F;
 }
 
-ErrorCode MapProtocolError(std::uint8_t value, ErrorState& errors) {
+Status MapProtocolError(std::uint8_t value) {
   for (const ProtocolErrorInfo& info : kProtocolErrors) {
     if (info.value != value) continue;
-    return errors.Raise(info.code, Concat("Protocol error returned during communication: [", value,
-                                          "] {", value, "}. ", info.reason));
+    return {info.code, Concat("Protocol error returned during communication: [", value, "] {",
+                              value, "}. ", info.reason)};
   }
   if (IsApplicationError(value)) {
     // The brace is never closed: hosts know the text as it is.
-    return errors.Raise(error::kApplicationError,
-                        Concat("Application-specific protocol error {", value, " (0x", Hex{value},
-                               ") returned during communication. Consult the remote device's "
-                               "documentation for more information."));
+    return {error::kApplicationError,
+            Concat("Application-specific protocol error {", value, " (0x", Hex{value},
+                   ") returned during communication. Consult the remote device's documentation "
+                   "for more information.")};
   }
-  return errors.Raise(error::kUnknownProtocolError,
-                      Concat("Unknown protocol error ", value, " (0x", Hex{value},
-                             ") returned during communication."));
+  return {error::kUnknownProtocolError, Concat("Unknown protocol error ", value, " (0x", Hex{value},
+                                               ") returned during communication.")};
 }
 
 }  // namespace
 
-[[gnu::hot]] ErrorCode MapGattResult(GattCommunicationStatus status, std::uint8_t protocolError,
-                                     ErrorState& errors) {
+[[gnu::hot]] Status MapGattResult(GattCommunicationStatus status, std::uint8_t protocolError) {
   using enum GattCommunicationStatus;
   switch (status) {
     case Success:
-      return error::kSuccess;
+      return {};
     case Unreachable:
-      return errors.Raise(failure::kUnreachable);
+      return failure::kUnreachable;
     case ProtocolError:
-      return MapProtocolError(protocolError, errors);
+      return MapProtocolError(protocolError);
     case AccessDenied:
-      return errors.Raise(failure::kAccessDenied);
+      return failure::kAccessDenied;
   }
-  return error::kSuccess;
+  return {};
 }
 
-[[gnu::hot]] ErrorCode ResultReporter::ReportGattResult(const GattResult& result,
-                                                        const char* logType) {
+[[gnu::hot]] Status ReportGattResult(const GattResult& result, Log& log, const char* logType) {
   const std::uint8_t protocolError = result.protocolError.value_or(0);
-  log_.Write(LogLevel::Debug, logType, "BLE Result Status: ", EnumText(result.status),
-             " (Protocol Code: ", protocolError, ").");
-  return MapGattResult(result.status, protocolError, errors_);
+  log.Write(LogLevel::Debug, logType, "BLE Result Status: ", EnumText(result.status),
+            " (Protocol Code: ", protocolError, ").");
+  return MapGattResult(result.status, protocolError);
 }
 
 }  // namespace ble

@@ -2,28 +2,18 @@
 
 #include <cstdint>
 
-#include "frame/ErrorState.h"
 #include "frame/Log.h"
+#include "frame/Status.h"
 #include "platform/Gatt.h"
 
 namespace ble {
 
-/// The code of a GATT outcome, with its message stored when it is not 0. `protocolError` is the ATT
-/// error byte, 0 when there was none. An unknown status counts as success.
-[[nodiscard]] ErrorCode MapGattResult(GattCommunicationStatus status, std::uint8_t protocolError,
-                                      ErrorState& errors);
+/// The status of a GATT outcome. `protocolError` is the ATT error byte, 0 when there was none. An
+/// unknown communication status counts as success.
+Status MapGattResult(GattCommunicationStatus status, std::uint8_t protocolError);
 
-/// Logs and maps the outcome of every GATT operation.
-class ResultReporter {
- public:
-  ResultReporter(ErrorState& errors, Log& log) : errors_(errors), log_(log) {}
-
-  /// Writes the status line at level 3 under the procedure's log type and returns the code.
-  [[nodiscard]] ErrorCode ReportGattResult(const GattResult& result, const char* logType);
-
- private:
-  ErrorState& errors_;
-  Log& log_;
-};
+/// Maps the outcome of a GATT operation after writing it to the log, at level 3 under the
+/// procedure's log type.
+Status ReportGattResult(const GattResult& result, Log& log, const char* logType);
 
 }  // namespace ble

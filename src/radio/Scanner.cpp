@@ -32,26 +32,25 @@ Scanner::~Scanner() {
   }
 }
 
-ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
-  if (IsScanning()) return error::kSuccess;
-  if (const ErrorCode code = CheckAdapter(); code != error::kSuccess) return code;
+Status Scanner::StartScanning(std::string_view serviceUuids) {
+  if (IsScanning()) return {};
+  if (Status status = CheckAdapter(); !status.Ok()) return status;
   Scan scan = MakeScan();
   const std::shared_ptr<Watcher> watcher = scan.watcher;
-  if (!watcher) return parts_.errors.Raise(failure::kNoResult);
+  if (!watcher) return failure::kNoResult;
 
-  BluetoothLEAdvertisementFilter filter;
-  const ErrorCode code = ParseUuidList(serviceUuids, filter.serviceUuids, parts_.errors);
-  if (code != error::kSuccess) return code;
+  auto [status, uuids] = ParseUuidList(serviceUuids);
+  if (!status.Ok()) return status;
   std::string filterText;
-  JoinUuids(filter.serviceUuids, filterText);
-  watcher->SetAdvertisementFilter(std::move(filter));
+  JoinUuids(uuids, filterText);
+  watcher->SetAdvertisementFilter({std::move(uuids)});
   watcher->SetScanningMode(activeScanning_ != 0 ? BluetoothLEScanningMode::Active
                                                 : BluetoothLEScanningMode::Passive);
 
-  parts_.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is starting.");
-  parts_.log.Write(LogLevel::Debug, log_type::kScanning,
-                   "Scanning parameters:\r\n\tActive scanning: ", activeScanning_.load(),
-                   "\r\n\tService UUIDs: ", filterText, ".");
+  parts_.base.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is starting.");
+  parts_.base.log.Write(LogLevel::Debug, log_type::kScanning,
+                        "Scanning parameters:\r\n\tActive scanning: ", activeScanning_.load(),
+                        "\r\n\tService UUIDs: ", filterText, ".");
   const Latch::SignalPtr begun = watcher->Begun();
   Replace(std::move(scan));
   try {
@@ -60,31 +59,31 @@ ErrorCode Scanner::StartScanning(std::string_view serviceUuids) {
     Replace({});  // there is nothing to stop
     throw;
   }
-  const std::chrono::seconds limit(parts_.settings.Integer(Setting::ScanStartedTimeout));
-  if (limit.count() > 0) (void)parts_.wait.WaitFor(*begun, limit);
+  const std::chrono::seconds limit(parts_.base.settings.Integer(Setting::ScanStartedTimeout));
+  if (limit.count() > 0) (void)parts_.link.wait.WaitFor(*begun, limit);
   if (watcher->Status() != WatcherStatus::Started) {
-    parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning failed to start.");
-    return error::kSuccess;
+    parts_.base.log.Write(LogLevel::Information, log_type::kScanning, "Scanning failed to start.");
+    return {};
   }
-  parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning started.");
-  parts_.events.FireStartScan(filterText.c_str());
-  return error::kSuccess;
+  parts_.base.log.Write(LogLevel::Information, log_type::kScanning, "Scanning started.");
+  parts_.base.events.FireStartScan(filterText.c_str());
+  return {};
 }
 
-ErrorCode Scanner::CheckAdapter() {
-  const auto adapter =
-      parts_.wait.Await([&] { return parts_.radio.radio->GetDefaultAdapterAsync(); });
-  if (adapter.code == error::kPlatformFailure) return adapter.code;
-  if (!adapter.result) return parts_.errors.Raise(failure::kNoAdapter);
-  if (!adapter.result->IsLowEnergySupported()) return parts_.errors.Raise(failure::kNoLowEnergy);
-  return error::kSuccess;
+Status Scanner::CheckAdapter() {
+  const auto [status, adapter] =
+      parts_.link.wait.Await([&] { return parts_.link.Get().GetDefaultAdapterAsync(); });
+  if (status.Code() == error::kPlatformFailure) return status;
+  if (!adapter) return failure::kNoAdapter;
+  if (!adapter->IsLowEnergySupported()) return failure::kNoLowEnergy;
+  return {};
 }
 
 Scanner::Scan Scanner::MakeScan() {
   Scan scan;
-  scan.watcher = parts_.radio.radio->CreateAdvertisementWatcher();
+  scan.watcher = parts_.link.Get().CreateAdvertisementWatcher();
   if (!scan.watcher) return scan;
-  const auto bridge = parts_.bridge;
+  const auto bridge = parts_.link.bridge;
   scan.received = scan.watcher->OnReceived(
       [this, bridge](const auto& args) { bridge->Deliver([&] { OnReceived(args); }); });
   scan.stopped = scan.watcher->OnStopped([this, bridge](const auto& watcher, const auto& args) {
@@ -109,15 +108,15 @@ std::shared_ptr<Scanner::Watcher> Scanner::LatestWatcher() const {
   return scan_.watcher;
 }
 
-ErrorCode Scanner::StopScanning() {
+Status Scanner::StopScanning() {
   const std::shared_ptr<Watcher> watcher = LatestWatcher();
-  if (!watcher || IsOver(*watcher)) return error::kSuccess;
-  parts_.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is stopping.");
+  if (!watcher || IsOver(*watcher)) return {};
+  parts_.base.log.Write(LogLevel::Detail, log_type::kScanning, "Scanning is stopping.");
   const Latch::SignalPtr over = watcher->Over();
   watcher->Stop();
-  if (!Listens(*watcher)) return error::kSuccess;
-  if (parts_.wait.WaitFor(*over, parts_.wait.Limit())) return error::kSuccess;
-  return parts_.errors.Raise(failure::kTimeout);
+  if (!Listens(*watcher)) return {};
+  if (parts_.link.wait.WaitFor(*over, parts_.link.wait.Limit())) return {};
+  return failure::kTimeout;
 }
 
 bool Scanner::IsScanning() const {
@@ -125,10 +124,10 @@ bool Scanner::IsScanning() const {
   return watcher && Listens(*watcher);
 }
 
-ErrorCode Scanner::SetActiveScanning(std::int32_t value) {
-  if (value != activeScanning_ && IsScanning()) return parts_.errors.Raise(failure::kScanningNow);
+Status Scanner::SetActiveScanning(std::int32_t value) {
+  if (value != activeScanning_ && IsScanning()) return failure::kScanningNow;
   activeScanning_ = value;
-  return error::kSuccess;
+  return {};
 }
 
 const HeldAdvertisement* Scanner::CurrentAdvertisement() const {
@@ -158,24 +157,24 @@ void Scanner::PutBack(HeldAdvertisement* held) {
 
 [[gnu::hot]] void Scanner::OnReceived(const BluetoothLEAdvertisementReceivedEventArgs& args) {
   const Lease held = TakeIdle();
-  parts_.events.FireAdvertisement(held->Hold(args, parts_.codec));
+  parts_.base.events.FireAdvertisement(held->Hold(args, parts_.base.codec));
 }
 
 void Scanner::OnStopped(const Watcher& watcher,
                         const BluetoothLEAdvertisementWatcherStoppedEventArgs& args) {
   const char* reason = EnumText(args.error);
   if (watcher.Status() == WatcherStatus::Aborted) {
-    parts_.events.FireError(
+    parts_.base.events.FireError(
         error::kScanAborted,
         Concat("Scanning was aborted for the following reason: ", std::string_view(reason))
             .c_str());
   } else {
-    parts_.log.Write(LogLevel::Information, log_type::kScanning, "Scanning stopped.");
+    parts_.base.log.Write(LogLevel::Information, log_type::kScanning, "Scanning stopped.");
   }
   if (args.error == BluetoothError::Success) {
-    parts_.events.FireStopScan(error::kSuccess, "");
+    parts_.base.events.FireStopScan(error::kSuccess, "");
   } else {
-    parts_.events.FireStopScan(error::kScanAborted, reason);
+    parts_.base.events.FireStopScan(error::kScanAborted, reason);
   }
 }
 

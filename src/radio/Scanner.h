@@ -10,14 +10,10 @@
 #include <utility>
 #include <vector>
 
-#include "frame/ErrorState.h"
-#include "frame/Log.h"
-#include "frame/Settings.h"
-#include "frame/TextCodec.h"
+#include "frame/ComponentBase.h"
 #include "platform/Radio.h"
-#include "radio/AsyncWait.h"
-#include "radio/BLEEvent.h"
 #include "radio/HeldAdvertisement.h"
+#include "radio/RadioLink.h"
 
 namespace ble {
 
@@ -25,14 +21,8 @@ namespace ble {
 class Scanner {
  public:
   struct Parts {
-    ErrorState& errors;
-    Events& events;
-    Log& log;
-    const Settings& settings;
-    const TextCodec& codec;
-    const OpenedRadio& radio;
-    AsyncWait& wait;
-    std::shared_ptr<BLEEvent> bridge;
+    ComponentBase& base;
+    RadioLink& link;
   };
 
   explicit Scanner(const Parts& parts) : parts_(parts) {}
@@ -42,18 +32,18 @@ class Scanner {
 
   /// Starts scanning for advertisers of all the listed services (a UUID list; empty: everything)
   /// and waits `ScanStartedTimeout` seconds for the radio to listen. Does nothing while scanning.
-  [[nodiscard]] ErrorCode StartScanning(std::string_view serviceUuids);
+  Status StartScanning(std::string_view serviceUuids);
 
   /// Stops scanning and waits until the radio has stopped, at most `Timeout` seconds. A scan that
   /// the radio has not begun in time does not begin any more.
-  [[nodiscard]] ErrorCode StopScanning();
+  Status StopScanning();
 
   /// Whether the radio listens, or is about to stop listening.
   bool IsScanning() const;
 
   std::int32_t ActiveScanning() const { return activeScanning_; }
   /// Takes effect at the next start; 602 when it would change during a scan.
-  [[nodiscard]] ErrorCode SetActiveScanning(std::int32_t value);
+  Status SetActiveScanning(std::int32_t value);
 
   /// The advertisement that the calling thread is reporting; null outside its Advertisement event
   /// and on every other thread.
@@ -70,7 +60,7 @@ class Scanner {
     EventToken stopped;
   };
 
-  [[nodiscard]] ErrorCode CheckAdapter();
+  Status CheckAdapter();
   Scan MakeScan();
   /// Makes `next` the scan of this instance. The one before it, if it is not over, ends without an
   /// event: it was late to begin.

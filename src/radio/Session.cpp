@@ -4,9 +4,9 @@
 
 namespace ble {
 
-Session::Session(ErrorState& errors, const ValueChanged::Handler& valueChanged, DevicePtr device)
-    : tree(errors, valueChanged),
-      selection(tree, errors),
+Session::Session(const ValueChanged::Handler& valueChanged, DevicePtr device)
+    : tree(valueChanged),
+      selection(tree),
       device_(std::move(device)),
       isLive_(device_ != nullptr) {}
 

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "frame/ErrorState.h"
 #include "gatt/GattObjectTree.h"
 #include "gatt/Selection.h"
 #include "platform/Radio.h"
@@ -24,7 +23,7 @@ class Session {
   using DevicePtr = std::shared_ptr<BluetoothLEDevice>;
   using ValueChanged = GattCharacteristic::ValueChanged;
 
-  Session(ErrorState& errors, const ValueChanged::Handler& valueChanged, DevicePtr device);
+  Session(const ValueChanged::Handler& valueChanged, DevicePtr device);
 
   /// Null once the session is over, and in one without a server. Not to be held during a wait or an
   /// event: the link ends when the last reference is gone.
