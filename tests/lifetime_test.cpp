@@ -170,6 +170,43 @@ TEST(ReturnSlots, EndWithTheirThreadOrWithTheirInstance) {
   EXPECT_EQ(record.use_count(), 1);
 }
 
+TEST(ReturnedTexts, OfSeveralRecordsAreValidAtOnce) {
+  Host host(R"({"peripherals": [{"address": "00A050C4E2F1", "services": [
+    {"id": "a", "uuid": "180A", "handle": 1},
+    {"id": "b", "uuid": "180F", "handle": 16, "includes": ["a"], "characteristics": [
+      {"uuid": "2A19", "handle": 18, "properties": ["read"], "value": "00", "descriptors": [
+        {"userDescription": "First"}, {"presentationFormat": {"format": "uint8", "unit": "27AD"}}]},
+      {"uuid": "2A1C", "handle": 32, "properties": ["read"], "value": "00", "descriptors": [
+        {"userDescription": "Second"},
+        {"presentationFormat": {"format": "uint8", "unit": "272F"}}]}]},
+    {"id": "c", "uuid": "1809", "handle": 64, "includes": ["b"]}]}]})");
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
+  ASSERT_EQ(host.Discover(), 0);
+  for (const char* including : {"001000000000", "004000000000"})
+    ASSERT_EQ(host.Discover("", "", false, including), 0);
+  ASSERT_EQ(host.Do(CORVANEBLE_METHOD_SELECT, {"001000000000", ""}), 0);
+  const struct {
+    std::int32_t property;
+    std::int32_t indexes[2];
+    const char* texts[2];
+  } cases[] = {
+      {CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, {0, 1}, {"First", "Second"}},
+      {CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_UNIT,
+       {0, 1},
+       {"000027AD-0000-1000-8000-00805F9B34FB", "0000272F-0000-1000-8000-00805F9B34FB"}},
+      {CORVANEBLE_PROPERTY_SERVICE_INCLUDED_SVC_IDS, {1, 2}, {"000100000000", "001000000000"}},
+      {CORVANEBLE_PROPERTY_SERVICE_PARENT_SVC_IDS, {0, 1}, {"001000000000", "004000000000"}},
+  };
+  std::vector<std::pair<const char*, const char*>> held;  // what was returned, what it says
+  for (const auto& [property, indexes, texts] : cases) {
+    for (int i : {0, 1, 1, 0}) {
+      held.emplace_back(reinterpret_cast<const char*>(host.Get(property, indexes[i])), texts[i]);
+    }
+  }
+  for (const auto& [returned, text] : held)
+    EXPECT_STREQ(returned, text);
+}
+
 /// Ends the process while eight instances scan, their names converted on the radios' threads.
 [[noreturn]] void EndInTheMiddleOfScans() {
   static std::atomic<int> heard;

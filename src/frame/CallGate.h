@@ -12,14 +12,19 @@ namespace ble {
 class CallGate {
  public:
   /// Permission for one call, on the stack of its thread; given back when it dies. False when the
-  /// gate was closed.
+  /// gate was closed. Inside another pass of the thread it costs no more than a look at the gate.
   class Pass {
    public:
-    explicit Pass(CallGate& gate) : gate_(gate), isInside_(gate.Enter()), outer_(innermost) {
-      if (isInside_) innermost = this;
+    explicit Pass(CallGate& gate) : gate_(gate), outer_(innermost) {
+      if (gate.HasThisThread()) {
+        isInside_ = (gate.calls_ & kClosed) == 0;
+      } else if (gate.Enter()) {
+        isInside_ = isCounted_ = true;
+        innermost = this;
+      }
     }
     ~Pass() {
-      if (!isInside_) return;
+      if (!isCounted_) return;
       innermost = outer_;
       gate_.Leave();
     }
@@ -32,8 +37,9 @@ class CallGate {
     friend class CallGate;
 
     CallGate& gate_;
-    const bool isInside_;
-    const Pass* const outer_;
+    const Pass* const outer_;  ///< this thread's pass of another gate
+    bool isInside_ = false;
+    bool isCounted_ = false;
 
     inline static thread_local constinit const Pass* innermost = nullptr;
   };
@@ -43,9 +49,10 @@ class CallGate {
   CallGate& operator=(const CallGate&) = delete;
 
   void Close() {
+    const std::uint32_t own = HasThisThread() ? 1 : 0;
     std::unique_lock lock(mutex_);
     calls_ |= kClosed;
-    left_.wait(lock, [this, own = CallsOfThisThread()] { return (calls_ & ~kClosed) <= own; });
+    left_.wait(lock, [&] { return (calls_ & ~kClosed) <= own; });
   }
 
  private:
@@ -63,14 +70,13 @@ class CallGate {
     left_.notify_all();
   }
 
-  std::uint32_t CallsOfThisThread() const {
-    std::uint32_t calls = 0;
+  bool HasThisThread() const {
     for (const Pass* pass = Pass::innermost; pass != nullptr; pass = pass->outer_)
-      if (&pass->gate_ == this) ++calls;
-    return calls;
+      if (&pass->gate_ == this) return true;
+    return false;
   }
 
-  std::atomic<std::uint32_t> calls_{0};  // those inside, and kClosed
+  std::atomic<std::uint32_t> calls_{0};  // threads inside, and kClosed
   std::mutex mutex_;                     // guards the wait for their end
   std::condition_variable left_;
 };
