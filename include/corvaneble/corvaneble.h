@@ -1,10 +1,10 @@
 /*
- * CorvaneBLE: Bluetooth Low Energy for any program that can call C functions.
+ * CorvaneBLE: a Bluetooth Low Energy GATT client with a C interface.
  *
- * An instance scans for devices, connects to one of them (the server), discovers its services,
- * characteristics and descriptors, reads and writes their values and subscribes to them. It is
- * driven by numbers: properties are read with Get and written with Set, methods are called with
- * Do, and 13 events arrive through one callback given to Create.
+ * An instance scans for devices and connects to one of them, the server. It discovers the services,
+ * characteristics and descriptors of the server, reads and writes their values and subscribes to
+ * them. Get and Set read and write numbered properties, Do calls numbered methods, and one callback
+ * receives numbered events.
  *
  *     static int32_t CORVANEBLE_CALL OnEvent(void* userData, int32_t eventId, int32_t paramCount,
  *                                            const intptr_t* params, const int32_t* lengths) {
@@ -23,48 +23,52 @@
  *
  * Conventions
  *
- * - Codes. Set, Do and CheckIndex return 0 or an error code (CorvaneBLE_Error). The code and a text
- *   are kept for GetLastErrorCode and GetLastError, except for Set's -1 and 432, CheckIndex's 280
- *   and the codes of the two conversions, which are only returned. A success sets the code to 0 and
- *   leaves the text unchanged. No exception crosses this boundary.
- * - Values are pointer-sized (intptr_t). An integer or a boolean is the value itself; a text is a
- *   pointer to NUL-terminated text; bytes are a pointer, with their count in the `lengths` array.
- *   A null text counts as the empty one.
- * - Texts are narrow, in the code page of the instance (the system's own unless the setting
- *   "CodePage" says otherwise; UTF-8 on Linux), or UTF-16 (16-bit units, as char16_t) when
- *   CORVANEBLE_WIDE is added to the property or method number.
- * - Lifetimes. A pointer that is handed out belongs to the instance. It is valid until the same
- *   thread asks for the same value again, until that thread ends, or until what it describes is
- *   gone (Disconnect, Destroy). What an event delivers is valid while the callback runs.
- * - Identifiers. A service, characteristic or descriptor is named by 12 hexadecimal digits: the
- *   attribute handles of the three levels, "0000" where one does not apply. A server is named by
- *   its 48-bit Bluetooth address as 12 hexadecimal digits, most significant byte first. Both are
- *   handed out in upper case and accepted in either case. In an address, a pair of characters that
- *   is missing or not hexadecimal counts as FF: no text is refused, and a mistyped one names a
- *   device that does not exist (604).
- * - UUIDs are handed out as 36 upper-case characters ("0000180D-0000-1000-8000-00805F9B34FB") and
- *   accepted as 4, 8 or 32 hexadecimal digits too. Lists of them are separated by commas. Blanks
- *   around a UUID, and "0x" or "-" anywhere in it, are ignored. Of the rest only the length is
- *   checked (600); a pair that is not hexadecimal counts as FF. A call with a mistyped UUID may
- *   therefore find nothing and return 0.
- * - Threads. One host thread at a time may use an instance; different instances are independent.
- *   Events that a method raises arrive on the calling thread, inside the call. Advertisements,
- *   notifications and changes of the link or the server arrive on threads of the platform, at any
- *   time, several at once. Any function may be called from inside the callback, Destroy included.
- *   Once Destroy has returned, no callback of the instance runs any more, except the one that
- *   Destroy was called from.
- * - Waiting. Each operation of the radio may take `Timeout` seconds. On Windows the messages of the
- *   calling thread are dispatched meanwhile.
- * - The radio is chosen when an instance is created, by the environment variable CORVANEBLE_RADIO:
- *     auto                  the machine's own radio (also when the variable is not set)
- *     simulated             a built-in scene of a few devices, without any hardware
- *     simulated:FILE.json   the devices that a scenario file describes
- *     linux, linux:hciN     BlueZ's default adapter, or the one named
- *     windows               not built yet: every use fails with 614
- *   Creating an instance always succeeds. A radio that was asked for by name and is not available
- *   fails when it is first used, with CORVANEBLE_ERROR_PLATFORM_FAILURE (614) and the reason. Where
- *   `auto` finds no adapter, StartScanning fails with 613 and Connect with 604, and a Log event of
- *   type "Radio" gives the reason where it is known.
+ * - Error codes. Set, Do and CheckIndex return 0 for success or an error code (CorvaneBLE_Error).
+ *   GetLastErrorCode returns the code of the last operation, GetLastError the text of the last
+ *   failure: a success sets the code to 0 and leaves the text unchanged. Some codes are returned
+ *   but not stored: -1 and 432 of Set, 280 of CheckIndex, and those of ConvertToWide and EvtStr. No
+ *   function throws an exception.
+ * - Values are pointer-sized (intptr_t). An integer or a boolean is the value itself. A text is a
+ *   pointer to a NUL-terminated string. A byte array is a pointer, and the number of bytes is in
+ *   the `lengths` array. A null pointer is accepted as an empty text.
+ * - Text encoding. Narrow texts use the code page of the instance: the setting "CodePage", by
+ *   default the code page of the system (UTF-8 on Linux). Add CORVANEBLE_WIDE to a property or
+ *   method number to use UTF-16 instead (16-bit units, as char16_t).
+ * - Lifetimes. The library owns every pointer that it returns. A pointer from Get, from Do (Config,
+ *   ReadValue), from GetLastError or from GetEventError is valid until the same thread asks for the
+ *   same property, method or error text again (whatever the index), until that thread ends, or
+ *   until Disconnect or Destroy. The parameters of an event are valid until the callback returns.
+ * - Identifiers. The identifier of a service, characteristic or descriptor has 12 hexadecimal
+ *   digits: the attribute handles of the service, the characteristic and the descriptor, or "0000"
+ *   for a level that does not apply. The identifier of a server is its 48-bit Bluetooth address: 12
+ *   hexadecimal digits, most significant byte first. The library returns upper case and accepts
+ *   both cases. In an address, two characters that are missing or not hexadecimal count as FF: a
+ *   mistyped address is not refused, but Connect finds no such device (604).
+ * - UUIDs are returned as 36 upper-case characters ("0000180D-0000-1000-8000-00805F9B34FB") and
+ *   accepted as 4, 8 or 32 hexadecimal digits too. Commas separate the UUIDs of a list. Blanks
+ *   around a UUID, and "0x" or "-" anywhere in it, are ignored. Only the number of the remaining
+ *   characters is checked (600): two characters that are not hexadecimal count as FF. A call with a
+ *   mistyped UUID may therefore find nothing and return 0.
+ * - Threads. Only one thread of the host may use an instance at a time. Different instances are
+ *   independent. Events that a method raises arrive on the calling thread, before the method
+ *   returns. Advertisements, notifications, and changes of the link or the server arrive on threads
+ *   of the library, at any time and concurrently. The callback may call every function, including
+ *   Destroy. After Destroy has returned, no callback of the instance runs, except a callback that
+ *   called Destroy itself.
+ * - Waiting. Each radio operation may take `Timeout` seconds. On Windows, the calling thread
+ *   dispatches its window messages while it waits.
+ * - Radio. Create selects the radio by the environment variable CORVANEBLE_RADIO:
+ *     auto, or not set        the Bluetooth adapter of the machine (Linux only)
+ *     simulated               a built-in scene of several devices; needs no hardware
+ *     simulated:FILE.json     the devices that a scenario file describes
+ *     simulated:FILE.btsnoop  the advertisements that a capture file contains
+ *     linux, linux:hciN       BlueZ (Linux only): the default adapter, or the named one
+ *     windows                 not available yet
+ *   There is no Windows radio yet: on Windows, only the simulated radio works. The choice of the
+ *   radio never makes Create fail. If a radio that was selected by name is not available, its first
+ *   use fails with CORVANEBLE_ERROR_PLATFORM_FAILURE (614) and a text that gives the reason. If
+ *   `auto` finds no adapter, StartScanning fails with 613 and Connect with 604; a Log event of type
+ *   "Radio" gives the reason where it is known.
  */
 #pragma once
 
@@ -97,23 +101,23 @@ typedef char16_t CorvaneBLE_Char16;
 typedef uint16_t CorvaneBLE_Char16;
 #endif
 
-/** An instance. Null is refused by every function; a destroyed one cannot be recognised. */
+/** An instance. Every function checks for null; none can detect a handle that was destroyed. */
 typedef void* CorvaneBLE_Handle;
 
-/** Added to a property or method number: its texts are UTF-16. */
+/** Add to a property or method number to pass and receive its texts as UTF-16. */
 #define CORVANEBLE_WIDE 10000
 
-/** Added to the number of a byte-array property: Get takes the bytes as narrow text, returns them
- *  as UTF-16 text and sets the length to the number of UTF-16 units. */
+/** Add to the number of a byte-array property to read the bytes as text: Get converts them from
+ *  narrow text to UTF-16 and sets the length to the number of UTF-16 units. */
 #define CORVANEBLE_BYTES_AS_WIDE 20000
 
-/** Flag of Create: texts in events are UTF-16. */
+/** Flag of Create: the texts of events are UTF-16. */
 #define CORVANEBLE_UNICODE_EVENTS 1
 
-/** What an advertisement without a transmit power level reports as its `TxPower`. */
+/** The `TxPower` of an advertisement that has no transmit power level. */
 #define CORVANEBLE_TX_POWER_ABSENT INT32_MIN
 
-/** What an advertisement without manufacturer data reports as its `ManufacturerCompanyId`. */
+/** The `ManufacturerCompanyId` of an advertisement that has no manufacturer data. */
 #define CORVANEBLE_COMPANY_ABSENT (-1)
 
 /* ---------------------------------------------------------------------------------------------
@@ -121,41 +125,44 @@ typedef void* CorvaneBLE_Handle;
  * ------------------------------------------------------------------------------------------- */
 
 /**
- * Properties. R: read, R/W: read and write. The indexed ones take an index into the list of
- * services, of characteristics of the selected service, or of descriptors of the selected
- * characteristic; every other one ignores the index.
+ * Properties. R: read only, R/W: read and write. The index of an indexed property is a position in
+ * the list of services, of characteristics of the selected service, or of descriptors of the
+ * selected characteristic. All other properties ignore the index.
  */
 enum CorvaneBLE_Property {
   CORVANEBLE_PROPERTY_VERSION = 0, /**< text, R: "CORVANEBLE_VERSION_20_0_7928" */
 
-  /** boolean, R/W, default 0: ask devices for their scan response. Cannot change while scanning
-   *  (602). */
+  /** boolean, R/W, default 0: a scan requests scan responses. A change during a scan fails with
+   *  602. */
   CORVANEBLE_PROPERTY_ACTIVE_SCANNING = 1,
-  /** text, R/W: identifier of the selected characteristic, of the selected service. Setting it
-   *  fills the list of descriptors; empty selects none. Fails with 601 or 602. */
+  /** text, R/W: identifier of the selected characteristic; it belongs to the selected service.
+   *  Setting it fills the list of descriptors. An empty text selects none. Fails with 601, or with
+   *  602 if no service is selected. */
   CORVANEBLE_PROPERTY_CHARACTERISTIC = 2,
-  CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT = 3, /**< integer, R/W; smaller drops the last ones */
+  /** integer, R/W: length of the list. Setting a smaller length removes the last elements. */
+  CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT = 3,
 
   /* Indexed by characteristic. */
-  CORVANEBLE_PROPERTY_CHARACTERISTIC_CACHED_VALUE = 4,  /**< bytes, R: last value; no radio use */
+  CORVANEBLE_PROPERTY_CHARACTERISTIC_CACHED_VALUE = 4,  /**< bytes, R: last known value */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_CAN_SUBSCRIBE = 5, /**< boolean, R: notifies or indicates */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_DESCRIPTION = 6,   /**< text, R: assigned name, or empty */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_FLAGS = 7,         /**< integer, R: bits CorvaneBLE_Flag */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_ID = 8,            /**< text, R */
-  /** boolean, R/W. Read: asks the device for its configuration. Write: subscribes or
-   *  unsubscribes; 602 when it can neither notify nor indicate. */
+  /** boolean, R/W. Reading asks the device for its configuration, if it is not known. Writing
+   *  subscribes or unsubscribes; it fails with 602 if the characteristic can neither notify nor
+   *  indicate. */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_SUBSCRIBED = 9,
-  /** text, R/W: the user description descriptor. Writing needs CORVANEBLE_FLAG_WRITABLE_AUXILIARIES
-   *  (602) and the descriptor (611). */
+  /** text, R/W: the user description descriptor. Writing fails with 602 without the flag
+   *  CORVANEBLE_FLAG_WRITABLE_AUXILIARIES, and with 611 without the descriptor. */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION = 10,
   CORVANEBLE_PROPERTY_CHARACTERISTIC_UUID = 11, /**< text, R */
-  /** integer, R: the value counts units of ten to this power; 0 without a presentation format. */
+  /** integer, R: the power of ten to multiply the value by; 0 without a presentation format. */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_EXPONENT = 12,
   /** integer, R: CorvaneBLE_ValueFormat of the selected presentation format. */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT = 13,
   CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT_COUNT = 14, /**< integer, R */
-  /** integer, R/W: the selected presentation format, -1 when there are none. 202 when there is no
-   *  such format. */
+  /** integer, R/W: index of the selected presentation format; -1 if there are none. Writing fails
+   *  with 202 if there is no such format. */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT_INDEX = 15,
   /** text, R: UUID of the selected presentation format's unit (Assigned Numbers, 3.5), or empty. */
   CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_UNIT = 16,
@@ -163,136 +170,149 @@ enum CorvaneBLE_Property {
   CORVANEBLE_PROPERTY_DESCRIPTOR_COUNT = 17, /**< integer, R */
 
   /* Indexed by descriptor. */
-  CORVANEBLE_PROPERTY_DESCRIPTOR_CACHED_VALUE = 18, /**< bytes, R: last value; no radio use */
+  CORVANEBLE_PROPERTY_DESCRIPTOR_CACHED_VALUE = 18, /**< bytes, R: last known value */
   CORVANEBLE_PROPERTY_DESCRIPTOR_DESCRIPTION = 19,  /**< text, R: assigned name, or empty */
   CORVANEBLE_PROPERTY_DESCRIPTOR_ID = 20,           /**< text, R */
   CORVANEBLE_PROPERTY_DESCRIPTOR_UUID = 21,         /**< text, R */
 
   CORVANEBLE_PROPERTY_SCANNING = 22,    /**< boolean, R */
-  CORVANEBLE_PROPERTY_SERVER_ID = 23,   /**< text, R: address; empty when not connected */
-  CORVANEBLE_PROPERTY_SERVER_NAME = 24, /**< text, R: empty when not connected */
+  CORVANEBLE_PROPERTY_SERVER_ID = 23,   /**< text, R: address; empty if not connected */
+  CORVANEBLE_PROPERTY_SERVER_NAME = 24, /**< text, R: device name; empty if not connected */
   /** text, R/W: identifier of the selected service. Setting it deselects the characteristic and
-   *  fills the list of characteristics; empty selects none. Fails with 601. */
+   *  fills the list of characteristics. An empty text selects none. Fails with 601. */
   CORVANEBLE_PROPERTY_SERVICE = 25,
   CORVANEBLE_PROPERTY_SERVICE_COUNT = 26, /**< integer, R: primary and included services */
 
   /* Indexed by service. */
-  CORVANEBLE_PROPERTY_SERVICE_DESCRIPTION = 27,      /**< text, R: assigned name, or empty */
-  CORVANEBLE_PROPERTY_SERVICE_ID = 28,               /**< text, R */
-  CORVANEBLE_PROPERTY_SERVICE_INCLUDED_SVC_IDS = 29, /**< text, R: separated by commas */
-  CORVANEBLE_PROPERTY_SERVICE_PARENT_SVC_IDS = 30,   /**< text, R: who includes it; by commas */
-  CORVANEBLE_PROPERTY_SERVICE_UUID = 31,             /**< text, R */
+  CORVANEBLE_PROPERTY_SERVICE_DESCRIPTION = 27, /**< text, R: assigned name, or empty */
+  CORVANEBLE_PROPERTY_SERVICE_ID = 28,          /**< text, R */
+  /** text, R: identifiers of the services that this service includes, separated by commas. */
+  CORVANEBLE_PROPERTY_SERVICE_INCLUDED_SVC_IDS = 29,
+  /** text, R: identifiers of the services that include this service, separated by commas. */
+  CORVANEBLE_PROPERTY_SERVICE_PARENT_SVC_IDS = 30,
+  CORVANEBLE_PROPERTY_SERVICE_UUID = 31, /**< text, R */
 
-  /** integer, R/W, default 60: seconds that each operation of the radio may take; a negative value
-   *  is stored as 0. */
+  /** integer, R/W, default 60: limit in seconds for each radio operation; 0 means no limit. A
+   *  negative value is stored as 0. */
   CORVANEBLE_PROPERTY_TIMEOUT = 32,
 
-  CORVANEBLE_PROPERTY_CODE_PAGE = 2010 /**< integer, R: of narrow texts; set with "CodePage" */
+  /** integer, R: code page of narrow texts. The setting "CodePage" changes it. */
+  CORVANEBLE_PROPERTY_CODE_PAGE = 2010
 };
 
 /**
- * Methods, with the parameters by position. Outputs are written back to their position in `params`
- * and `lengths`. Besides the failures named with a method: 202 and 601 for an identifier that is
- * missing or names nothing discovered, 600 for a malformed UUID, and from the radio 301 (no answer
- * in time), 605 (not connected), 606, 607, 612, 614, 7xx and 95x.
+ * Methods and their parameters, by position. "out" marks an output: the method writes it to that
+ * position of `params` and `lengths`. Common errors: 202 if a required identifier is missing, 601
+ * if nothing discovered has the identifier, 600 for a malformed UUID. The radio reports 301 (no
+ * answer in time), 605 (not connected), 606, 607, 612, 614, 7xx and 95x.
  */
 enum CorvaneBLE_Method {
   /**
-   * Reads or writes a setting. 0: "Name", "Name[index]" or "Name=value"; out 1: the answer, text,
-   * empty for a write. Code -1 for a name nobody knows. Settings: AutoDiscoverCharacteristics,
-   * AutoDiscoverDescriptors, AutoDiscoverIncludedServices, BuildInfo (read), CodePage,
-   * GattObjTreeInfo (read: report of everything discovered), IncludeRediscovered, LogLevel,
-   * PreferIndications, ScanStartedTimeout; and, only inside an Advertisement event and on its
-   * thread, ManufacturerDataCount, ManufacturerCompanyId[i], ManufacturerData[i],
-   * ServiceData=UUID (602 elsewhere). Names are compared without regard to case.
+   * Reads or writes a setting. 0: "Name", "Name[index]" or "Name=value"; out 1: the value as text,
+   * empty after a write. Fails with -1 if there is no such setting. Names are not case-sensitive.
+   *
+   * Settings: AutoDiscoverCharacteristics, AutoDiscoverDescriptors, AutoDiscoverIncludedServices,
+   * BuildInfo (read only), CodePage, GattObjTreeInfo (read only: a report of everything
+   * discovered), IncludeRediscovered, LogLevel, PreferIndications, ScanStartedTimeout.
+   *
+   * ManufacturerDataCount, ManufacturerCompanyId[i], ManufacturerData[i] and ServiceData=UUID read
+   * from the advertisement that is being reported: inside an Advertisement event, on the thread of
+   * the event. Elsewhere they fail with 602.
    */
   CORVANEBLE_METHOD_CONFIG = 2,
-  /** 0: address of the server. Ends a scan and a former connection first. The radio link opens
-   *  with the first use. 604 when there is no such device. */
+  /** Selects the server. 0: address. Ends a scan and an earlier connection first. The radio link
+   *  opens with the first operation that needs it. Fails with 604 if there is no such device. */
   CORVANEBLE_METHOD_CONNECT = 3,
-  CORVANEBLE_METHOD_DISCONNECT = 4, /**< Forgets everything discovered. */
+  /** Ends the connection and forgets everything discovered. No parameters. */
+  CORVANEBLE_METHOD_DISCONNECT = 4,
   /**
    * Discovers services and their characteristics. 0: UUIDs of services, empty for all; 1: UUIDs of
-   * characteristics, empty for all; 2: boolean, descriptors too; 3: identifier of the service whose
-   * included services are wanted, empty for the primary services. 609: services include each other
-   * in a circle or too deeply, or the server reports more attributes than it can have.
+   * characteristics, empty for all; 2: boolean, whether to discover descriptors too; 3: identifier
+   * of the service whose included services to discover, empty for the primary services. Fails with
+   * 609 if services include each other in a cycle or are nested too deeply, or if the server
+   * reports more attributes than a server can have.
    */
   CORVANEBLE_METHOD_DISCOVER = 5,
   /** 0: service; 1: UUIDs of characteristics, empty for all. */
   CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS = 6,
   /** 0: service; 1: characteristic. */
   CORVANEBLE_METHOD_DISCOVER_DESCRIPTORS = 7,
-  /** 0: UUIDs of services, empty for all; 1: the including service, empty for primary services. */
+  /** 0: UUIDs of services, empty for all; 1: identifier of the service whose included services to
+   *  discover, empty for the primary services. */
   CORVANEBLE_METHOD_DISCOVER_SERVICES = 8,
-  /** Lets due work and window messages run on the calling thread; returns within about 20 ms. */
+  /** Runs due work and dispatches window messages on the calling thread. Returns within about 20
+   *  ms. No parameters. */
   CORVANEBLE_METHOD_DO_EVENTS = 9,
   /** Writes without response. 0: service; 1: characteristic; 2: bytes, their count in length 2. */
   CORVANEBLE_METHOD_POST_VALUE = 10,
-  /** Reads from the device. 0: service; 1: characteristic; 2: descriptor, empty for the
-   *  characteristic's own value; out 3: bytes, their count in length 3. The call therefore needs
-   *  four elements in both arrays. */
+  /** Reads from the device. 0: service; 1: characteristic; 2: descriptor, empty for the value of
+   *  the characteristic; out 3: bytes, their count in length 3. Both arrays need four elements. */
   CORVANEBLE_METHOD_READ_VALUE = 11,
-  /** Selects for the indexed properties. 0: service; 1: characteristic; empty selects none. */
+  /** Selects the service and the characteristic for indexed properties. 0: service; 1:
+   *  characteristic. Empty selects none. */
   CORVANEBLE_METHOD_SELECT = 12,
-  /** 0: UUIDs of services, all of which an advertisement must list; empty for every advertisement.
-   *  During a scan nothing happens and its filter stays. 613 when there is no radio. Success does
-   *  not prove that the radio listens: StartScan does. */
+  /** 0: UUIDs of services: an advertisement is reported if it lists all of them; empty for every
+   *  advertisement. During a scan the call does nothing and the filter stays the same. Fails with
+   *  613 if there is no adapter. A success does not mean that the scan has begun: the StartScan
+   *  event does. */
   CORVANEBLE_METHOD_START_SCANNING = 13,
-  CORVANEBLE_METHOD_STOP_SCANNING = 14, /**< Returns when the radio has stopped. */
+  CORVANEBLE_METHOD_STOP_SCANNING = 14, /**< Returns when the scan has ended. No parameters. */
   /** 0: service; 1: characteristic. Its values arrive as Value events. */
   CORVANEBLE_METHOD_SUBSCRIBE = 15,
-  CORVANEBLE_METHOD_UNSUBSCRIBE = 16, /**< 0: service; 1: characteristic. */
-  /** Writes with response. 0: service; 1: characteristic; 2: descriptor, empty for the
-   *  characteristic's own value; 3: bytes, their count in length 3. */
+  /** 0: service; 1: characteristic, empty for all of the service. Both empty: everything. */
+  CORVANEBLE_METHOD_UNSUBSCRIBE = 16,
+  /** Writes with response. 0: service; 1: characteristic; 2: descriptor, empty for the value of
+   *  the characteristic; 3: bytes, their count in length 3. */
   CORVANEBLE_METHOD_WRITE_VALUE = 17,
-  /** Converts narrow text to UTF-16; `paramCount` must be 2 although three positions are used. 0:
-   *  text, its bytes in length 0; 1: buffer, its capacity in UTF-16 units in length 1; out 2: units
-   *  written, or needed when the capacity is 0. */
+  /** Converts narrow text to UTF-16. 0: text, its bytes in length 0; 1: buffer, its capacity in
+   *  UTF-16 units in length 1; out 2: number of UTF-16 units written, or needed if the capacity is
+   *  0. `paramCount` must be 2, although the method uses three positions. */
   CORVANEBLE_METHOD_CONVERT_TO_WIDE = 2003
 };
 
 /**
- * Events, with the parameters by position (s text, i integer, b bytes with their count in
- * `lengths` and one 0 byte after them).
+ * Events and their parameters, by position. Types: s text, i integer, b bytes (their number is in
+ * `lengths`, and a 0 byte follows them).
  */
 enum CorvaneBLE_Event {
   /**
-   * A packet was heard; on a platform thread. 0 s address; 1 s name, may be empty; 2 i RSSI, dBm;
-   * 3 i transmit power, dBm, or CORVANEBLE_TX_POWER_ABSENT; 4 s UUIDs of services; 5 s UUIDs of
-   * services with data; 6 s UUIDs of solicited services; 7 i company identifier, or
-   * CORVANEBLE_COMPANY_ABSENT; 8 b manufacturer data of the first section; 9 i is connectable;
-   * 10 i is a scan response.
+   * A packet was received; on a thread of the library. 0 s address; 1 s name, or empty; 2 i RSSI,
+   * dBm; 3 i transmit power, dBm, or CORVANEBLE_TX_POWER_ABSENT; 4 s UUIDs of services; 5 s UUIDs
+   * of services with data; 6 s UUIDs of solicited services; 7 i company identifier of the first
+   * manufacturer section, or CORVANEBLE_COMPANY_ABSENT; 8 b data of that section; 9 i boolean,
+   * whether the device is connectable; 10 i boolean, whether the packet is a scan response.
    */
   CORVANEBLE_EVENT_ADVERTISEMENT = 1,
-  CORVANEBLE_EVENT_CONNECTED = 2,    /**< 0 i code; 1 s "OK", "Online", or the error's text */
-  CORVANEBLE_EVENT_DISCONNECTED = 3, /**< 0 i code; 1 s "OK", or "Offline" for a lost link */
+  /** 0 i code; 1 s "OK", "Online" if a lost link is back, or the text of the error. */
+  CORVANEBLE_EVENT_CONNECTED = 2,
+  CORVANEBLE_EVENT_DISCONNECTED = 3, /**< 0 i code; 1 s "OK", or "Offline" if the link was lost */
   /** 0 i CorvaneBLE_GattType; 1 s service; 2 s characteristic, or empty; 3 s descriptor, or empty;
    *  4 s UUID; 5 s assigned name, or empty. */
   CORVANEBLE_EVENT_DISCOVERED = 4,
   CORVANEBLE_EVENT_ERROR = 5, /**< 0 i code; 1 s text */
-  CORVANEBLE_EVENT_LOG = 6,   /**< 0 i CorvaneBLE_LogLevel; 1 s message; 2 s kind */
-  /** 0 s the server's new name, or empty; 1 s what is known of changed services, or empty. */
+  CORVANEBLE_EVENT_LOG = 6,   /**< 0 i CorvaneBLE_LogLevel; 1 s message; 2 s type */
+  /** 0 s the new name of the server, or empty; 1 s a description of changed services, or empty. */
   CORVANEBLE_EVENT_SERVER_UPDATE = 7,
-  CORVANEBLE_EVENT_START_SCAN = 8, /**< 0 s UUIDs of the filter in effect */
-  CORVANEBLE_EVENT_STOP_SCAN = 9,  /**< 0 i code, 0 for an ordinary end; 1 s reason */
+  CORVANEBLE_EVENT_START_SCAN = 8, /**< The scan has begun. 0 s UUIDs of its filter */
+  CORVANEBLE_EVENT_STOP_SCAN = 9,  /**< 0 i code, 0 unless the scan was aborted; 1 s reason */
   /** 0 s service; 1 s characteristic; 2 s UUID; 3 s assigned name. */
   CORVANEBLE_EVENT_SUBSCRIBED = 10,
-  CORVANEBLE_EVENT_UNSUBSCRIBED = 11, /**< As Subscribed. */
-  /** A value was read, or came by notification or indication. 0 s service; 1 s characteristic;
-   *  2 s descriptor, or empty; 3 s UUID; 4 s assigned name; 5 b value. */
+  CORVANEBLE_EVENT_UNSUBSCRIBED = 11, /**< Same parameters as Subscribed. */
+  /** A value was read, or was received as a notification or indication. 0 s service; 1 s
+   *  characteristic; 2 s descriptor, or empty; 3 s UUID; 4 s assigned name; 5 b value. */
   CORVANEBLE_EVENT_VALUE = 12,
   /** A write was confirmed. 0 s service; 1 s characteristic; 2 s descriptor, or empty; 3 s UUID;
    *  4 s assigned name. */
   CORVANEBLE_EVENT_WRITE_RESPONSE = 13
 };
 
-/** Error codes. Text conversions add the platform's own error numbers. */
+/** Error codes. Text conversions also return 87 (unknown code page), 122 (buffer too small) and
+ *  1113 (text not valid in its encoding). */
 enum CorvaneBLE_Error {
   CORVANEBLE_ERROR_NONE = 0,
-  /** No such setting; no such property, or a read-only one; wrong parameter count of
-   *  ConvertToWide. */
+  /** No such setting, no such property to write, or a wrong parameter count of ConvertToWide. */
   CORVANEBLE_ERROR_UNKNOWN = -1,
-  CORVANEBLE_ERROR_OUT_OF_MEMORY = 200, /**< Also: null instead of an instance. */
+  CORVANEBLE_ERROR_OUT_OF_MEMORY = 200, /**< Also: the handle is null. */
   CORVANEBLE_ERROR_INVALID_ARGUMENT = 202,
   CORVANEBLE_ERROR_INDEX_OUT_OF_RANGE = 280, /**< CheckIndex */
   CORVANEBLE_ERROR_TIMEOUT = 301,
@@ -303,14 +323,15 @@ enum CorvaneBLE_Error {
   CORVANEBLE_ERROR_SCAN_ABORTED = 603,
   CORVANEBLE_ERROR_CONNECT_FAILED = 604,
   CORVANEBLE_ERROR_NOT_CONNECTED = 605,
-  CORVANEBLE_ERROR_ACCESS_DENIED = 606, /**< Also: an ATT error without a meaning. */
+  CORVANEBLE_ERROR_ACCESS_DENIED = 606, /**< Also: an ATT error with no code of its own. */
   CORVANEBLE_ERROR_UNREACHABLE = 607,
   CORVANEBLE_ERROR_INCLUSION_CYCLE = 609,
   CORVANEBLE_ERROR_NO_USER_DESCRIPTION = 611,
   CORVANEBLE_ERROR_APPLICATION = 612, /**< ATT errors 0x80 to 0x9F; the text has the number */
   CORVANEBLE_ERROR_NO_RADIO = 613,
-  /** The platform itself failed; text "Platform failure [0xN]: MESSAGE" with the platform's own
-   *  number, in hexadecimal, and message. */
+  /** The operating system or its Bluetooth stack failed, or the selected radio is not available.
+   *  The text is "Platform failure [0xN]: MESSAGE": the error number of the platform in
+   *  hexadecimal, and its message. */
   CORVANEBLE_ERROR_PLATFORM_FAILURE = 614,
 
   /* ATT errors: 700 plus the error byte (Bluetooth Core 5.4, Vol 3 Part F, 3.4.1.1). */
@@ -332,14 +353,14 @@ enum CorvaneBLE_Error {
   CORVANEBLE_ERROR_UNSUPPORTED_GROUP_TYPE = 716,
   CORVANEBLE_ERROR_INSUFFICIENT_RESOURCES = 717,
 
-  /* Errors common to profiles, ATT 0xFC to 0xFF. */
+  /* Common profile errors: 700 plus the ATT error byte, 0xFC to 0xFF. */
   CORVANEBLE_ERROR_WRITE_REQUEST_REJECTED = 952,
   CORVANEBLE_ERROR_CCCD_IMPROPERLY_CONFIGURED = 953,
   CORVANEBLE_ERROR_PROCEDURE_ALREADY_IN_PROGRESS = 954,
   CORVANEBLE_ERROR_VALUE_OUT_OF_RANGE = 955
 };
 
-/** What a characteristic allows: bits of CORVANEBLE_PROPERTY_CHARACTERISTIC_FLAGS. */
+/** Properties of a characteristic: bits of CORVANEBLE_PROPERTY_CHARACTERISTIC_FLAGS. */
 enum CorvaneBLE_Flag {
   CORVANEBLE_FLAG_BROADCAST = 0x001,
   CORVANEBLE_FLAG_READ = 0x002,
@@ -352,7 +373,7 @@ enum CorvaneBLE_Flag {
   CORVANEBLE_FLAG_WRITABLE_AUXILIARIES = 0x100
 };
 
-/** How the bytes of a value are to be read (Assigned Numbers, 2.4.1). All little-endian. */
+/** The format of a value (Assigned Numbers, 2.4.1). All formats are little-endian. */
 enum CorvaneBLE_ValueFormat {
   CORVANEBLE_FORMAT_UNKNOWN = 0,
   CORVANEBLE_FORMAT_BOOLEAN = 1,
@@ -384,7 +405,7 @@ enum CorvaneBLE_ValueFormat {
   CORVANEBLE_FORMAT_STRUCT = 27
 };
 
-/** How much is logged: the setting "LogLevel", and the level of a Log event. */
+/** Values of the setting "LogLevel", and of the level of a Log event. */
 enum CorvaneBLE_LogLevel {
   CORVANEBLE_LOG_NONE = 0,
   CORVANEBLE_LOG_INFO = 1, /**< the default: normal progress */
@@ -392,7 +413,7 @@ enum CorvaneBLE_LogLevel {
   CORVANEBLE_LOG_DEBUG = 3
 };
 
-/** What a Discovered event is about. */
+/** The type of attribute that a Discovered event reports. */
 enum CorvaneBLE_GattType {
   CORVANEBLE_GATT_SERVICE = 0,
   CORVANEBLE_GATT_CHARACTERISTIC = 1,
@@ -404,12 +425,12 @@ enum CorvaneBLE_GattType {
  * ------------------------------------------------------------------------------------------- */
 
 /**
- * The host's event handler. The arrays have `paramCount` elements and are valid, like all they
- * point to, while the call lasts.
+ * The event callback of the host. `params` and `lengths` have `paramCount` elements. The arrays and
+ * everything they point to are valid until the callback returns.
  *
- * Return 0. Any other value is recorded as the event error and reported by an Error event, unless
- * the handler called SetEventErrorAndCode before; the operation that raised the event goes on
- * either way. Must not throw.
+ * Return 0 for success. Any other value is stored as the event error and reported by an Error
+ * event, unless an event error is already stored (SetEventErrorAndCode). The operation that raised
+ * the event continues in any case. The callback must not throw.
  */
 typedef int32_t(CORVANEBLE_CALL* CorvaneBLE_EventCallback)(void* userData, int32_t eventId,
                                                            int32_t paramCount,
@@ -417,73 +438,85 @@ typedef int32_t(CORVANEBLE_CALL* CorvaneBLE_EventCallback)(void* userData, int32
                                                            const int32_t* lengths);
 
 /**
- * Creates an instance; null when memory runs out. `callback` may be null (no events), `userData` is
- * its first argument ever after, `reserved` is null, `flags` is 0 or CORVANEBLE_UNICODE_EVENTS. Any
- * thread.
+ * Creates an instance. Returns null if there is not enough memory. `callback` may be null: then
+ * there are no events. `userData` is passed to each call of the callback. `reserved` must be null.
+ * `flags` is 0 or CORVANEBLE_UNICODE_EVENTS. Any thread may call this function.
  */
 CORVANEBLE_API CorvaneBLE_Handle CORVANEBLE_CALL CorvaneBLE_BLEClient_Create(
     CorvaneBLE_EventCallback callback, void* userData, void* reserved, int32_t flags);
 
 /**
- * Ends whatever the instance does and frees it with every pointer it handed out. Waits for
- * callbacks in flight on other threads; may itself be called from inside a callback. Returns 0;
- * null does nothing.
+ * Ends all operations of the instance and frees it, and everything that its returned pointers refer
+ * to. Waits for callbacks that run on other threads. A callback may call this function. Returns 0.
+ * A null handle does nothing.
  */
 CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Destroy(CorvaneBLE_Handle client);
 
 /**
- * Reads a property (CorvaneBLE_Property, raised by CORVANEBLE_WIDE or CORVANEBLE_BYTES_AS_WIDE as
- * needed).
+ * Reads a property: a CorvaneBLE_Property, plus CORVANEBLE_WIDE or CORVANEBLE_BYTES_AS_WIDE if
+ * wanted.
  *
- * `length`, which may be null, receives the count of a byte array and of nothing else. A value that
- * cannot be had is 0 or the empty text; GetLastErrorCode tells whether that was a failure (432 for
- * a bad index), since every read sets it. `reserved` is null.
+ * For a byte array, `*length` receives the number of bytes; other properties do not use it.
+ * `length` may be null. After a failure the result is 0 or the empty text, and GetLastErrorCode
+ * returns the error (432 for an invalid index). A read that succeeds sets that code to 0; reads of
+ * properties 0 and 2010 leave it unchanged. `reserved` must be null.
+ *
+ * A returned pointer is valid until the same thread reads the same property again (whatever the
+ * index), until that thread ends, or until Disconnect or Destroy.
  */
 CORVANEBLE_API intptr_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Get(CorvaneBLE_Handle client,
                                                                  int32_t propertyId, int32_t index,
                                                                  int32_t* length, void* reserved);
 
-/** Writes a property; `value` is copied, `length` is not read. -1 when there is none to write. */
+/** Writes a property. `value` is copied, `length` is ignored. Returns -1 if there is no such
+ *  property or if it is read-only. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Set(CorvaneBLE_Handle client,
                                                                 int32_t propertyId, int32_t index,
                                                                 intptr_t value, int32_t length);
 
 /**
- * Calls a method (CorvaneBLE_Method, raised by CORVANEBLE_WIDE as needed). Both arrays hold one
- * element for each position that the method reads or writes, outputs included, and may be null for
- * a method without any. A number that is no method does nothing and answers 0. `reserved` is null.
+ * Calls a method: a CorvaneBLE_Method, plus CORVANEBLE_WIDE if wanted. `params` and `lengths` have
+ * one element for each parameter of the method, outputs included. They may be null for a method
+ * without parameters. An unknown method number does nothing and returns 0. `reserved` must be null.
+ *
+ * A pointer that a method writes to `params` is valid until the same thread calls the same method
+ * again, until that thread ends, or until Disconnect or Destroy.
  */
 CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Do(CorvaneBLE_Handle client,
                                                                int32_t methodId, int32_t paramCount,
                                                                intptr_t* params, int32_t* lengths,
                                                                void* reserved);
 
-/** 0 when an indexed property has an element `index`, else 280; 0 for every other property. */
+/** Returns 280 if `propertyId` is an indexed property without an element `index`, otherwise 0. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_CheckIndex(CorvaneBLE_Handle client,
                                                                        int32_t propertyId,
                                                                        int32_t index);
 
-/** The text of the last failure, narrow; null for a null instance. */
+/** Returns the text of the last failure, narrow; null for a null handle. It is valid until the same
+ *  thread calls this function again, until that thread ends, or until Disconnect or Destroy. */
 CORVANEBLE_API const char* CORVANEBLE_CALL
 CorvaneBLE_BLEClient_GetLastError(CorvaneBLE_Handle client);
 
-/** The code of the last operation, 0 after a success. */
+/** Returns the code of the last operation: 0 after a success. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL
 CorvaneBLE_BLEClient_GetLastErrorCode(CorvaneBLE_Handle client);
 
-/** Replaces both; a null `text` is the empty one. Returns `code`. */
+/** Replaces the text and the code of the last failure. A null `text` is the empty text. Returns
+ *  `code`. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL
 CorvaneBLE_BLEClient_SetLastErrorAndCode(CorvaneBLE_Handle client, int32_t code, const char* text);
 
-/** What an event handler last reported, narrow; null for a null instance. */
+/** Returns the text of the event error, narrow; null for a null handle. It is valid until the same
+ *  thread calls this function again, until that thread ends, or until Disconnect or Destroy. */
 CORVANEBLE_API const char* CORVANEBLE_CALL
 CorvaneBLE_BLEClient_GetEventError(CorvaneBLE_Handle client);
 
-/** The code that goes with GetEventError. */
+/** Returns the code of the event error. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL
 CorvaneBLE_BLEClient_GetEventErrorCode(CorvaneBLE_Handle client);
 
-/** For handlers: reports a failure of the host's own before returning non-zero. Returns `code`. */
+/** Stores an event error; a null `text` is the empty text. A callback calls this before it returns
+ *  a value other than 0, to report its own error. Returns `code`. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL
 CorvaneBLE_BLEClient_SetEventErrorAndCode(CorvaneBLE_Handle client, int32_t code, const char* text);
 
@@ -491,11 +524,12 @@ CorvaneBLE_BLEClient_SetEventErrorAndCode(CorvaneBLE_Handle client, int32_t code
  * The library
  * ------------------------------------------------------------------------------------------- */
 
-/** Prepares the process; loading the library has already done so. `module` is the library's module
- *  handle on Windows and unused elsewhere. Returns 0. */
+/** Prepares the process. A host need not call this: loading the library does. `module` is not used.
+ *  Returns 0. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_StaticInit(void* module);
 
-/** Undoes StaticInit; unloading the library does so too. No instance may be left. Returns 0. */
+/** Reverses StaticInit. A host need not call this: unloading the library does. All instances must
+ *  have been destroyed. Returns 0. */
 CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_StaticDestroy(void);
 
 /* ---------------------------------------------------------------------------------------------
@@ -503,36 +537,39 @@ CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_StaticDestroy(void);
  * ------------------------------------------------------------------------------------------- */
 
 /**
- * A text in narrow form, UTF-16 form or both, converted on demand. Start with all fields 0 (and
- * `codePage` as wanted); change it only through EvtStr. The pointers have the machine's size, all
- * else is 32 bits wide. One thread at a time.
+ * A text in narrow form, UTF-16 form or both, converted on demand. Set all fields to 0 and
+ * `codePage` to the code page to use; change the record only through EvtStr after that. Only one
+ * thread may use a record at a time. The integers have 32 bits, the pointers the size of a pointer.
  */
 typedef struct CorvaneBLE_EventString {
-  int32_t conversionError;       /**< of the last failed conversion; every read is null meanwhile */
-  uint32_t codePage;             /**< of the narrow form */
+  int32_t conversionError;       /**< of a failed conversion; if not 0, reads return null */
+  uint32_t codePage;             /**< code page of the narrow form */
   uint32_t ownership;            /**< bits CorvaneBLE_StringOwnership */
   const char* narrow;            /**< NUL-terminated, or null */
   const CorvaneBLE_Char16* wide; /**< NUL-terminated, or null */
 } CorvaneBLE_EventString;
 
-/** Which texts of a CorvaneBLE_EventString were allocated by it. */
+/** The texts of a CorvaneBLE_EventString that the record allocated and frees. */
 enum CorvaneBLE_StringOwnership { CORVANEBLE_OWNS_NARROW = 1, CORVANEBLE_OWNS_WIDE = 2 };
 
-/** What EvtStr does. */
+/** Operations of EvtStr. */
 enum CorvaneBLE_StringMode {
-  CORVANEBLE_STRING_READ = 0,   /**< returns the text in the wanted form, converting if needed */
-  CORVANEBLE_STRING_ATTACH = 1, /**< stores the caller's pointer */
-  CORVANEBLE_STRING_COPY = 2    /**< stores a copy; a null text clears the record */
+  CORVANEBLE_STRING_READ = 0,   /**< return the text in the requested form; convert it if needed */
+  CORVANEBLE_STRING_ATTACH = 1, /**< store the pointer; the caller keeps the text valid */
+  CORVANEBLE_STRING_COPY = 2    /**< store a copy; a null text clears the record */
 };
 
-/** The form of EvtStr's text. */
+/** The form of the text that EvtStr reads or stores. */
 enum CorvaneBLE_StringForm { CORVANEBLE_STRING_NARROW = 1, CORVANEBLE_STRING_WIDE = 2 };
 
 /**
- * Reads or replaces the text of a record. Returns the text when reading (the record's own, valid
- * until it changes; null when there is none or it cannot be converted), else null. Attaching or
- * copying the text that is already there changes nothing; any other new text frees what the record
- * owned, so copying null frees all.
+ * Reads or replaces the text of a record. `mode` is a CorvaneBLE_StringMode, `form` a
+ * CorvaneBLE_StringForm.
+ *
+ * CORVANEBLE_STRING_READ returns the text, or null if there is none or it cannot be converted. The
+ * text belongs to the record and is valid until the record changes. The other operations return
+ * null. They change nothing if the new text equals the stored text of the same form; otherwise they
+ * free what the record owns. To free a record, copy null.
  */
 CORVANEBLE_API const void* CORVANEBLE_CALL CorvaneBLE_EvtStr(CorvaneBLE_EventString* record,
                                                              int32_t mode, const void* text,
@@ -544,7 +581,7 @@ enum CorvaneBLE_StreamOperation {
   CORVANEBLE_STREAM_WRITE = 501, /**< args[0], args[1], result */
   CORVANEBLE_STREAM_SEEK = 502,  /**< 64-bit offset at args[0], args[1], result */
   CORVANEBLE_STREAM_FLUSH = 503,
-  CORVANEBLE_STREAM_CLOSE = 504,      /**< the stream is gone afterwards */
+  CORVANEBLE_STREAM_CLOSE = 504,      /**< frees the stream */
   CORVANEBLE_STREAM_QUERY = 505,      /**< capability args[0]; a byte at `result` */
   CORVANEBLE_STREAM_GET_LENGTH = 506, /**< 64 bits at `result` */
   CORVANEBLE_STREAM_SET_LENGTH = 507, /**< 64 bits at args[0] */
@@ -553,9 +590,9 @@ enum CorvaneBLE_StreamOperation {
 };
 
 /**
- * Calls an operation of a stream object made by the library. No property or method of this version
- * makes one: with null, 504 returns 0, 505 stores a 0 byte, 508 the text "Invalid stream pointer.",
- * 509 -1 (each returns 0), and all else returns -1.
+ * Calls an operation of a stream object that the library returned. No property or method of this
+ * version returns one. For a null `stream`, 504, 505, 508 and 509 return 0 (505 stores a 0 byte,
+ * 508 the text "Invalid stream pointer.", 509 the number -1); every other operation returns -1.
  */
 CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_Stream(void* stream, int32_t operation,
                                                          intptr_t* args, void* result);
