@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails for every #include that goes against the arrows of docs/architecture.md."""
+"""Fails if an #include violates the dependency rules of docs/architecture.md."""
 
 import pathlib
 import re
@@ -8,10 +8,10 @@ import sys
 ROOT = pathlib.Path(__file__).parent.parent
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
 
-# The component, from top to bottom: a floor may include itself and every floor below it.
+# The layers of the component, from top to bottom. A layer may include itself and all layers below.
 FLOORS = ["api", "procedures", "radio", "gatt", "frame", "platform", "base"]
 
-# Beside the component, on the interfaces in platform/ and on base/: what else each may include.
+# The folders beside the component. Each may include itself, platform/, base/ and the folders named.
 BESIDE = {
     "att": set(),
     "hci": set(),
@@ -23,7 +23,7 @@ BESIDE = {
     "backends/linux": {"att", "backends", "hci"},
 }
 
-# The one place that knows which backends there are.
+# The only file that may include every backend.
 FACTORY = "backends/OpenRadio.cpp"
 
 JSON_USERS = {"backends/simulated"}
@@ -34,7 +34,7 @@ PUBLIC_HEADER = "corvaneble/corvaneble.h"
 
 
 def floor_of(path: str) -> str:
-    """The folder of the arrows that a file of src/, named relative to it, belongs to."""
+    """The layer or folder of a file, which is named relative to src/; empty if there is none."""
     folder = path.rpartition("/")[0]
     while folder and folder not in BESIDE and folder not in FLOORS:
         folder = folder.rpartition("/")[0]
@@ -42,10 +42,10 @@ def floor_of(path: str) -> str:
 
 
 def may_include(path: str, target: str) -> bool:
-    """Whether a file of src/ may include another."""
+    """Whether a file of src/ may include another file of src/."""
     source, dest = floor_of(path), floor_of(target)
     if not source or not dest:
-        return False  # a folder that no arrow speaks of: put it into the picture first
+        return False  # a folder without rules: add it to FLOORS or BESIDE first
     if path == FACTORY and dest.startswith("backends"):
         return True
     if source in BESIDE:
@@ -54,26 +54,26 @@ def may_include(path: str, target: str) -> bool:
 
 
 def judge(file: pathlib.Path, bracket: str, target: str) -> str | None:
-    """What is wrong with one #include, if anything."""
+    """The error of one #include, or None."""
     area, _, path = file.relative_to(ROOT).as_posix().partition("/")
     in_src = (ROOT / "src" / target).exists()
     if area in HOSTS:
         if in_src or (bracket == '"' and ".." in target):
-            return "a host sees the public header only"
+            return "a host may include only the public headers"
         return None
     floor = floor_of(path)
     if target == PUBLIC_HEADER:
         below = floor in BESIDE or floor in {"platform", "base"}
-        return "the platform knows nothing of the host's view" if below else None
+        return f"{floor} may not include the public header" if below else None
     if in_src:
-        return None if may_include(path, target) else f"{floor} stands below it"
+        return None if may_include(path, target) else f"{floor or path} may not include it"
     if bracket == '"':
-        return "no such file under src/"
+        return "there is no such file under src/"
     if "/" not in target or (target.startswith("nlohmann/") and floor in JSON_USERS):
         return None
     if floor in SYSTEM_USERS and target.startswith(SYSTEM_HEADERS):
         return None
-    return "only the standard library here"
+    return "only the standard library is allowed here"
 
 
 def main() -> int:
@@ -89,7 +89,7 @@ def main() -> int:
                     line = text.count("\n", 0, match.start()) + 1
                     print(f"{file.relative_to(ROOT)}:{line}: includes {match[2]}: {wrong}")
                     faults += 1
-    print(f"{checked} includes checked, {faults} against the arrows")
+    print(f"{checked} includes checked, {faults} not allowed")
     return 1 if faults or not checked else 0
 
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Fails unless a shared library exports exactly the functions that the public header declares, under
-their plain names; and a DLL, if it imports anything that does not come with every Windows."""
+"""Fails unless a shared library exports exactly the functions that the public header declares, with
+undecorated names. Also fails if a DLL imports a library that is not part of Windows."""
 
 import pathlib
 import re
@@ -33,7 +33,7 @@ def main() -> int:
     for name in sorted(exported - declared):
         print(f"exported, but not declared in {HEADER.name}: {name}")
     for name in sorted(imported - SYSTEM_DLLS):
-        print(f"imported, but not of the system: {name}")
+        print(f"imported, but not part of Windows: {name}")
     print(f"{len(declared)} functions declared, {len(exported)} names exported")
     return 0 if declared and declared == exported and imported <= SYSTEM_DLLS else 1
 

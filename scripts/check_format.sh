@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Fails for every C and C++ file that clang-format 14 would change. `--fix` changes them.
+# Fails if clang-format 14 would change a C or C++ file. `--fix` changes the files.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 

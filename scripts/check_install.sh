@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Installs a build into an empty folder, then builds the C example and the README's program against
-# what is there, through pkg-config and through the CMake package, and runs them on the simulated
-# radio.
+# Installs a build into an empty folder. Then builds the C example and the program of the README
+# against the installed files, with pkg-config and with the CMake package, and runs them on the
+# simulated radio.
 #
 #   scripts/check_install.sh BUILD_DIR
 set -euo pipefail
@@ -11,7 +11,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/moved
 cmake --install "$1" --prefix "$work/installed" >/dev/null
-mv "$work/installed" "$prefix" # an installed tree can be moved
+mv "$work/installed" "$prefix" # an installed tree must be relocatable
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name corvaneble.pc)")
 CORVANEBLE_RADIO=simulated:$PWD/examples/scenes/doorstep.json
@@ -22,7 +22,7 @@ cc -std=c99 examples/c/scan.c -o "$work/scan" "${flags[@]}"
 heard=$(LD_LIBRARY_PATH=$libdir "$work/scan")
 [[ $heard == *Doorbell* ]]
 
-# The program in the README is what strangers begin with.
+# The program of the README.
 sed -n '/^```c$/,/^```$/p' README.md | grep -v '^```' >"$work/readme.c"
 cc -std=c99 "$work/readme.c" -o "$work/readme" "${flags[@]}"
 LD_LIBRARY_PATH=$libdir "$work/readme"
@@ -41,4 +41,4 @@ heard=$("$work/build/host")
 [[ $heard == *Doorbell* ]]
 
 "$prefix/bin/corvaneble" --version >/dev/null
-echo "installed, found and used"
+echo "The installed library was found and used."

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Makes the zip of a Windows build, unpacks it, and uses what is in it: the tool, and the C example
-# built against the header and the import library.
+# Builds the zip of a Windows preset, unpacks it, and runs its contents: the tool, and the C example
+# built against its header and import library.
 #
-#   scripts/check_package.sh [PRESET]   windows-x86 if nothing else is said
+#   scripts/check_package.sh [PRESET]   the default is windows-x86
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
@@ -13,7 +13,7 @@ scripts/build "$preset" package >/dev/null
 python3 -m zipfile -e "$dir"/corvaneble-*.zip "$dir/unpacked"
 package=$(echo "$dir"/unpacked/corvaneble-*)
 
-# The library as it came from the linker, not another one.
+# The package must contain the library of this build.
 cmp "$dir/corvaneble.dll" "$package/bin/corvaneble.dll"
 compiler=i686-w64-mingw32-gcc-posix architecture=i386 done="packed, unpacked and compiled against"
 [[ $preset == windows-x64 ]] && compiler=x86_64-w64-mingw32-gcc-posix architecture=amd64

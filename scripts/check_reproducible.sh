@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Builds the Windows library once more from a copy of the sources in another folder, and fails unless
-# it is the same, byte for byte.
+# Builds the Windows library again from a copy of the sources in another folder. Fails unless both
+# libraries are identical, byte for byte.
 #
-#   scripts/check_reproducible.sh [PRESET]   windows-x86 if nothing else is said
+#   scripts/check_reproducible.sh [PRESET]   the default is windows-x86
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
@@ -15,4 +15,4 @@ repo_files | tar -cf - -T - | tar -xf - -C "$work"
 "$work/scripts/build" "$preset" corvaneble
 cmp "$dir/corvaneble.dll" "$work/$dir/corvaneble.dll"
 sha256sum "$dir/corvaneble.dll"
-echo "the same from both folders"
+echo "Both folders give the same library."

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Runs clang-tidy 14 over the sources, some at a time in one lump: most of its time goes into the
-# headers. A lump that passed is not looked at again until something in it, the checks or the
-# compile commands change.
+# Runs clang-tidy 14 on the sources of the library and the tool, as a unity build: most of the time
+# goes into the headers. A unity source that passed is checked again only after a change of its
+# files, the checks or the compile command.
 #
-#   scripts/check_tidy.sh [FILE...]   all sources of the library and the tool, or the lumps of some
+#   scripts/check_tidy.sh [FILE...]   all sources, or the unity sources that contain the given files
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Fails for texts that mean nothing outside the room they were written in: papers that a reader of
-# this repository does not have, and paths of one machine. (Brackets keep this file from matching.)
+# Fails if a file refers to a document that is not in the repository, or contains an absolute path of
+# one machine. (The brackets in the patterns keep this file from matching.)
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 
@@ -10,5 +10,5 @@ paths='(^|[^[:alnum:]_.])/(w[o]rk|r[o]ot|f[a]rm|h[o]me/[a-z]+|U[s]ers/[A-Za-z]+)
 found=$(repo_files ':!LICENSE' ':!*.svg' | xargs -r -d '\n' grep -nHIiE "$words" || true)
 found+=$(repo_files ':!LICENSE' ':!*.svg' | xargs -r -d '\n' grep -nHIE "$paths" || true)
 [[ -z $found ]] && exit 0
-printf 'Words and paths that do not belong here:\n%s\n' "$found"
+printf 'Words and paths that are not allowed:\n%s\n' "$found"
 exit 1

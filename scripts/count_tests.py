@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Prints "PASSED FAILED SKIPPED" of the last test run in a build folder, or of one program's report.
+"""Prints "PASSED FAILED SKIPPED" for the last test run in a build folder, or for one test program.
 
     count_tests.py FOLDER
-    count_tests.py --unit REPORT passed|failed     and how the program ended
+    count_tests.py --unit REPORT passed|failed     REPORT of a program, and whether it passed
 
-Every ctest entry counts as one case, except for the unit tests, whose cases count one by one. A
-report that should be there and is not (the program crashed) counts as a failure.
+Every ctest entry counts as one case, except the unit tests, whose cases count individually. A
+missing report (the program crashed) counts as a failure.
 """
 
 import json
@@ -21,7 +21,7 @@ def count_ctest(report: pathlib.Path):
         if status == "run":
             yield case.get("name"), "passed"
         elif status in ("notrun", "disabled"):
-            # A test program that was not built is a failure; only a test that says so is skipped.
+            # A test program that was not built is a failure, not a skipped test.
             skip = case.find("skipped")
             reason = (skip.get("message") or "") if skip is not None else ""
             missing = "not found" in reason.lower() or "unable" in reason.lower()
@@ -42,8 +42,8 @@ def count_unit(report: pathlib.Path):
 
 
 def outcomes_of_unit(report: pathlib.Path, run: str):
-    """The outcomes of a program's cases, and one more when no case failed but the run did: it
-    crashed, leaked, or raced."""
+    """The outcomes of the cases of a program. If no case failed but the run did (crash, leak or data
+    race), there is one more failure."""
     try:
         outcomes = list(count_unit(report))
     except (OSError, ValueError):

@@ -1,4 +1,4 @@
-# Shared by the scripts in this folder; sourced, never run. Leaves the caller in the repository root.
+# Functions for the scripts in this folder. To be sourced; changes to the root of the repository.
 # shellcheck shell=bash
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
@@ -15,13 +15,13 @@ die() {
   exit 1
 }
 
-# The files of the repository, new ones included, that match the given pathspecs; one a line.
+# Prints the files of the repository, untracked files included, that match the given pathspecs.
 repo_files() {
   git ls-files --cached --others --exclude-standard -- "$@" | sort -u |
     while IFS= read -r file; do [[ -f $file ]] && printf '%s\n' "$file"; done
 }
 
-# Where the products of a preset are.
+# Prints the build folder of a preset.
 build_dir() {
   if [[ $1 == release ]]; then echo build; else echo "build-$1"; fi
 }

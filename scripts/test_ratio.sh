@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Prints how much test code there is for the product code, in lines that are neither blank nor
-# comments. Neither too little nor a burden: a third is wanted.
+# Prints the ratio of test code to product code, in lines that are neither blank nor comments. The
+# target is a third.
 set -euo pipefail
 . "$(dirname "$0")/lib.sh"
 

@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Runs clang-tidy over the sources of src/ and tools/, on all processors; remembers what passed.
+"""Runs clang-tidy on the sources of src/ and tools/, on all processors, and stores what passed.
 
 usage: tidy.py BUILD_DIR [FILE...]
 
-BUILD_DIR is configured for a unity build: each of its lumps includes some of the sources and is
-looked at as one, so that what they all include is read once. A lump that passed is skipped until
-something of the repository that it includes, its compile command or .clang-tidy changes. The
-memory lives in BUILD_DIR/tidy-passed.json.
+BUILD_DIR is configured for a unity build. Each unity source includes several sources and is checked
+as one, so that common headers are read once. A unity source that passed is skipped until a file of
+the repository that it includes, its compile command or .clang-tidy changes. The results are in
+BUILD_DIR/tidy-passed.json.
 """
 
 import concurrent.futures
@@ -20,17 +20,17 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-# Lumps include sources: that is what they are for.
+# Unity sources include .cpp files on purpose.
 TIDY = ["clang-tidy-14", "--quiet", "--checks=-bugprone-suspicious-include"]
 
 
 def sources_of(lump: str) -> set[str]:
-    """The sources in a lump; a source that is compiled alone is its own."""
+    """The sources in a unity source; a source that is compiled alone contains itself."""
     return set(re.findall(r'#include "(.*\.cpp)"', pathlib.Path(lump).read_text())) or {lump}
 
 
 def included_by(command: dict) -> list[pathlib.Path]:
-    """The files of the repository that a lump includes, itself first."""
+    """The files of the repository that a unity source includes, itself first."""
     args = shlex.split(command["command"])
     if pathlib.Path(args[0]).name == "ccache":
         args = args[1:]
@@ -44,7 +44,7 @@ def included_by(command: dict) -> list[pathlib.Path]:
 
 
 def key_of(command: dict) -> str:
-    """What a verdict depends on."""
+    """A hash of everything that the result depends on."""
     digest = hashlib.sha256((ROOT / ".clang-tidy").read_bytes())
     digest.update(command["command"].encode())
     for path in included_by(command):
@@ -53,7 +53,7 @@ def key_of(command: dict) -> str:
 
 
 def examine(command: dict, folder: pathlib.Path, passed: dict) -> tuple[str, str | None, str]:
-    """Returns (lump, key if it passed, output)."""
+    """Returns (unity source, key if it passed, output)."""
     lump = command["file"]
     key = key_of(command)
     if passed.get(lump) == key:
@@ -85,7 +85,7 @@ def main() -> int:
                 faulty += 1
                 print(output, flush=True)
     memory.write_text(json.dumps({**before, **now} if wanted else now))
-    print(f"{len(sources)} sources in {len(lumps)} lumps looked at, {faulty} with faults")
+    print(f"{len(sources)} sources in {len(lumps)} unity sources checked, {faulty} with errors")
     return 1 if faulty or not lumps else 0
 
 
