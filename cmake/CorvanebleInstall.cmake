@@ -1,5 +1,4 @@
-# What `cmake --install` puts where, and how other builds find it: as a CMake package
-# (corvaneble::corvaneble) and through pkg-config (corvaneble).
+# Install rules, the CMake package (corvaneble::corvaneble) and the pkg-config file (corvaneble).
 include(CMakePackageConfigHelpers)
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/corvaneble")
@@ -32,7 +31,7 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/corvaneble.pc.in"
 install(FILES "${PROJECT_BINARY_DIR}/corvaneble.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-# `scripts/build PRESET package`: all of it in one archive, to be unpacked anywhere.
+# `scripts/build PRESET package` creates a relocatable archive of the installed files.
 if(WIN32)
   install(FILES "${PROJECT_SOURCE_DIR}/docs/windows.md" "${PROJECT_SOURCE_DIR}/docs/host-guide.md"
           DESTINATION "${CMAKE_INSTALL_DOCDIR}")

@@ -1,6 +1,6 @@
-# What every target of this project is compiled with, and where its products go.
+# Compile options and output folders of all targets.
 
-# A compiler cache makes switching between presets cheap; used when there is one.
+# A compiler cache, if installed, makes it fast to switch between presets.
 find_program(CORVANEBLE_CCACHE ccache)
 mark_as_advanced(CORVANEBLE_CCACHE)
 if(CORVANEBLE_CCACHE AND PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
@@ -16,12 +16,12 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 
-if(WIN32) # programs beside the library, where it is found
+if(WIN32) # a program finds the DLL in its own folder
   set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}")
 endif()
 
-# The compile and link options of one target of ours. Sanitizers go to every target: a program has
-# them whole or not at all.
+# Sets the compile and link options of a target. All objects of a program must use the same
+# sanitizers.
 function(corvaneble_target target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
   if(CORVANEBLE_WERROR)
@@ -31,11 +31,11 @@ function(corvaneble_target target)
     target_compile_options(${target} PRIVATE -fsanitize=${CORVANEBLE_SANITIZE}
                                              -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${CORVANEBLE_SANITIZE})
-    # Also programs in C: the library in them brings what the C++ run time has to answer.
+    # C programs too: the objects of the library need the C++ runtime.
     set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
   endif()
   if(MINGW)
-    # Programs and library stand alone: they import nothing but the system's own libraries.
+    # Programs and the library import only libraries of Windows.
     target_link_options(${target} PRIVATE -static)
   endif()
 endfunction()

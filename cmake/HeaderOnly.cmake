@@ -1,5 +1,5 @@
-# The libraries that are nothing but headers. A cross build takes them from the machine it runs on,
-# each by itself: the folder they are in has the headers of another system.
+# Finds a header-only library. A cross build uses the headers of the build machine, through a link
+# to the folder of that library: the rest of /usr/include belongs to another system.
 function(corvaneble_header_only package version target folder)
   if(NOT CMAKE_CROSSCOMPILING)
     find_package(${package} ${version} REQUIRED)

@@ -1,5 +1,5 @@
-# Makes the import library of a 32-bit DLL: callers name a __stdcall function with the size of its
-# arguments behind an @, the DLL exports it without. The linker cannot make one for both.
+# Creates the import library of a 32-bit DLL. Compilers append @ and the size of the arguments to
+# the name of a __stdcall function; the DLL exports the plain name. The linker cannot map these.
 #
 #   cmake -D NM=… -D DLLTOOL=… -D DLL=… -D LIBRARY=… -P ImportLibrary.cmake
 execute_process(COMMAND "${NM}" "${DLL}" OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
