@@ -1,15 +1,15 @@
-/* Looks for a heart rate strap, connects, and prints ten heart rates: the whole life of a host. */
+/* Scans for a heart rate strap, connects to it, and prints ten heart rates. */
 #include <corvaneble/corvaneble.h>
-#include <pthread.h> /* C99 has no locks; on Windows MinGW-w64 brings these */
+#include <pthread.h> /* C99 has no locks; MinGW-w64 provides these on Windows */
 #include <stdio.h>
 #include <string.h>
 
 enum { WANTED_RATES = 10, STEPS_PER_SECOND = 50 };
 
-/* What the callback tells the main thread. Advertisements and values come on threads of the radio,
- * so the lock guards it all. What an event points to is gone afterwards: copy it. */
+/* Data from the callback for the main thread. Advertisements and values arrive on threads of the
+ * library, so the lock guards all fields. Event parameters are valid only during the callback. */
 typedef struct {
-  char strap[13]; /* the address; empty until one was heard */
+  char strap[13]; /* the address; empty until an advertisement was received */
   int rates[WANTED_RATES];
   int rate_count;
   int is_lost;
@@ -17,7 +17,7 @@ typedef struct {
 
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 
-/* Heart Rate Measurement: flags, whose bit 0 says that the rate has 16 bits, then the rate. */
+/* Heart Rate Measurement: flags (bit 0: the rate has 16 bits), then the rate. */
 static int RateOf(const unsigned char* value, int32_t size) {
   if (size < 2) return -1;
   if ((value[0] & 1) == 0) return value[1];
@@ -42,14 +42,15 @@ static int32_t CORVANEBLE_CALL OnEvent(void* user, int32_t event, int32_t count,
   return 0;
 }
 
-/* Calls a method whose parameters are two texts, or fewer. Returns whether it succeeded. */
+/* Calls a method with at most two parameters, which are texts. Returns whether it succeeded. */
 static int Do(CorvaneBLE_Handle client, int32_t method, const char* first, const char* second) {
   intptr_t params[] = {(intptr_t)first, (intptr_t)second};
   int32_t lengths[] = {0, 0};
   return CorvaneBLE_BLEClient_Do(client, method, 2, params, lengths, NULL) == 0;
 }
 
-/* Waits, 20 ms a step, until `is_reached` or for so many seconds. Events come meanwhile. */
+/* Waits until `is_reached` returns true, at most `seconds`, in steps of 20 ms. Events arrive
+ * meanwhile. Returns whether the condition was reached. */
 static int WaitFor(CorvaneBLE_Handle client, State* state, int (*is_reached)(const State*),
                    int seconds) {
   int reached = 0;
@@ -73,7 +74,8 @@ static const char* Text(CorvaneBLE_Handle client, int32_t property, int32_t inde
   return (const char*)CorvaneBLE_BLEClient_Get(client, property, index, NULL, NULL);
 }
 
-/* The identifier of the selected service's characteristic whose UUID begins with these 8 digits. */
+/* Finds the characteristic of the selected service whose UUID begins with `uuid` (8 digits), and
+ * copies its identifier to `id`. */
 static int FindCharacteristic(CorvaneBLE_Handle client, const char* uuid, char id[13]) {
   int32_t count = (int32_t)CorvaneBLE_BLEClient_Get(
       client, CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT, 0, NULL, NULL);
@@ -85,7 +87,7 @@ static int FindCharacteristic(CorvaneBLE_Handle client, const char* uuid, char i
   return 0;
 }
 
-/* Body Sensor Location: 1 is the chest, 2 a wrist, and so on. Straps need not have it. */
+/* Body Sensor Location: 1 is the chest, 2 a wrist. The characteristic is optional. */
 static void PrintWhereItIsWorn(CorvaneBLE_Handle client, const char* service) {
   char location[13];
   if (!FindCharacteristic(client, "00002A38", location)) return;
@@ -97,12 +99,12 @@ static void PrintWhereItIsWorn(CorvaneBLE_Handle client, const char* service) {
     printf("worn at place %d\n", *(const unsigned char*)params[3]);
 }
 
-/* Returns 1 if all went well. On 0 the library's last error says what did not, if it was a call. */
+/* Returns 1 for success. Returns 0 after a failure; if a call failed, GetLastError has the text. */
 static int Run(CorvaneBLE_Handle client, State* state) {
   if (!Do(client, CORVANEBLE_METHOD_START_SCANNING, "180D", "")) return 0;
   if (!WaitFor(client, state, IsHeard, 30)) return fputs("no strap is in range\n", stderr), 0;
   if (!Do(client, CORVANEBLE_METHOD_STOP_SCANNING, "", "")) return 0;
-  /* `strap` is written once and was seen under the lock: it needs none any more. */
+  /* `strap` does not change after it was set, so it can be read without the lock. */
   if (!Do(client, CORVANEBLE_METHOD_CONNECT, state->strap, "")) return 0;
   intptr_t params[] = {(intptr_t) "180D", (intptr_t) "", 0, (intptr_t) ""};
   int32_t lengths[4] = {0};
@@ -117,7 +119,7 @@ static int Run(CorvaneBLE_Handle client, State* state) {
   if (!FindCharacteristic(client, "00002A37", rate)) return fputs("no heart rate\n", stderr), 0;
   if (!Do(client, CORVANEBLE_METHOD_SUBSCRIBE, service, rate)) return 0;
   int done = WaitFor(client, state, IsDone, 60);
-  pthread_mutex_lock(&lock); /* values still come */
+  pthread_mutex_lock(&lock); /* values still arrive */
   done = done && !state->is_lost;
   for (int i = 0; i < state->rate_count; ++i)
     printf("%d beats a minute\n", state->rates[i]);
@@ -135,6 +137,6 @@ int main(void) {
   int code = CorvaneBLE_BLEClient_GetLastErrorCode(client);
   if (!done && code != 0)
     fprintf(stderr, "%s (code %d)\n", CorvaneBLE_BLEClient_GetLastError(client), code);
-  CorvaneBLE_BLEClient_Destroy(client); /* no event comes after it, so `state` may go */
+  CorvaneBLE_BLEClient_Destroy(client); /* no callback runs afterwards: `state` may end */
   return done ? 0 : 1;
 }

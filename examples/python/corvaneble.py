@@ -1,4 +1,4 @@
-"""CorvaneBLE for Python 3.9 and later: one module over the shared library, with ctypes alone.
+"""CorvaneBLE for Python 3.9 and later: one module that calls the shared library with ctypes.
 
     import corvaneble
 
@@ -7,18 +7,18 @@
         for event in client.events(corvaneble.Advertisement, seconds=5):
             print(event.server_id, event.rssi, event.name)
 
-The library is the one that ``load`` was given, or the environment variable CORVANEBLE_LIBRARY names,
-or the system finds. The radio is chosen by CORVANEBLE_RADIO, read when a Client is made:
-``simulated`` needs no hardware.
+The library is the argument of ``load``, or the file in the environment variable CORVANEBLE_LIBRARY,
+or the one that the system finds. The environment variable CORVANEBLE_RADIO selects the radio when a
+Client is created: ``simulated`` needs no hardware.
 
-Events are frozen dataclasses. ``Client.events`` hands them to the thread that asks, in order, which
-is what most programs want. ``Client.on`` sets a handler that runs at once, on whatever thread the
-event comes on: for advertisements, notifications and changes of the link and the server that is a
-thread of the radio. What a handler raises is raised again by the client's next call (or the one the
-handler ran in), on the thread that makes it.
+Events are frozen dataclasses. ``Client.events`` returns them in order on the calling thread; this
+suits most programs. ``Client.on`` sets a handler that runs immediately, on the thread of the event:
+for advertisements, notifications and changes of the link and the server, this is a thread of the
+library. An exception of a handler is raised again by the next call of the client (or by the call
+that raised the event), on the thread of that call.
 
-One thread at a time may use a client; handlers may use it besides. No call waits for ever: each
-operation of the radio has ``Client.timeout`` seconds. Ctrl-C takes effect when the call returns.
+Only one thread at a time, and the handlers, may use a client. Each radio operation may take
+``Client.timeout`` seconds. Ctrl-C takes effect when the call returns.
 """
 
 from __future__ import annotations
@@ -45,11 +45,11 @@ __all__ = [
 ]
 
 STEPS_PER_SECOND = 50
-"""Steps of ``Client.do_events`` in a second of the radio's time; each takes 20 ms at most."""
+"""Number of ``Client.do_events`` calls in a second of radio time; each takes at most 20 ms."""
 
 
 class CorvaneBLEError(Exception):
-    """An operation of the library that failed: ``code`` (CorvaneBLE_Error) and ``text``."""
+    """A failed operation of the library: ``code`` (CorvaneBLE_Error) and ``text``."""
 
     def __init__(self, code: int, text: str) -> None:
         super().__init__(f"{text} (code {code})")
@@ -58,7 +58,7 @@ class CorvaneBLEError(Exception):
 
 
 class Flags(IntFlag):
-    """What a characteristic allows."""
+    """Properties of a characteristic."""
 
     BROADCAST = 0x001
     READ = 0x002
@@ -77,11 +77,11 @@ ValueFormat = IntEnum(
     "SINT8 SINT12 SINT16 SINT24 SINT32 SINT48 SINT64 SINT128 FLOAT32 FLOAT64 SFLOAT FLOAT "
     "DUINT16 UTF8 UTF16 STRUCT",
     start=0, module=__name__)
-ValueFormat.__doc__ = "How the bytes of a value are to be read; all numbers little-endian."
+ValueFormat.__doc__ = "The format of a value. All formats are little-endian."
 
 
 class LogLevel(IntEnum):
-    """How much is logged, and the level of a line."""
+    """Values of the setting "LogLevel", and of the level of a Log event."""
 
     NONE = 0
     INFO = 1
@@ -90,7 +90,7 @@ class LogLevel(IntEnum):
 
 
 class GattType(IntEnum):
-    """What a Discovered event is about."""
+    """The type of attribute that a Discovered event reports."""
 
     SERVICE = 0
     CHARACTERISTIC = 1
@@ -99,12 +99,12 @@ class GattType(IntEnum):
 
 @dataclass(frozen=True)
 class Event:
-    """Base of all events. The fields are the parameters of the library's event, in their order."""
+    """Base of all events. The fields are the parameters of the event, in the same order."""
 
 
 @dataclass(frozen=True)
 class Advertisement(Event):
-    """A packet was heard. Lists of UUIDs are separated by commas, powers are in dBm."""
+    """A packet was received. Commas separate the UUIDs of a list. Powers are in dBm."""
 
     server_id: str
     name: str
@@ -121,7 +121,7 @@ class Advertisement(Event):
 
 @dataclass(frozen=True)
 class Connected(Event):
-    """``text`` is "OK", "Online" when a lost link is back, or why connecting failed."""
+    """``text`` is "OK", "Online" if a lost link is back, or the text of the error."""
 
     code: int
     text: str
@@ -129,7 +129,7 @@ class Connected(Event):
 
 @dataclass(frozen=True)
 class Disconnected(Event):
-    """``text`` is "OK", or "Offline" when the link was lost."""
+    """``text`` is "OK", or "Offline" if the link was lost."""
 
     code: int
     text: str
@@ -137,7 +137,7 @@ class Disconnected(Event):
 
 @dataclass(frozen=True)
 class Discovered(Event):
-    """A service, characteristic or descriptor; ids that do not apply are empty."""
+    """A service, characteristic or descriptor. Identifiers that do not apply are empty."""
 
     type: GattType
     service_id: str
@@ -149,7 +149,7 @@ class Discovered(Event):
 
 @dataclass(frozen=True)
 class ErrorReport(Event):
-    """The library's Error event."""
+    """The Error event of the library."""
 
     code: int
     text: str
@@ -164,7 +164,7 @@ class Log(Event):
 
 @dataclass(frozen=True)
 class ServerUpdate(Event):
-    """The server's new name, or what is known of its changed services; the other one is empty."""
+    """The new name of the server, or a description of changed services; the other is empty."""
 
     name: str
     changed_services: str
@@ -199,7 +199,7 @@ class Unsubscribed(Event):
 
 @dataclass(frozen=True)
 class Value(Event):
-    """A value was read, or came by notification or indication."""
+    """A value was read, or was received as a notification or indication."""
 
     service_id: str
     characteristic_id: str
@@ -218,14 +218,14 @@ class WriteResponse(Event):
     description: str
 
 
-# By number, from 1.
+# In the order of their numbers, from 1.
 _EVENTS: tuple[type[Event], ...] = (
     Advertisement, Connected, Disconnected, Discovered, ErrorReport, Log, ServerUpdate, StartScan,
     StopScan, Subscribed, Unsubscribed, Value, WriteResponse)
 
 _TX_POWER_ABSENT = -2**31
 _COMPANY_ABSENT = -1
-_FAILED = -1  # the code of a handler that raised something else than CorvaneBLEError
+_FAILED = -1  # code of a handler exception other than CorvaneBLEError
 
 
 _Kinds = tuple[type[Event], ...]
@@ -239,7 +239,7 @@ def _integer(value: int) -> int:
     return ctypes.c_int32(value).value
 
 
-# How a parameter becomes a field, by the field's annotation; others are made from the integer.
+# The conversion of a parameter (value, length) to a field, by the annotation of the field.
 _CONVERTERS: dict[str, Callable[[int, int], Any]] = {
     "str": lambda value, _: _text(value),
     "bytes": lambda value, length: ctypes.string_at(value, length) if length else b"",
@@ -292,17 +292,17 @@ _CALLBACK = (ctypes.WINFUNCTYPE if _IS_STDCALL else ctypes.CFUNCTYPE)(  # type: 
     ctypes.c_int32, ctypes.c_void_p, ctypes.c_int32, ctypes.c_int32,
     ctypes.POINTER(ctypes.c_ssize_t), ctypes.POINTER(ctypes.c_int32))
 
-_OUT = ctypes.c_ssize_t(0)  # where the library puts something
+_OUT = ctypes.c_ssize_t(0)  # an output parameter
 
 _library: Optional[ctypes.CDLL] = None
 
 
 def load(path: Optional[str] = None) -> ctypes.CDLL:
-    """Loads the library, once for the process; a Client does so by itself.
+    """Loads the library once per process. A Client calls this.
 
-    ``path`` is a file, or a name for the system's search. Without it: the environment variable
-    CORVANEBLE_LIBRARY, the system's own, then the one built beside this file. Raises OSError when
-    there is none.
+    ``path`` is a file, or a name for the search of the system. Without ``path``: the file in the
+    environment variable CORVANEBLE_LIBRARY, the installed library, or the one built in the same
+    repository. Raises OSError if there is none.
     """
     global _library
     if _library is not None and path is None:
@@ -344,7 +344,7 @@ def load(path: Optional[str] = None) -> ctypes.CDLL:
 
 def _property(number: int, kind: Callable[[Any], Any], doc: str,
               writable: bool = False) -> property:
-    """A property of the client that has no index."""
+    """A Python property for a property of the library without an index."""
 
     def read(self: Client) -> Any:
         return self._get(number, 0, kind)
@@ -378,9 +378,9 @@ def _list(text: str) -> tuple[str, ...]:
 
 
 class Client:
-    """One instance of the library; a context manager. Identifiers and UUIDs are texts.
+    """An instance of the library; a context manager. Identifiers and UUIDs are strings.
 
-    ``on_event``, if given, is called with every event that has no handler of its own.
+    ``on_event``, if given, is called for every event whose type has no handler (see ``on``).
     """
 
     def __init__(self, on_event: Optional[Callable[[Event], object]] = None) -> None:
@@ -388,15 +388,15 @@ class Client:
         self._handlers: dict[type[Event], Callable[[Any], object]] = {}
         self._on_event = on_event
         self._streams: tuple[tuple[_Kinds, queue.SimpleQueue[Event]], ...] = ()
-        self._lock = threading.Lock()  # of who replaces one of the two; readers need none
+        self._lock = threading.Lock()  # for writers of the two fields above; readers need no lock
         self._raised: queue.SimpleQueue[BaseException] = queue.SimpleQueue()
-        self._inside = threading.local()  # .count: handlers of ours on this thread
+        self._inside = threading.local()  # .count: running handlers on this thread
         callback = _callback_of(weakref.ref(self))
         self._handle: Optional[int] = self._library.Create(callback, None, None, 0)
         if not self._handle:
             raise MemoryError("no instance")
-        # Also when nobody closes the client, and before the interpreter goes away: the library's
-        # threads must not call into it then. Keeps the callback as long as it may be called.
+        # Destroys the instance even if the client is not closed, and before the interpreter exits:
+        # the library must not call the interpreter afterwards. Keeps the callback alive until then.
         self._finalize = weakref.finalize(self, _end, self._library, self._handle, callback)
         self.config("CodePage=65001")
 
@@ -416,29 +416,29 @@ class Client:
             self._print_raised()
 
     def close(self) -> None:
-        """Ends all that is going on. No handler runs afterwards. Raises what handlers raised."""
+        """Ends all operations. No handler runs afterwards. Raises a pending handler exception."""
         self._destroy()
         self._raise_pending()
 
     # Events.
 
     def on(self, kind: type[Event], handler: Optional[Callable[[Any], object]]) -> None:
-        """Has ``handler`` called with every event of a kind, on the event's own thread; None: no
-        more. It may call anything of the client."""
+        """Sets the handler of a type of event, or removes it (None). The handler runs on the thread
+        of the event and may call any method of the client."""
         with self._lock:
-            handlers = dict(self._handlers)  # replaced, never changed: other threads read it
+            handlers = dict(self._handlers)  # a copy: other threads read the old one
             handlers.pop(kind, None)
             if handler is not None:
                 handlers[kind] = handler
             self._handlers = handlers
 
     def events(self, *kinds: type[Event], seconds: float) -> EventStream:
-        """The events of these kinds (of all without any), in order, for so many seconds of the
-        radio's time spent waiting for them. They are collected from this call on."""
+        """Returns the events of the given types (without types, all events), in order. The events
+        are collected from this call on. Iterating waits for at most ``seconds`` of radio time."""
         return EventStream(self, kinds or (Event,), seconds)
 
     def _dispatch(self, number: int, params: Any, lengths: Any) -> int:
-        """An event, on its own thread. Nothing may be raised."""
+        """Handles an event, on the thread of the event. Must not raise."""
         try:
             kind = _EVENTS[number - 1]
             handler = self._handlers.get(kind, self._on_event)
@@ -451,7 +451,7 @@ class Client:
             if handler is not None:
                 self._run(handler, event)
             return 0
-        except BaseException as error:  # even Ctrl-C: it is raised where the program can see it
+        except BaseException as error:  # even KeyboardInterrupt: the next call raises it
             self._raised.put(error)
             code = error.code if isinstance(error, CorvaneBLEError) else _FAILED
             text = f"{type(error).__name__}: {error}".encode("utf-8", "replace")
@@ -465,24 +465,24 @@ class Client:
             self._inside.count -= 1
 
     def _raise_pending(self) -> None:
-        # Not inside a handler: it would be blamed for another's fault.
+        # Not inside a handler: the exception may be that of another handler.
         if not getattr(self._inside, "count", 0) and not self._raised.empty():
             raise self._raised.get()
 
     def _print_raised(self) -> None:
-        """Where nobody is left, or another exception is on its way: at least they are seen."""
+        """Prints pending handler exceptions, where they cannot be raised."""
         while not self._raised.empty():
             error = self._raised.get()
             traceback.print_exception(type(error), error, error.__traceback__)
 
     # Scanning.
 
-    scanning = _property(22, bool, "Whether the radio scans.")
-    active_scanning = _property(1, bool, "Whether devices are asked for their scan response.", True)
+    scanning = _property(22, bool, "Whether a scan is running.")
+    active_scanning = _property(1, bool, "Whether a scan requests scan responses.", True)
 
     def start_scanning(self, service_uuids: str = "") -> None:
-        """Listens for devices that advertise all of these services; for every device without any.
-        While it scans already, nothing happens."""
+        """Starts a scan for devices that advertise all of these services (empty: for all devices).
+        Does nothing during a scan."""
         self._call(13, service_uuids)
 
     def stop_scanning(self) -> None:
@@ -490,22 +490,22 @@ class Client:
 
     # The server.
 
-    server_id = _property(23, str, "The server's address; empty when there is none.")
-    server_name = _property(24, str, "The server's name; empty when there is none.")
+    server_id = _property(23, str, "Address of the server; empty if there is none.")
+    server_name = _property(24, str, "Name of the server; empty if there is none.")
 
     def connect(self, server_id: str) -> None:
-        """Makes a device the server. Ends a scan and a former connection."""
+        """Selects the server by its address. Ends a scan and an earlier connection."""
         self._call(3, server_id)
 
     def disconnect(self) -> None:
-        """Forgets the server and all that was discovered."""
+        """Ends the connection and forgets everything discovered."""
         self._call(4)
 
     # Discovery.
 
     def discover(self, service_uuids: str = "", characteristic_uuids: str = "",
                  descriptors: bool = False, included_by: str = "") -> None:
-        """Discovers services with their characteristics, and descriptors if wanted."""
+        """Discovers services and their characteristics, and with ``descriptors`` also these."""
         self._call(5, service_uuids, characteristic_uuids, ctypes.c_ssize_t(descriptors),
                    included_by)
 
@@ -519,58 +519,58 @@ class Client:
         self._call(7, service_id, characteristic_id)
 
     def services(self) -> list[Service]:
-        """All services that were discovered."""
+        """Returns all discovered services."""
         return [Service(self.service_id(i), self.service_uuid(i), self.service_description(i),
                         self.service_included_svc_ids(i), self.service_parent_svc_ids(i))
                 for i in range(self.service_count)]
 
     def characteristics(self, service_id: str) -> list[Characteristic]:
-        """Selects a service; its characteristics."""
+        """Selects a service and returns its characteristics."""
         self.select(service_id)
         return [Characteristic(self.characteristic_id(i), self.characteristic_uuid(i),
                                self.characteristic_description(i), self.characteristic_flags(i))
                 for i in range(self.characteristic_count)]
 
     def descriptors(self, service_id: str, characteristic_id: str) -> list[Descriptor]:
-        """Selects a characteristic; its descriptors."""
+        """Selects a characteristic and returns its descriptors."""
         self.select(service_id, characteristic_id)
         return [Descriptor(self.descriptor_id(i), self.descriptor_uuid(i),
                            self.descriptor_description(i)) for i in range(self.descriptor_count)]
 
     def select(self, service_id: str = "", characteristic_id: str = "") -> None:
-        """Selects for the properties that take an index."""
+        """Selects the service and the characteristic for indexed properties."""
         self._call(12, service_id, characteristic_id)
 
-    service = _property(25, str, "Id of the selected service, or empty.", True)
-    characteristic = _property(2, str, "Id of the selected characteristic, or empty.", True)
+    service = _property(25, str, "Identifier of the selected service, or empty.", True)
+    characteristic = _property(2, str, "Identifier of the selected characteristic, or empty.", True)
 
-    service_count = _property(26, int, "How many services were discovered.")
+    service_count = _property(26, int, "Number of discovered services.")
     service_description = _getter(27, str, "The assigned name, or empty.")
     service_id = _getter(28, str, "The identifier.")
-    service_included_svc_ids = _getter(29, _list, "Ids of the services it includes.")
-    service_parent_svc_ids = _getter(30, _list, "Ids of the services that include it.")
+    service_included_svc_ids = _getter(29, _list, "Identifiers of the included services.")
+    service_parent_svc_ids = _getter(30, _list, "Identifiers of the including services.")
     service_uuid = _getter(31, str, "The UUID.")
 
-    characteristic_count = _property(3, int, "Of the selected service.", True)
-    characteristic_cached_value = _getter(4, bytes, "The last value; the radio is not used.")
+    characteristic_count = _property(3, int, "Length of the list of characteristics.", True)
+    characteristic_cached_value = _getter(4, bytes, "The last known value.")
     characteristic_can_subscribe = _getter(5, bool, "Whether it notifies or indicates.")
     characteristic_description = _getter(6, str, "The assigned name, or empty.")
-    characteristic_flags = _getter(7, Flags, "What it allows.")
+    characteristic_flags = _getter(7, Flags, "The properties of the characteristic.")
     characteristic_id = _getter(8, str, "The identifier.")
-    characteristic_subscribed = _getter(9, bool, "Asks the device when it is not known yet.")
+    characteristic_subscribed = _getter(9, bool, "Whether subscribed; may ask the device.")
     set_characteristic_subscribed = _setter(9, "Subscribes or unsubscribes.")
-    characteristic_user_description = _getter(10, str, "The device's own description.")
-    set_characteristic_user_description = _setter(10, "Writes the device's description.")
+    characteristic_user_description = _getter(10, str, "The user description.")
+    set_characteristic_user_description = _setter(10, "Writes the user description.")
     characteristic_uuid = _getter(11, str, "The UUID.")
-    characteristic_value_exponent = _getter(12, int, "It counts units of ten to this power.")
-    characteristic_value_format = _getter(13, ValueFormat, "Of the selected presentation format.")
-    characteristic_value_format_count = _getter(14, int, "How many presentation formats there are.")
-    characteristic_value_format_index = _getter(15, int, "The selected one; -1 without any.")
+    characteristic_value_exponent = _getter(12, int, "The power of ten to multiply by.")
+    characteristic_value_format = _getter(13, ValueFormat, "The selected presentation format.")
+    characteristic_value_format_count = _getter(14, int, "Number of presentation formats.")
+    characteristic_value_format_index = _getter(15, int, "Index of the selected format, or -1.")
     set_characteristic_value_format_index = _setter(15, "Selects a presentation format.")
     characteristic_value_unit = _getter(16, str, "UUID of the unit, or empty.")
 
-    descriptor_count = _property(17, int, "Of the selected characteristic.")
-    descriptor_cached_value = _getter(18, bytes, "The last value; the radio is not used.")
+    descriptor_count = _property(17, int, "Number of descriptors of the characteristic.")
+    descriptor_cached_value = _getter(18, bytes, "The last known value.")
     descriptor_description = _getter(19, str, "The assigned name, or empty.")
     descriptor_id = _getter(20, str, "The identifier.")
     descriptor_uuid = _getter(21, str, "The UUID.")
@@ -578,7 +578,7 @@ class Client:
     # Values.
 
     def read_value(self, service_id: str, characteristic_id: str, descriptor_id: str = "") -> bytes:
-        """Reads from the device: a descriptor, or the characteristic's own value."""
+        """Reads a descriptor, or the value of the characteristic, from the device."""
         params, lengths = self._call(11, service_id, characteristic_id, descriptor_id, _OUT)
         return ctypes.string_at(params[3], lengths[3]) if lengths[3] else b""
 
@@ -592,20 +592,20 @@ class Client:
         self._call(10, service_id, characteristic_id, _bytes(value))
 
     def subscribe(self, service_id: str, characteristic_id: str) -> None:
-        """Has the device send the values, which arrive as Value events."""
+        """Subscribes to a characteristic. Its values arrive as Value events."""
         self._call(15, service_id, characteristic_id)
 
     def unsubscribe(self, service_id: str = "", characteristic_id: str = "") -> None:
-        """Of one characteristic, a whole service, or everything."""
+        """Unsubscribes from a characteristic, from all of a service, or from everything."""
         self._call(16, service_id, characteristic_id)
 
     # Waiting and settings.
 
-    timeout = _property(32, int, "Seconds that each operation of the radio may take.", True)
-    version = _property(0, str, "The library's version.")
+    timeout = _property(32, int, "Limit in seconds for each radio operation.", True)
+    version = _property(0, str, "The version of the library.")
 
     def do_events(self) -> None:
-        """Lets due work run, for about 20 ms at most."""
+        """Runs due work. Returns within about 20 ms."""
         self._call(9)
 
     def config(self, text: str) -> str:
@@ -613,11 +613,11 @@ class Client:
         params, _ = self._call(2, text, _OUT)
         return _text(params[1])
 
-    # The library's functions.
+    # Calls of the library.
 
     def _call(self, method: int, *values: Union[str, bytes, ctypes.c_ssize_t]) -> tuple[Any, Any]:
-        """A number is passed as it is. It must be said to be one: where the library takes a text,
-        it would be an address in memory."""
+        """Calls a method. A number must be a c_ssize_t: an int is refused, because the library
+        would use it as the address of a text."""
         for value in values:
             if not isinstance(value, (str, bytes, ctypes.c_ssize_t)):
                 raise TypeError(f"a text is expected, not {type(value).__name__}")
@@ -634,7 +634,7 @@ class Client:
         length = ctypes.c_int32()
         index = _fits(index)
         value = self._library.Get(self._handle, number, index, ctypes.byref(length), None)
-        if number:  # reading the version leaves the last error alone
+        if number:  # reading the version does not change the last error
             self._check(self._library.GetLastErrorCode(self._handle))
         if kind is bytes:
             return ctypes.string_at(value, length.value) if length.value else b""
@@ -646,22 +646,22 @@ class Client:
         self._check(self._library.Set(self._handle, number, _fits(index), passed, 0))
 
     def _check(self, code: int) -> None:
-        if code:  # what handlers raised waits for the next call
+        if code:  # a pending handler exception waits for the next call
             text = self._library.GetLastError(self._handle)
             raise CorvaneBLEError(
                 code, text.decode("utf-8", "replace") if text is not None else "closed")
         self._raise_pending()
 
     def _destroy(self) -> None:
-        self._handle = None  # which every function of the library understands
+        self._handle = None  # every function of the library checks for null
         self._finalize()
 
 
 class EventStream(Iterator[Event]):
-    """Iterates over the events that come, waiting for them in ``Client.do_events``.
+    """Iterates over events, and waits for them in ``Client.do_events``.
 
-    Between two events the program may call anything; it may stop asking whenever it likes, and go
-    on later. Ends when its time is over, or closed.
+    Between two events the program may call any method, and it may interrupt and continue the
+    iteration. The iteration ends after its time limit or after ``close``.
     """
 
     def __init__(self, client: Client, kinds: _Kinds, seconds: float) -> None:
@@ -681,7 +681,7 @@ class EventStream(Iterator[Event]):
         return self._arrived.get()
 
     def close(self) -> None:
-        """Collects no more."""
+        """Stops collecting events."""
         self._steps = 0
         with self._client._lock:
             self._client._streams = tuple(
@@ -703,7 +703,7 @@ def _end(library: ctypes.CDLL, handle: int, _callback: Any) -> None:
 
 
 def _fits(number: Any) -> int:
-    """A number that is one of the library's 32 bits."""
+    """Returns an integer that has at most 32 bits, or raises OverflowError."""
     number = operator.index(number)
     if not -2**31 <= number < 2**31:
         raise OverflowError(f"{number} has more than 32 bits")
@@ -711,11 +711,11 @@ def _fits(number: Any) -> int:
 
 
 def _bytes(value: Any) -> bytes:
-    if isinstance(value, (int, str)):  # bytes(5) would be five zeros
+    if isinstance(value, (int, str)):  # bytes(5) would create five zeros
         raise TypeError(f"bytes are expected, not {type(value).__name__}")
     return bytes(value)
 
 
 def _address(data: bytes) -> int:
-    """Where the bytes are; 0 follows them. For as long as ``data`` is kept."""
+    """Returns the address of the bytes and a following 0. Valid while ``data`` exists."""
     return ctypes.cast(ctypes.c_char_p(data), ctypes.c_void_p).value or 0

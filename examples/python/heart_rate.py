@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Looks for a heart rate strap, connects, and prints ten heart rates."""
+"""Scans for a heart rate strap, connects to it, and prints ten heart rates."""
 
 import sys
 from typing import Optional
@@ -11,7 +11,7 @@ PLACES = ("somewhere", "the chest", "a wrist", "a finger", "a hand", "an ear lob
 
 
 def rate_of(value: bytes) -> int:
-    """Heart Rate Measurement: flags, whose bit 0 says that the rate has 16 bits, then the rate."""
+    """Heart Rate Measurement: flags (bit 0: the rate has 16 bits), then the rate."""
     return int.from_bytes(value[1:3] if value[0] & 1 else value[1:2], "little")
 
 
@@ -32,12 +32,12 @@ def main() -> Optional[str]:
         print("connected to", client.server_name)
         service = client.services()[0].id
         ids = {found.uuid[4:8]: found.id for found in client.characteristics(service)}
-        if "2A38" in ids:  # straps need not tell
+        if "2A38" in ids:  # the characteristic is optional
             place = client.read_value(service, ids["2A38"])[0]
             print("worn on", PLACES[place if place < len(PLACES) else 0])
 
         wanted = corvaneble.Value, corvaneble.Disconnected
-        arriving = client.events(*wanted, seconds=60)  # before the first value can come
+        arriving = client.events(*wanted, seconds=60)  # before the first value can arrive
         client.subscribe(service, ids["2A37"])
         for _ in range(WANTED_RATES):
             event = next(arriving, None)

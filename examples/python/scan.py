@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints every advertisement that is heard within five seconds."""
+"""Prints every advertisement that is received within five seconds."""
 
 import sys
 
