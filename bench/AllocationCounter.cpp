@@ -11,8 +11,8 @@ namespace {
 std::atomic<std::size_t> count{0};
 std::atomic<std::size_t> liveBytes{0};
 
-/// Keeps freed memory in the process. Otherwise a large case pays the kernel for fresh pages in
-/// every round where a small one does not, and their comparison would measure that.
+/// Keeps freed memory in the process. Otherwise the kernel would provide new pages to a large case
+/// in every round, and a comparison with a small case would measure that.
 [[maybe_unused]] const bool keepsMemory =
     mallopt(M_TRIM_THRESHOLD, 1 << 30) != 0 && mallopt(M_MMAP_THRESHOLD, 1 << 30) != 0;
 

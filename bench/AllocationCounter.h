@@ -4,10 +4,10 @@
 
 namespace ble::bench {
 
-/// What this program has asked the heap for so far: the benchmarks replace operator new.
+/// The heap usage of this program, counted by a replaced operator new.
 struct Allocations {
   std::size_t count = 0;
-  std::size_t liveBytes = 0;  ///< as the allocator rounds them
+  std::size_t liveBytes = 0;  ///< including the rounding of the allocator
 };
 
 Allocations AllocationsNow();

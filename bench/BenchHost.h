@@ -46,7 +46,7 @@ class BenchHost {
   CorvaneBLE_Handle handle_;
 };
 
-/// A radio that hears what the benchmark gives it, on the benchmark's thread.
+/// A radio that receives the packets of the benchmark, on the thread of the benchmark.
 class LoopbackRadio final : public Radio {
  public:
   class Watcher final : public BluetoothLEAdvertisementWatcher {

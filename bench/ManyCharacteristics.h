@@ -6,7 +6,7 @@
 
 namespace ble::bench {
 
-/// A device at address 1 whose one service, at handle 0x0010, has `count` characteristics.
+/// A device with address 1 and one service, at handle 0x0010, with `count` characteristics.
 inline simulated::Scenario ManyCharacteristics(std::int64_t count, bool virtualTime,
                                                std::uint32_t properties) {
   simulated::ServiceScenario service;

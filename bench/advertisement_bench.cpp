@@ -11,14 +11,14 @@ const Bytes kPayload = {2,    0x01, 0x06, 9,    0x09, 'H',  'R',  ' ',  'S', 't'
                         'a',  'p',  5,    0x03, 0x0D, 0x18, 0x0F, 0x18, 11,  0xFF, 0x4C,
                         0x00, 1,    2,    3,    4,    5,    6,    7,    8};
 
-/// From the platform's callback to the host's return: one Advertisement event an iteration.
+/// From the callback of the platform to the return of the host, for one Advertisement event.
 void Advertisement(benchmark::State& state) {
   const auto radio = std::make_shared<LoopbackRadio>();
   const BenchHost host({radio, SystemClock(), SystemPump()}, state.range(0) != 0);
   if (host.Do(CORVANEBLE_METHOD_START_SCANNING) != 0) state.SkipWithError("no scan");
   const BluetoothLEAdvertisement advertisement(kPayload);
   const BluetoothLEAdvertisementReceivedEventArgs args{advertisement, 0xC0FFEE000001, -60, {}};
-  radio->Ether().Hear(args);  // first of all storage grows to what is needed
+  radio->Ether().Hear(args);  // lets the storage grow first
   const std::uint64_t eventsBefore = host.Events();
   const std::size_t before = AllocationsNow().count;
   for (auto _ : state)

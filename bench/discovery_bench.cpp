@@ -36,7 +36,7 @@ void Discover(benchmark::State& state) {
 }
 BENCHMARK(Discover)->Arg(200)->Arg(20'000)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime();
 
-/// The least a platform object can be, so that the tree's own memory shows.
+/// The smallest possible platform object: the benchmark measures the memory of the tree.
 class BareCharacteristic final : public GattCharacteristic {
  public:
   explicit BareCharacteristic(std::uint16_t handle) : handle_(handle) {}
@@ -97,7 +97,7 @@ class BareService final : public GattDeviceService {
   }
 };
 
-/// The tree alone: growing it, its memory, and finding every record by id and by object.
+/// The tree alone: adding records, its memory, and finding each record by identifier and object.
 void Tree(benchmark::State& state) {
   const auto count = static_cast<std::uint16_t>(state.range(0));
   std::vector<std::shared_ptr<GattCharacteristic>> objects;

@@ -20,7 +20,7 @@ using simulated::SimulatedConnector;
 using simulated::Timeline;
 using simulated::VirtualPeripheral;
 
-/// A channel that also hears what the benchmark says, on the benchmark's thread.
+/// A channel that also receives the PDUs of the benchmark, on the thread of the benchmark.
 class TappedChannel final : public AttChannel {
  public:
   explicit TappedChannel(std::shared_ptr<AttChannel> inner) : inner_(std::move(inner)) {}
@@ -59,7 +59,7 @@ class TappedConnector final : public att::AttConnector {
   std::shared_ptr<TappedChannel> channel_;
 };
 
-/// A simulated device whose channel is tapped.
+/// A simulated device with such a channel.
 class TappedDevice final : public BluetoothLEDevice {
  public:
   TappedDevice(const std::shared_ptr<Timeline>& timeline,
@@ -109,8 +109,8 @@ class TappedRadio final : public Radio {
   const std::shared_ptr<BluetoothLEDevice> device_;
 };
 
-/// From the ATT PDU to the host's return: one Value event an iteration, for the last of many known
-/// characteristics.
+/// From the ATT PDU to the return of the host: one Value event per iteration, for the last of many
+/// known characteristics.
 void Notification(benchmark::State& state) {
   const auto timeline = std::make_shared<Timeline>(Timeline::Mode::Virtual);
   const auto scenario =
@@ -124,7 +124,7 @@ void Notification(benchmark::State& state) {
     state.SkipWithError("no characteristics");
     return;
   }
-  const auto handle = static_cast<unsigned>(0x0010 + 2 * state.range(0));  // the last value's
+  const auto handle = static_cast<unsigned>(0x0010 + 2 * state.range(0));  // of the last value
   const Bytes pdu{0x1B, static_cast<std::uint8_t>(handle), static_cast<std::uint8_t>(handle >> 8),
                   0x16, 0x48};
   device->Channel().Say(pdu);
@@ -162,7 +162,7 @@ void SelectAndReadAll(benchmark::State& state) {
 }
 BENCHMARK(SelectAndReadAll)->Unit(benchmark::kMillisecond);
 
-/// What the hand-over alone costs: a task for the radio's thread, and the wait for it.
+/// The cost of the hand-over alone: a task on the thread of the radio, and the wait for it.
 void HandOver(benchmark::State& state) {
   Timeline timeline(Timeline::Mode::Real);
   for (auto _ : state) {
@@ -173,8 +173,8 @@ void HandOver(benchmark::State& state) {
 }
 BENCHMARK(HandOver)->Unit(benchmark::kMicrosecond)->MeasureProcessCPUTime()->UseRealTime();
 
-/// A read, and a write, over the simulated link in real time: what the processor spends on it, both
-/// ends and the threads' hand-over included.
+/// The processor time of a read and of a write over the simulated link in real time, including both
+/// ends and the hand-over between the threads.
 void RoundTrip(benchmark::State& state) {
   namespace property = gatt_characteristic_properties;
   const BenchHost host(simulated::OpenSimulatedRadio(

@@ -18,7 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Operation = CompletableOperation<int>;
 
-/// Completes the operations it is given, a while after, on a thread of its own.
+/// Completes operations on its own thread, after a delay.
 class Completer {
  public:
   Completer() : thread_([this](const std::stop_token& stop) { Run(stop); }) {}
@@ -51,7 +51,7 @@ class Completer {
   std::jthread thread_;
 };
 
-/// From the completion on another thread to the return on the waiting one.
+/// From the completion on another thread to the return on the waiting thread.
 void WakeUp(benchmark::State& state) {
   ErrorState errors;
   const OpenedRadio radio{nullptr, SystemClock(), SystemPump()};

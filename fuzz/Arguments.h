@@ -9,7 +9,7 @@
 
 namespace ble::fuzz {
 
-/// Texts that mean something in the scene of the exports, so that programs get somewhere.
+/// Texts that are valid in the scene of the exports fuzzer, so that its calls often succeed.
 inline constexpr auto kKnownTexts = std::to_array<const char*>(
     {"",
      // Servers
@@ -25,8 +25,8 @@ inline constexpr auto kKnownTexts = std::to_array<const char*>(
      "CodePage=1200", "CodePage=1252", "CodePage=65001", "ManufacturerData[0]", "ServiceData=180F",
      "ManufacturerDataCount", "LastError"});
 
-/// One text argument in the form wanted: a known one, any other, or none. Lives as long as the
-/// call.
+/// A text argument in narrow form or UTF-16: a known text, an arbitrary text, or null. Exists until
+/// the call returns.
 class TextArgument {
  public:
   TextArgument(Input& program, bool wide) : wide_(wide) {
@@ -49,7 +49,7 @@ class TextArgument {
     return wide_ ? reinterpret_cast<std::intptr_t>(units_.c_str())
                  : reinterpret_cast<std::intptr_t>(narrow_.c_str());
   }
-  /// Bytes, without the zero.
+  /// The length in bytes, without the terminator.
   std::int32_t NarrowSize() const { return static_cast<std::int32_t>(narrow_.size()); }
 
  private:
@@ -59,7 +59,7 @@ class TextArgument {
   std::u16string units_;
 };
 
-/// Reads all of what a library has handed out, so that the sanitizer sees whether it is there.
+/// Reads all of a returned text or byte array, so that the sanitizer detects invalid memory.
 template <class Char>
 void ReadText(std::intptr_t text) {
   Require(text != 0);

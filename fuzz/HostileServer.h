@@ -10,10 +10,10 @@
 
 namespace ble::fuzz {
 
-/// A device whose answers are the fuzzer's. Each request, and each attempt to open a channel, takes
-/// what is done about it from the script; where that ends the link is lost for good. The script can
-/// say any PDU at any time, and has short ways to say likely ones, or searches would end with their
-/// first answer in nearly every run.
+/// A device whose responses come from the fuzzer input, the script. Each request, and each attempt
+/// to open a channel, reads its response from the script; at the end of the script, the link is
+/// lost for good. The script can send any PDU at any time. It has short codes for likely PDUs:
+/// otherwise nearly every run would end a discovery at its first response.
 class HostileServer final : public att::AttConnector,
                             public std::enable_shared_from_this<HostileServer> {
  public:
@@ -85,7 +85,7 @@ class HostileServer final : public att::AttConnector,
     return how < 0xF8 ? ChannelError::Unreachable : ChannelError::AccessDenied;
   }
 
-  /// What the server says before anybody has asked.
+  /// Sends the unsolicited PDUs of the server.
   void Interrupt(Channel& channel) {
     for (int count = script_.Byte() % 4; count > 0; --count)
       channel.Say(script_.Run());
@@ -95,19 +95,19 @@ class HostileServer final : public att::AttConnector,
     if (script_.AtEnd()) return channel.Hangup(ChannelError::Unreachable);
     Pdu answer{static_cast<std::uint8_t>(request[0] + 1)};
     switch (const std::uint8_t action = script_.Byte(); action % 10) {
-      case 0:  // the right kind of answer, any contents
+      case 0:  // a response of the right type with arbitrary contents
         Append(answer, script_.Run());
         break;
       case 1:
         Append(answer, script_.LongRun());
         break;
-      case 2:  // what a server would answer, more or less
+      case 2:  // a nearly correct response
         return channel.Say(LikelyAnswer(request));
       case 3:
         answer = {static_cast<std::uint8_t>(Opcode::ErrorResponse), request[0], 0, 0,
                   script_.Byte()};
         break;
-      case 4:  // the end of a search
+      case 4:  // Attribute Not Found, which ends a discovery
         answer = {static_cast<std::uint8_t>(Opcode::ErrorResponse), request[0], 0, 0, 0x0A};
         break;
       case 5:  // a notification or indication first
@@ -116,7 +116,7 @@ class HostileServer final : public att::AttConnector,
         Append(answer, script_.Run());
         channel.Say(answer);
         return Answer(channel, request);
-      case 6:  // anything first
+      case 6:  // an arbitrary PDU first
         channel.Say(script_.Run());
         return Answer(channel, request);
       case 7:  // twice
@@ -124,7 +124,7 @@ class HostileServer final : public att::AttConnector,
         channel.Say(answer);
         break;
       case 8:
-        return;  // never
+        return;  // no response
       case 9:
         return channel.Hangup(action < 128 ? ChannelError::Unreachable
                                            : ChannelError::AccessDenied);
@@ -157,7 +157,7 @@ class HostileServer final : public att::AttConnector,
     return answer;
   }
 
-  /// A list of attributes that begin where the request asks to begin, with small gaps.
+  /// A list of attributes that begins at the start handle of the request, with small gaps.
   void AppendElements(Pdu& answer, const Pdu& request) {
     const auto opcode = static_cast<Opcode>(request[0]);
     const bool isInclude = request.size() == 7 && request[5] == 0x02 && request[6] == 0x28;
@@ -193,7 +193,7 @@ class HostileServer final : public att::AttConnector,
     }
   }
 
-  /// One of the UUIDs that mean something to a client, or any other.
+  /// A UUID that the client treats specially, or any other.
   void AppendUuid(Pdu& answer, bool isInclude, bool wide) {
     if (wide && isInclude) return;
     constexpr std::uint16_t kNumbers[] = {0x1801, 0x2A05, 0x2900, 0x2901, 0x2902, 0x2904, 0x2905};

@@ -11,18 +11,18 @@
 
 #include "base/Bytes.h"
 
-/// What the fuzzers have in common.
+/// The common functions of the fuzzers.
 namespace ble::fuzz {
 
-/// Ends the process, so that the input is kept as a finding, when `holds` is false.
+/// Aborts the process if `holds` is false: libFuzzer then stores the input as a finding.
 inline void Require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
   if (holds) return;
   std::fprintf(stderr, "%s:%d: what must hold does not\n", file, line);
   std::abort();
 }
 
-/// An input taken apart from front to back. Behind its end there are zeros and empty texts, so that
-/// every input is a whole program.
+/// Reads an input from front to back. After its end it returns zeros and empty texts, so that every
+/// input is a complete program.
 class Input {
  public:
   explicit Input(ByteView bytes) : rest_(bytes) {}
@@ -48,7 +48,7 @@ class Input {
     rest_ = rest_.subspan(taken.size());
     return taken;
   }
-  /// A run of bytes with its length in front: one byte, or two where runs may be long.
+  /// A byte array with its length in front: one byte, or two if arrays may be long.
   ByteView Run() { return Take(Byte()); }
   ByteView LongRun() { return Take(U16()); }
 
@@ -56,7 +56,7 @@ class Input {
   ByteView rest_;
 };
 
-/// Bytes as the host's text: it ends at a zero.
+/// The bytes as a text of the host: it ends at a 0 byte.
 inline std::string Text(ByteView bytes) {
   return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
 }

@@ -11,7 +11,7 @@
 
 namespace ble::fuzz {
 
-/// One instance as its host has it, on a radio of the fuzzer's. Ends with the run.
+/// An instance of the library on a radio of the fuzzer. Destroyed at the end of the run.
 class Instance {
  public:
   explicit Instance(OpenedRadio radio, CorvaneBLE_EventCallback callback = nullptr,
@@ -27,7 +27,7 @@ class Instance {
   const CorvaneBLE_Handle handle_;
 };
 
-/// A text as a parameter, and back.
+/// Conversions between a text and a parameter.
 inline std::intptr_t Param(const void* text) {
   return reinterpret_cast<std::intptr_t>(text);
 }
@@ -36,7 +36,7 @@ const Char* TextOf(std::intptr_t param) {
   return reinterpret_cast<const Char*>(param);
 }
 
-/// Calls Config; its answer is valid until the next such call of this thread.
+/// Calls Config. The result is valid until the next Config call of this thread.
 inline std::int32_t Config(CorvaneBLE_Handle handle, const std::string& text, const char*& answer) {
   std::intptr_t params[] = {Param(text.c_str()), 0};
   std::int32_t lengths[2] = {};

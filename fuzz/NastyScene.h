@@ -4,9 +4,9 @@
 
 namespace ble::fuzz {
 
-/// A scene in which much goes wrong and all of it soon: includes in a circle, slow, silent and
-/// refusing attributes, values by notification and indication, lost links, other names, other
-/// services. The handles are given, so that programs can name attributes not discovered yet.
+/// A scene with many failures within a short time: cyclic includes; slow, silent and refusing
+/// attributes; notifications and indications; lost links; changes of the name and the services. The
+/// handles are fixed, so that calls can use attributes that are not discovered yet.
 inline constexpr std::string_view kNastyScene = R"json({
   "time": "virtual",
   "peripherals": [

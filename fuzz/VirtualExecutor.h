@@ -10,8 +10,8 @@
 
 namespace ble::fuzz {
 
-/// Runs tasks on the thread that asks for it, each at its due time, which is then at once: a run is
-/// the same every time, and a timeout costs nothing.
+/// Runs tasks on the calling thread in the order of their due times, without waiting. Every run is
+/// the same, and a time-out takes no time.
 class VirtualExecutor final : public Executor {
  public:
   TimePoint Now() const override { return TimePoint(now_); }
@@ -26,7 +26,7 @@ class VirtualExecutor final : public Executor {
     if (const auto due = dues_.extract(id)) tasks_.erase(due.mapped());
   }
 
-  /// Runs all there is to do and all that follows from it, which must come to an end.
+  /// Runs all tasks and the tasks that they post, which must come to an end.
   void RunAll(std::size_t limit) {
     for (; !tasks_.empty(); --limit) {
       Require(limit > 0);

@@ -4,8 +4,8 @@
 #include "fuzz/Instance.h"
 #include "platform/SystemServices.h"
 
-// Advertising packets, from their payload to the host that asks for all there is to know of them.
-// Input: packets of type, signal strength and payload.
+// Fuzzes advertising packets, from the payload to the event and the settings that a host reads.
+// Input: packets, each with type, signal strength and payload.
 namespace {
 
 using namespace ble;
@@ -18,7 +18,7 @@ struct Adapter final : BluetoothAdapter {
   bool IsLowEnergySupported() const override { return true; }
 };
 
-// Listens as soon as it is told to; hears what it is given.
+// Starts immediately and reports the packets that the fuzzer passes.
 class Watcher final : public BluetoothLEAdvertisementWatcher {
  public:
   BluetoothLEAdvertisementWatcherStatus Status() const override { return status_; }
@@ -60,14 +60,14 @@ class ListeningRadio final : public Radio {
   const std::shared_ptr<Watcher> watcher = std::make_shared<Watcher>();
 };
 
-// The packet on the air, and whether the host has heard of it.
+// The current packet, and whether the host has received it.
 struct Air {
   CorvaneBLE_Handle handle = nullptr;
   ByteView payload;
   bool reported = false;
 };
 
-// Whether a text is a list of canonical UUIDs; calls `visit` with each.
+// Returns whether a text is a list of canonical UUIDs; calls `visit` for each.
 template <class Visit>
 bool ForEachUuid(const std::string& list, Visit visit) {
   for (std::size_t begin = 0; begin < list.size(); begin += UuidText::kLength + 1) {
@@ -80,8 +80,7 @@ bool ForEachUuid(const std::string& list, Visit visit) {
   return list.empty() || list.size() % (UuidText::kLength + 1) == UuidText::kLength;
 }
 
-// Structures as the standard has them, found once more and in another way: as many as there are
-// with company identifiers.
+// Counts the AD structures with a company identifier, independently of the library.
 std::size_t CountManufacturerSections(ByteView payload) {
   std::size_t count = 0;
   for (std::size_t at = 0; at < payload.size() && payload[at] != 0; at += payload[at] + 1U) {

@@ -3,16 +3,16 @@
 #include "fuzz/Input.h"
 #include "fuzz/VirtualExecutor.h"
 
-// The GATT client and a server that is out to harm it. Input: a run of client's steps, then the
-// server's script.
+// Fuzzes the GATT client with a hostile server. Input: a byte array with the steps of the client,
+// then the script of the server.
 namespace {
 
 using namespace ble;
 using fuzz::Input;
 using fuzz::Require;
 
-constexpr std::size_t kMaxHeld = 64;       // objects of a kind that the client holds
-constexpr std::size_t kMaxTasks = 50'000;  // more would be a run that does not end
+constexpr std::size_t kMaxHeld = 64;       // objects of each type that the client keeps
+constexpr std::size_t kMaxTasks = 50'000;  // more count as a run that does not end
 
 class Client {
  public:
@@ -24,7 +24,7 @@ class Client {
     while (!steps_.AtEnd()) {
       const std::uint8_t step = steps_.Byte();
       Begin(step % 16);
-      if (step >= 0x80) executor_->RunAll(kMaxTasks);  // else the next step does not wait for it
+      if (step >= 0x80) executor_->RunAll(kMaxTasks);  // otherwise the next step does not wait
     }
     executor_->RunAll(kMaxTasks);
     Require(pending_ == 0);
@@ -45,7 +45,7 @@ class Client {
     return events;
   }
 
-  // Whatever happens, an operation ends once and says why.
+  // An operation completes exactly once, with a result or an error.
   template <class T, class Use>
   void Await(const AsyncOperationPtr<T>& operation, Use use) {
     ++pending_;
@@ -58,7 +58,7 @@ class Client {
       Require(isProtocolError == result->protocolError.has_value());
       use(*result);
       if (steps_.AtEnd() || nested_) return;
-      nested_ = true;  // a client that goes on from where it was told
+      nested_ = true;  // the client continues inside the completion
       if (const std::uint8_t step = steps_.Byte(); step >= 0xC0) Begin(step % 16);
       nested_ = false;
     });
@@ -167,7 +167,7 @@ class Client {
 
   void LookAtProperties() {
     const Uuid uuid = Uuid::FromAssignedNumber(0x2902);
-    const auto services = services_;  // what a cached answer leads to may change them
+    const auto services = services_;  // a completion of a cached query may change services_
     for (const auto& service : services) {
       (void)service->AttributeUuid();
       Await(service->GetIncludedServicesForUuidAsync(uuid, kCached), [](const auto&) {});

@@ -1,7 +1,7 @@
 #include "backends/simulated/Capture.h"
 #include "fuzz/Input.h"
 
-// Recordings of what a controller has heard.
+// Fuzzes capture files.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace ble;
   using ble::fuzz::Require;
@@ -20,6 +20,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     heard += report.payload.size();
     advertisement.Assign(report.payload);
   }
-  Require(heard <= size);  // nothing is heard twice, and nothing that is not there
+  Require(heard <= size);  // no byte of the file may be reported twice
   return 0;
 }

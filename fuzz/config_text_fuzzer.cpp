@@ -4,7 +4,7 @@
 #include "fuzz/Instance.h"
 #include "platform/SystemServices.h"
 
-// Configuration texts, one a line, and reads of what they have written.
+// Fuzzes configuration texts, one per line, and reads the settings that they have written.
 namespace {
 
 using namespace ble;
@@ -21,7 +21,7 @@ std::int32_t Apply(CorvaneBLE_Handle handle, const std::string& text, std::strin
   return code;
 }
 
-// A value without blanks and quotes around it is stored as it is written.
+// A value without surrounding blanks and quotes is stored unchanged.
 bool IsPlain(const std::string& value) {
   constexpr const char* kDecoration = " \t\r\n\"";
   return value.empty() || (value.find_first_of(kDecoration) != 0 &&
@@ -40,7 +40,7 @@ void WriteAndReadBack(CorvaneBLE_Handle handle, const std::string& text) {
   Require(answer == stored || item.name.size() == sizeof("LastError") - 1);
 }
 
-// The same in UTF-16, where any unit may stand.
+// The same in UTF-16, with arbitrary units.
 void ApplyWide(CorvaneBLE_Handle handle, const std::string& text) {
   std::u16string wide;
   for (const char c : text)

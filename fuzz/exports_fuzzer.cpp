@@ -15,7 +15,7 @@
 #include "fuzz/Instance.h"
 #include "fuzz/NastyScene.h"
 
-// The exported functions and a host that calls them as its input says.
+// Fuzzes the exported functions.
 namespace {
 
 using namespace ble;
@@ -25,15 +25,15 @@ using fuzz::Param;
 using fuzz::Require;
 using fuzz::TextArgument;
 
-constexpr int kMaxDepth = 6;              // of callbacks inside calls inside callbacks
+constexpr int kMaxDepth = 6;              // of callbacks nested in calls nested in callbacks
 constexpr milliseconds kCalmTime{2'000};  // simulated
 
-// Calls with arguments that no sane host would pass, from the host's own thread and from the
-// callback on whatever thread. Keeps to what the header asks of a host and to no more: arrays and
-// texts are as long as they must be, and what has been destroyed is not used.
+// Calls the functions with arbitrary arguments, from the host's own thread and from the callback on
+// any thread. Only the rules of the header are kept: arrays and texts are as long as required, and
+// a destroyed instance is not used.
 //
-// Input: whether events are in UTF-16; the program of the host's thread; the runs that callbacks on
-// it take, each its own, as theirs; the rest is for callbacks on other threads.
+// Input: whether events are in UTF-16; a byte array with the program of the host's thread; a byte
+// array for each callback on that thread; the rest is for callbacks on other threads.
 class Host {
  public:
   Host(const Scenario& scenario, Input input)
@@ -49,8 +49,8 @@ class Host {
       Execute(program_);
     StayCalm();
     Destroy();
-    // A radio's thread may still hold what was destroyed under it: another moment of its time ends
-    // when that is gone, and the radio then ends here, with its thread.
+    // The thread of a radio may still hold the destroyed instance. After one more step of its time
+    // it no longer does, and the radio is destroyed here, with its thread.
     for (const auto& timeline : timelines_)
       (void)timeline->Step(milliseconds(1), nullptr);
   }
@@ -70,7 +70,7 @@ class Host {
     return host.Obey();
   }
 
-  // What a callback does: its run of the input, to its end.
+  // Runs the program of a callback.
   std::int32_t Obey() {
     thread_local int depth = 0;
     Input program{{}};
@@ -90,8 +90,8 @@ class Host {
     return code;
   }
 
-  // Lets time pass without a call of the host's thread being under way, so that callbacks on other
-  // threads may end the instance under them; then waits for the last of them.
+  // Lets time pass while the host's thread is in no call, so that callbacks on other threads may
+  // destroy the instance. Then waits until no callback runs.
   void StayCalm() {
     {
       const std::lock_guard lock(mutex_);
@@ -189,7 +189,7 @@ class Host {
     }
   }
 
-  // Any property but those that take a text, where no number would be one.
+  // Any property except texts: an arbitrary number is not a valid pointer.
   void SetAnything(Input& program) {
     const std::int32_t property = program.I32();
     const PropertyInfo* const info = FindProperty(DecodePropertyNumber(property).number);
@@ -224,7 +224,7 @@ class Host {
     if (info.id == Method::ReadValue && (how & 48) != 48) fuzz::ReadBytes(params[3], lengths[3]);
   }
 
-  // A number that is no method takes nothing from its arrays.
+  // An unknown method does not read the arrays.
   void DoAnything(Input& program) {
     const std::int32_t method = program.I32();
     const std::int32_t number = DecodeMethodNumber(method).number;
@@ -268,7 +268,7 @@ class Host {
     fuzz::ReadText<char>(Param(CorvaneBLE_BLEClient_GetEventError(handle)));
   }
 
-  // The way to where most can go wrong, in one step.
+  // Connects and discovers in one step, because later calls have more to test.
   void ConnectAndDiscover(Input& program) {
     std::intptr_t server[] = {Param(program.Flag() ? "C0FFEE000001" : "C0FFEE000002")};
     std::int32_t lengths[4] = {};
@@ -282,7 +282,7 @@ class Host {
   void UseHelpers(Input& program) {
     CorvaneBLE_EventString record{};
     record.codePage = program.U16();
-    std::vector<TextArgument> texts;  // attached ones must outlive the record
+    std::vector<TextArgument> texts;  // attached texts must outlive the record
     const int count = program.Byte() % 8;
     texts.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
@@ -296,7 +296,7 @@ class Host {
       form == CORVANEBLE_STRING_WIDE ? fuzz::ReadText<char16_t>(Param(read))
                                      : fuzz::ReadText<char>(Param(read));
     }
-    // Copying null frees all, or changes nothing where there is nothing.
+    // Copying null frees everything.
     (void)CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_COPY, nullptr, CORVANEBLE_STRING_NARROW);
     Require(record.ownership == 0 && record.narrow == nullptr && record.wide == nullptr);
 
@@ -306,8 +306,8 @@ class Host {
     (void)CorvaneBLE_BLEClient_StaticInit(nullptr);
   }
 
-  // On another thread only while the host's own makes no calls, and then there is no new instance:
-  // the callbacks around this one might use it while its own callbacks end it.
+  // Another thread destroys the instance only while the host's thread makes no calls, and creates
+  // no new one: outer callbacks might use the new instance while its own callbacks destroy it.
   void Recreate() {
     {
       const std::lock_guard lock(mutex_);
@@ -321,14 +321,14 @@ class Host {
   const bool unicode_;
   const std::thread::id thread_ = std::this_thread::get_id();
   Input program_;
-  std::vector<std::shared_ptr<Timeline>> timelines_;  // of all instances; the host's own thread
+  std::vector<std::shared_ptr<Timeline>> timelines_;  // of all instances; host's own thread only
   std::atomic<CorvaneBLE_Handle> handle_{nullptr};
 
   std::mutex mutex_;  // guards everything below
   std::condition_variable idle_;
   bool calm_ = false;
   bool over_ = false;
-  int callbacks_ = 0;  // running now
+  int callbacks_ = 0;  // number of running callbacks
   Input ownCallbacks_;
   Input otherCallbacks_;
 };

@@ -4,15 +4,15 @@
 #include "fuzz/Instance.h"
 #include "platform/PlatformFailure.h"
 
-// Scenario files: the text, and if it is one, a moment of the scene.
+// Fuzzes scenario files: loads the text and, if it is valid, runs the scene for a moment.
 namespace {
 
 using namespace ble;
 using namespace ble::simulated;
 using fuzz::Param;
 
-constexpr std::size_t kMaxPeripherals = 4;      // of a scene that is played
-constexpr milliseconds kShortestInterval{100};  // so that a moment of it is one
+constexpr std::size_t kMaxPeripherals = 4;      // of a scene that is run
+constexpr milliseconds kShortestInterval{100};  // limits the work of a run
 
 std::int32_t Do(const fuzz::Instance& instance, std::int32_t method, const char* text = "") {
   std::intptr_t params[] = {Param(text), Param(""), 1, Param("")};

@@ -3,7 +3,7 @@
 #include "fuzz/Input.h"
 #include "gatt/UuidText.h"
 
-// Lists of UUIDs as hosts write them.
+// Fuzzes lists of UUIDs.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace ble;
   const std::string_view text(reinterpret_cast<const char*>(data), size);
@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (auto uuid = uuids.begin(); uuid != uuids.end(); ++uuid)
     fuzz::Require(std::find(uuids.begin(), uuid, *uuid) == uuid);
 
-  // What is handed out is understood again, and means the same.
+  // The canonical text parses to the same UUIDs.
   std::string joined;
   JoinUuids(uuids, joined);
   const auto [failed, again] = ParseUuidList(joined);

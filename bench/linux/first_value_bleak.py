@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""How long python3-bleak (Debian) takes from connecting to the first value of the virtual machine's
-peripheral, which BlueZ knows already: the median of five times that it gets there.
+"""Measures the time that python3-bleak (Debian) takes from connecting to the first value of the
+peripheral in the virtual machine, which BlueZ already knows: the median of five successful runs.
 
-With both ends in one daemon BlueZ may see the ATT channel before the link; then it announces no
-connection ("already connected" in bluetoothd.log), bleak waits for one and gives up."""
+When both ends are in one daemon, BlueZ may see the ATT channel before the link. Then it announces
+no connection ("already connected" in bluetoothd.log), and bleak waits for one and gives up."""
 
 import asyncio
 import statistics

@@ -1,6 +1,6 @@
-// What the library costs on a real ATT channel: the same reads and notifications through the
-// exported functions and through a bare loop on the same kind of socket, in turns. For the virtual
-// machine of scripts/vm, whose peripheral answers: scripts/vm bench/linux/run
+// Measures the cost of the library on a real ATT channel: the same reads and notifications through
+// the exported functions and through a bare loop on an ATT socket, alternately. Needs the virtual
+// machine and its peripheral: scripts/vm bench/linux/run
 
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -30,9 +30,9 @@ namespace kernel = linux_radio::kernel;
 using std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-constexpr int kReads = 100;      // a round
-constexpr int kReadRounds = 17;  // many: the cost of one round differs from the next by a tenth
-constexpr int kRounds = 9;       // of everything else
+constexpr int kReads = 100;      // per round
+constexpr int kReadRounds = 17;  // many, because the cost varies by a tenth between rounds
+constexpr int kRounds = 9;       // for the other comparisons
 constexpr std::uint32_t kNotifications = 1000;
 constexpr const char* kOwnService = "5C0A180A-7D2E-4B1F-9A63-1E5F2C8D7B40";
 constexpr const char* kNotified = "5C0A0004-7D2E-4B1F-9A63-1E5F2C8D7B40";
@@ -47,8 +47,8 @@ double ProcessorTime() {
 }
 
 struct Cost {
-  double time = 0;       ///< seconds each
-  double processor = 0;  ///< seconds each
+  double time = 0;       ///< seconds per operation
+  double processor = 0;  ///< seconds per operation
 };
 
 template <class Work>
@@ -132,7 +132,7 @@ class Bare {
     if (bind(socket_, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0 ||
         connect(socket_, reinterpret_cast<sockaddr*>(&peer), sizeof peer) != 0)
       throw std::runtime_error("bare socket: " + std::string(std::strerror(errno)));
-    Exchange({0x02, 0x05, 0x02});  // the same ATT_MTU as the library asks for
+    Exchange({0x02, 0x05, 0x02});  // requests the same ATT_MTU as the library
   }
   ~Bare() { close(socket_); }
   Bare(const Bare&) = delete;
@@ -157,7 +157,7 @@ class Bare {
   std::uint8_t buffer_[att::kMaxMtu];
 };
 
-/// The link of the one before must be gone before the next can have it.
+/// Waits until the link of the previous client has ended: there is only one.
 void Rest() {
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
 }
@@ -251,7 +251,7 @@ void TimeFirstValue() {
 }  // namespace
 }  // namespace ble::bench
 
-/// All comparisons, or the one that is named: connect, reads, notifications.
+/// Runs all comparisons, or one: connect, reads or notifications.
 int main(int argc, char** argv) {
   const std::string only = argc > 1 ? argv[1] : "";
   bool compared = false;
