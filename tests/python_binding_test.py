@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The Python module of the examples: what its examples do not show. CORVANEBLE_LIBRARY is the
-library, argument 1 the folder of the scenes."""
+"""Tests the Python module beyond what the examples use. CORVANEBLE_LIBRARY names the library,
+argument 1 the folder of the scenes."""
 
 import contextlib
 import gc
@@ -58,15 +58,15 @@ class BindingTest(unittest.TestCase):
 
     def test_what_handlers_raise_is_raised(self):
         client = client_in("advertisers.json")
-        client.on(corvaneble.StartScan, lambda event: 1 / 0)  # inside the call
+        client.on(corvaneble.StartScan, lambda event: 1 / 0)  # raised inside the call
         with self.assertRaises(ZeroDivisionError):
             client.start_scanning()
-        client.on(corvaneble.Advertisement, lambda event: event.no_such_field)  # elsewhere
+        client.on(corvaneble.Advertisement, lambda event: event.no_such_field)  # on another thread
         with self.assertRaises(AttributeError):
             for _ in range(50):
                 client.do_events()
         client.on(corvaneble.Advertisement, None)
-        for _ in range(10):  # each call raises one of those that were heard together
+        for _ in range(10):  # each call raises one pending exception
             with contextlib.suppress(AttributeError):
                 client.do_events()
         handled = threading.Event()
@@ -80,13 +80,13 @@ class BindingTest(unittest.TestCase):
         client.on(corvaneble.StopScan, connect_in_vain)
         with self.assertRaisesRegex(corvaneble.CorvaneBLEError, "FFFFFFFFFFFF.*604"):
             client.stop_scanning()
-            handled.wait()  # closed earlier, the text of the failure could not be read any more
-            client.close()  # what was raised after the call had ended
+            handled.wait()  # the text of the failure cannot be read from a closed client
+            client.close()  # raises the exception of the handler
 
     def test_every_scene_loads_and_says_what_it_is_for(self):
         for file in sorted(SCENES.iterdir()):
             with self.subTest(file.name), client_in(file.name) as client:
-                client.start_scanning()  # 614 when the loader refuses the file
+                client.start_scanning()  # 614 if the loader refuses the file
                 self.assertTrue(any(client.events(corvaneble.Advertisement, seconds=6)))
                 self.assertIn("comment", json.loads(file.read_text(encoding="utf-8")))
 
@@ -99,7 +99,7 @@ class BindingTest(unittest.TestCase):
         self.assertEqual(client.version, "CORVANEBLE_VERSION_20_0_7928")
         client.start_scanning()
         seen = weakref.ref(client)
-        del client, failed  # nobody closed it, and it scans
+        del client, failed  # without close, during a scan
         gc.collect()
         self.assertIsNone(seen())
 

@@ -1,7 +1,7 @@
-"""Replays a recording of real devices through the tool, and so through the whole library, and
-compares every event with what btmon prints for the same file.
+"""Replays a capture of real devices through the tool, and so through the whole library. Compares
+every event with the output of btmon for the same file.
 
-usage: replay_test.py TOOL CAPTURE. Exits with 77 (skipped), saying why, without recording or btmon.
+usage: replay_test.py TOOL CAPTURE. Exits with 77 (skipped) and the reason without capture or btmon.
 """
 
 import json
@@ -17,14 +17,14 @@ CONNECTABLE = {"ADV_IND", "ADV_DIRECT_IND"}
 
 
 def canonical(uuid):
-    """btmon shows assigned numbers as 0x180d and others in full."""
+    """Completes a UUID of btmon, which prints assigned numbers as 0x180d."""
     if uuid.startswith("0x"):
         return uuid[2:].upper().rjust(8, "0") + BASE_TAIL
     return uuid.upper()
 
 
 def reports_of(capture):
-    """What btmon decodes of each advertising report."""
+    """Returns the fields that btmon decodes from each advertising report."""
     text = subprocess.run(["btmon", "-r", capture], capture_output=True, text=True,
                           check=True).stdout
     text = re.sub(r"\x1b\[[0-9;]*m", "", text)
@@ -47,7 +47,7 @@ def reports_of(capture):
         elif match := re.match(r"RSSI: (-?\d+) dBm", stripped):
             current["rssi"] = int(match[1])
         elif stripped.startswith("Data length:"):
-            current["data"] = True  # what follows is the payload's, not the report's
+            current["data"] = True  # the following lines belong to the payload, not to the report
         elif "data" in current and (match := re.match(r"TX power: (-?\d+) dBm", stripped)):
             current["txPower"] = int(match[1])
         elif match := re.match(r"Name \((complete|short)\): (.*)", stripped):

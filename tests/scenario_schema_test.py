@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The scenario schema accepts what is shown to users and refuses what the loader refuses."""
+"""The scenario schema accepts documented scenarios and refuses those that the loader refuses."""
 import json
 import pathlib
 import re

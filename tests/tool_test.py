@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The command-line tool as a script sees it, on simulated radios: argument 1 is the tool."""
+"""Tests the command-line tool as a script uses it, on simulated radios. Argument 1 is the tool."""
 
 import csv
 import fcntl
@@ -20,9 +20,9 @@ from xml.etree import ElementTree
 
 TOOL = os.path.abspath(sys.argv.pop(1) if len(sys.argv) > 1 else os.environ["CORVANEBLE_TOOL"])
 ADDRESS = "C0FFEE000001"
-LIMIT = 300  # seconds for what takes one at most on an idle machine
+LIMIT = 300  # seconds; on an idle machine, a run takes at most one
 
-# Value, presentation formats (format, exponent, unit), and how the tool shows it.
+# Value, presentation formats (format, exponent, unit), and the output of the tool.
 DECODED = [
     ("2C01", [("uint16", -1, "272F")], "30.0 °C"),
     ("FEFF", [("sint16", -2, "27AD")], "-0.02 %"),
@@ -75,7 +75,7 @@ BENCH = "C0FFEE000002"
 COUNTED = [f"{number:04X}" for number in range(200)]
 CONTROL = (BENCH, "180D", "2A39")
 
-# A device to write to and to watch; its link drops and comes back.
+# A device for write and watch; its link is lost and comes back.
 BENCH_SCENARIO = {
     "time": "virtual",
     "peripherals": [{
@@ -275,14 +275,14 @@ class ToolTest(ToolBase):
 
 
 class BenchTest(ToolBase):
-    """Writing, watching and reporting."""
+    """Tests write, watch and report."""
 
     def setUp(self):
         super().setUp()
         self.radio = self.simulate("bench.json", BENCH_SCENARIO)
 
     def drawing(self, *arguments):
-        """What a watch draws: all texts, and each line's dots by its name."""
+        """Runs watch --plot and returns all texts, and the points of each line by its name."""
         path = os.path.join(self.directory, "plot.svg")
         self.run_tool("watch", BENCH, *arguments, "--plot", path)
         svg = {"svg": "http://www.w3.org/2000/svg"}
@@ -424,7 +424,7 @@ class BenchTest(ToolBase):
     def test_plots_of_next_to_nothing(self):
         texts, lines = self.drawing("180D", "2A37", "--count", "1")
         self.assertEqual(len(lines["Heart Rate Measurement"]), 1)
-        self.assertIn("65", texts)  # the axis has some extent around 72
+        self.assertIn("65", texts)  # the axis has a range around 72
         texts, lines = self.drawing("1815", "2A58", "--count", "1")
         self.assertEqual(lines, {})
         self.assertIn("No numeric values were received.", texts)
@@ -478,7 +478,7 @@ class BenchTest(ToolBase):
 
 
 class TerminalTest(ToolBase):
-    """What a person sees: tables drawn over themselves, on 24 lines of 90 columns."""
+    """Tests the output on a terminal with 24 lines of 90 columns: tables that are redrawn."""
 
     def screens(self, *arguments, radio=None, no_color=False):
         ours, theirs = pty.openpty()
@@ -493,11 +493,11 @@ class TerminalTest(ToolBase):
             try:
                 while part := os.read(ours, 4096):
                     output += part
-            except OSError:  # how Linux says that the other end is closed
+            except OSError:  # Linux reports a closed other end this way
                 pass
             os.close(ours)
         self.assertEqual(tool.returncode, 0)
-        self.assertNotIn(b"\x1b[2J", output)  # a name may not clear the screen
+        self.assertNotIn(b"\x1b[2J", output)  # a device name must not clear the screen
         return re.split(r"\x1b\[\d+A\x1b\[J", output.decode())
 
     def test_scan_keeps_one_line_a_device(self):

@@ -1,19 +1,19 @@
 #!/usr/bin/env python3
-"""The peripheral that the virtual machine's tests talk to: BlueZ's own server on hci1, fed over D-Bus.
+"""The peripheral for the tests in the virtual machine: the GATT server of BlueZ on hci1, by D-Bus.
 
-Obeys one command a line on the socket /run/peripheral.sock, and answers each with one line, "ok" or
-what went wrong:
+Accepts a connection for each command on the socket /run/peripheral.sock. A command is one line, and
+so is the reply: "ok" or the error.
 
-    advertise        switches advertising off and on again, so that scanners hear it anew
+    advertise        restarts advertising, so that scanners receive the packet again
     silent           stops advertising
-    notify COUNT     sends COUNT values, 4 bytes little-endian counting from 0, from the counter
-    indicate COUNT   the same from the confirmed counter
+    notify COUNT     sends COUNT notifications, 4 bytes little-endian counting from 0
+    indicate COUNT   sends COUNT indications with the same values
     name TEXT        changes the name in the advertisement
     extra on|off     adds or removes a service
-    drop             cuts the link
+    drop             ends the link
     power on|off     switches the adapter
-    pairing on|off   says yes or no when the two adapters want to pair; at first, no
-    reset            gives all values their first contents again
+    pairing on|off   accepts or rejects pairings of the two adapters; rejects them at first
+    reset            restores the initial contents of all values
 """
 
 import os
@@ -37,7 +37,7 @@ def characteristic(uuid, flags, value=b"", echo=False, error=None, descriptors=(
             "descriptors": descriptors}
 
 
-# The UUIDs, values and answers that tests/linux/linux_radio_test.cpp expects.
+# The UUIDs, values and errors that tests/linux/linux_radio_test.cpp expects.
 SERVICES = [
     (BASE.format(1), False, [], []),
     ("180f", True, [0], [
@@ -64,7 +64,8 @@ PROPERTIES = "org.freedesktop.DBus.Properties"
 
 
 class BluezError(dbus.DBusException):
-    """An error that BlueZ turns into an ATT error; a text that begins with 0x into that one."""
+    """A D-Bus error that BlueZ converts to an ATT error. A name that begins with 0x is the number
+    of the ATT error."""
 
     def __init__(self, name):
         super().__init__(name if name.startswith("0x") else "")
@@ -72,7 +73,7 @@ class BluezError(dbus.DBusException):
 
 
 class Attribute(dbus.service.Object):
-    """A service, characteristic or descriptor on the bus."""
+    """A service, characteristic or descriptor as a D-Bus object."""
 
     interface = ""
 
@@ -157,7 +158,7 @@ class Descriptor(Attribute):
 
 
 class Application(dbus.service.Object):
-    """What is registered with BlueZ in one go."""
+    """A set of services that is registered with BlueZ together."""
 
     def __init__(self, bus, path, services):
         super().__init__(bus, path)
@@ -201,10 +202,10 @@ def bus_object(bus, path):
 
 
 class Agent(dbus.service.Object):
-    """Answers for both sides whether they want to pair; takes its time when it agrees."""
+    """Accepts or rejects a pairing, for both sides. It accepts after a delay."""
 
     agrees = False
-    CONSIDERS = 2  # seconds, as a person does
+    CONSIDERS = 2  # seconds until it accepts, like a person
 
     def answer(self, agreed, refused):
         if self.agrees:
@@ -234,11 +235,11 @@ class Peripheral:
         return dbus.Interface(bus_object(self.bus, path), interface)
 
     def on_owner(self, owner):
-        if owner:  # not from in here: the bus would not be listened to meanwhile
+        if owner:  # later: this handler must return before the bus delivers more messages
             GLib.idle_add(lambda: self.when_there(1000) and False)
 
     def when_there(self, tries):
-        """The daemon is there before its adapters are."""
+        """Sets up the peripheral. Tries again while the daemon has no adapters yet."""
         try:
             self.power("on")
             manager = dbus.Interface(bus_object(self.bus, "/org/bluez"), "org.bluez.AgentManager1")
@@ -256,7 +257,7 @@ class Peripheral:
 
     @staticmethod
     def once(method, *arguments):
-        """An earlier try may have come as far as this."""
+        """Calls a method that an earlier attempt may have called already."""
         try:
             method(*arguments)
         except dbus.DBusException as error:
@@ -274,7 +275,7 @@ class Peripheral:
                     dbus.Boolean(state == "on", variant_level=1))
 
     def finish(self, method, *arguments):
-        """BlueZ asks back while it works, for items and values: the loop must run meanwhile."""
+        """Calls a method and runs the main loop until it returns: BlueZ calls back meanwhile."""
         done = []
         method(*arguments, reply_handler=lambda: done.append(None), error_handler=done.append,
                timeout=100)
@@ -297,7 +298,7 @@ class Peripheral:
         try:
             self.silent()
         except dbus.DBusException:
-            pass  # it was silent
+            pass  # it was not advertising
         self.call("LEAdvertisingManager1", "RegisterAdvertisement", self.advertisement)
 
     def count(self, uuid, count):
@@ -331,7 +332,7 @@ class Peripheral:
         try:
             action(*([argument] if argument else []))
             return "ok"
-        except Exception as error:  # whatever it is, whoever gave the command must know
+        except Exception as error:  # every error is reported to the sender of the command
             return "failed: " + str(error).replace("\n", " ")
 
     def listen(self):
