@@ -3,7 +3,7 @@
 #include "platform/SystemServices.h"
 
 namespace ble {
-namespace windows {
+namespace win32 {
 namespace {
 
 /// Input that ends a sleep: every kind but raw input and touch.
@@ -57,18 +57,18 @@ bool WindowsPump::Dispatch(const MSG& message) const {
   return message.message != WM_CLOSE && window_.Exists();
 }
 
-}  // namespace windows
+}  // namespace win32
 
 std::shared_ptr<MessagePump> SystemPump() {
-  return std::make_shared<windows::WindowsPump>();
+  return std::make_shared<win32::WindowsPump>();
 }
 
 void PrepareProcess() {
-  windows::RegisterMessageWindowClass();
+  win32::RegisterMessageWindowClass();
 }
 
 void ReleaseProcess() {
-  windows::UnregisterMessageWindowClass();
+  win32::UnregisterMessageWindowClass();
 }
 
 }  // namespace ble
