@@ -6,6 +6,7 @@
 #include "att/AttChannel.h"
 #include "att/AttPdu.h"
 #include "base/Executor.h"
+#include "base/GattUuids.h"
 #include "fuzz/Input.h"
 
 namespace ble::fuzz {
@@ -196,7 +197,11 @@ class HostileServer final : public att::AttConnector,
   /// A UUID that the client treats specially, or any other.
   void AppendUuid(Pdu& answer, bool isInclude, bool wide) {
     if (wide && isInclude) return;
-    constexpr std::uint16_t kNumbers[] = {0x1801, 0x2A05, 0x2900, 0x2901, 0x2902, 0x2904, 0x2905};
+    constexpr std::uint16_t kNumbers[] = {
+        gatt_uuid::kGenericAttribute,    gatt_uuid::kServiceChanged,
+        gatt_uuid::kExtendedProperties,  gatt_uuid::kUserDescription,
+        gatt_uuid::kClientConfiguration, gatt_uuid::kPresentationFormat,
+        gatt_uuid::kAggregateFormat};
     const std::size_t which = script_.Byte() % (std::size(kNumbers) + 1);
     const std::uint16_t number = which < std::size(kNumbers) ? kNumbers[which] : script_.U16();
     if (wide) Append(answer, Pdu{0xFB, 0x34, 0x9B, 0x5F, 0x80, 0, 0, 0x80, 0, 0x10, 0, 0});

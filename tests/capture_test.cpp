@@ -146,7 +146,7 @@ TEST(AdvertisingReports, ALastFragmentThatIsLostSilencesNobody) {
   int refused = 0;
   const auto take = [&](const Bytes& event) {
     const auto sink = [&](const hci::AdvertisingReport&) { ++completed; };
-    if (reports.TakeEvent(hci::ByteReader(event, 0), sink)) ++refused;
+    if (reports.TakeEvent(ByteReader(event, 0), sink)) ++refused;
   };
   for (int i = 0; i < 10; ++i)  // the ninth is more than there can be
     take(Extended(0x21, Bytes(200)));

@@ -38,7 +38,7 @@ bool AsksForSecurity(ErrorCode error) {
 // Calls `visit(handle, value)` for each tuple; false when a length does not fit.
 template <class Visit>
 bool ForEachHandleValue(ByteView pdu, Visit visit) {
-  PduReader reader(pdu.subspan(1));
+  ByteReader reader(pdu.subspan(1));
   do {
     const std::uint16_t handle = reader.U16();
     const std::uint16_t length = reader.U16();

@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "att/AttDescriptor.h"
+#include "base/GattUuids.h"
+#include "base/HexText.h"
 
 namespace ble::att {
 

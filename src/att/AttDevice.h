@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "att/GattClient.h"
+#include "base/GattUuids.h"
 #include "platform/Radio.h"
 
 namespace ble::att {

@@ -8,14 +8,14 @@ namespace ble::att {
 namespace {
 
 // A reader behind the opcode byte; one that has failed already when the opcode is another.
-PduReader Body(ByteView pdu, Opcode opcode) {
-  PduReader reader(pdu);
+ByteReader Body(ByteView pdu, Opcode opcode) {
+  ByteReader reader(pdu);
   if (static_cast<Opcode>(reader.U8()) != opcode) reader.Take(pdu.size());
   return reader;
 }
 
 template <class T>
-std::optional<T> Whole(const PduReader& reader, const T& parsed) {
+std::optional<T> Whole(const ByteReader& reader, const T& parsed) {
   if (!reader.Ok() || !reader.AtEnd()) return std::nullopt;
   return parsed;
 }
@@ -25,27 +25,6 @@ bool OneOf(Opcode opcode, std::initializer_list<Opcode> allowed) {
 }
 
 }  // namespace
-
-std::uint8_t PduReader::U8() {
-  const ByteView byte = Take(1);
-  return byte.empty() ? 0 : byte[0];
-}
-
-std::uint16_t PduReader::U16() {
-  const ByteView bytes = Take(2);
-  return bytes.empty() ? 0 : LoadU16(bytes);
-}
-
-ByteView PduReader::Take(std::size_t count) {
-  if (count > rest_.size()) {
-    ok_ = false;
-    rest_ = {};
-    return {};
-  }
-  const ByteView taken = rest_.first(count);
-  rest_ = rest_.subspan(count);
-  return taken;
-}
 
 Pdu& Pdu::U8(std::uint8_t value) {
   return Put({&value, 1});
@@ -68,19 +47,11 @@ Pdu& Pdu::U16(std::uint16_t value) {
 }
 
 Pdu& Pdu::Type(const Uuid& uuid) {
-  if (const auto number = uuid.AssignedNumber16()) return U16(*number);
-  auto bytes = uuid.BigEndian();
-  std::reverse(bytes.begin(), bytes.end());
-  return Put(bytes);
-}
-
-std::optional<Uuid> UuidFromAir(ByteView bytes) {
-  if (bytes.size() != 2 && bytes.size() != 16) return std::nullopt;
-  return Uuid::FromLittleEndian(bytes);
+  return Put(uuid.AttForm().View());
 }
 
 std::optional<ErrorResponse> ErrorResponse::Parse(ByteView pdu) {
-  PduReader reader = Body(pdu, Opcode::ErrorResponse);
+  ByteReader reader = Body(pdu, Opcode::ErrorResponse);
   ErrorResponse parsed;
   parsed.request = static_cast<Opcode>(reader.U8());
   parsed.handle = reader.U16();
@@ -99,7 +70,7 @@ std::optional<ExchangeMtu> ExchangeMtu::Parse(ByteView pdu) {
   const Opcode opcode = OpcodeOf(pdu);
   if (!OneOf(opcode, {Opcode::ExchangeMtuRequest, Opcode::ExchangeMtuResponse}))
     return std::nullopt;
-  PduReader reader = Body(pdu, opcode);
+  ByteReader reader = Body(pdu, opcode);
   const ExchangeMtu parsed{opcode, reader.U16()};
   return Whole(reader, parsed);
 }
@@ -109,7 +80,7 @@ Pdu ExchangeMtu::Build() const {
 }
 
 std::optional<FindInformationRequest> FindInformationRequest::Parse(ByteView pdu) {
-  PduReader reader = Body(pdu, Opcode::FindInformationRequest);
+  ByteReader reader = Body(pdu, Opcode::FindInformationRequest);
   FindInformationRequest parsed;
   parsed.start = reader.U16();
   parsed.end = reader.U16();
@@ -121,7 +92,7 @@ Pdu FindInformationRequest::Build() const {
 }
 
 std::optional<FindByTypeValueRequest> FindByTypeValueRequest::Parse(ByteView pdu) {
-  PduReader reader = Body(pdu, Opcode::FindByTypeValueRequest);
+  ByteReader reader = Body(pdu, Opcode::FindByTypeValueRequest);
   FindByTypeValueRequest parsed;
   parsed.start = reader.U16();
   parsed.end = reader.U16();
@@ -138,12 +109,12 @@ std::optional<ReadByTypeRequest> ReadByTypeRequest::Parse(ByteView pdu) {
   const Opcode opcode = OpcodeOf(pdu);
   if (!OneOf(opcode, {Opcode::ReadByTypeRequest, Opcode::ReadByGroupTypeRequest}))
     return std::nullopt;
-  PduReader reader = Body(pdu, opcode);
+  ByteReader reader = Body(pdu, opcode);
   ReadByTypeRequest parsed;
   parsed.opcode = opcode;
   parsed.start = reader.U16();
   parsed.end = reader.U16();
-  const auto type = UuidFromAir(reader.TakeRest());
+  const auto type = Uuid::FromAttForm(reader.TakeRest());
   if (!type) return std::nullopt;
   parsed.type = *type;
   return Whole(reader, parsed);
@@ -154,7 +125,7 @@ Pdu ReadByTypeRequest::Build() const {
 }
 
 std::optional<ReadRequest> ReadRequest::Parse(ByteView pdu) {
-  PduReader reader = Body(pdu, Opcode::ReadRequest);
+  ByteReader reader = Body(pdu, Opcode::ReadRequest);
   const ReadRequest parsed{reader.U16()};
   return Whole(reader, parsed);
 }
@@ -164,7 +135,7 @@ std::optional<ReadRequest> ReadRequest::Parse(ByteView pdu) {
 }
 
 std::optional<ReadBlobRequest> ReadBlobRequest::Parse(ByteView pdu) {
-  PduReader reader = Body(pdu, Opcode::ReadBlobRequest);
+  ByteReader reader = Body(pdu, Opcode::ReadBlobRequest);
   ReadBlobRequest parsed;
   parsed.handle = reader.U16();
   parsed.offset = reader.U16();
@@ -180,7 +151,7 @@ std::optional<HandleValue> HandleValue::Parse(ByteView pdu) {
   if (!OneOf(opcode, {Opcode::WriteRequest, Opcode::WriteCommand, Opcode::HandleValueNotification,
                       Opcode::HandleValueIndication}))
     return std::nullopt;
-  PduReader reader = Body(pdu, opcode);
+  ByteReader reader = Body(pdu, opcode);
   HandleValue parsed;
   parsed.opcode = opcode;
   parsed.handle = reader.U16();
@@ -196,7 +167,7 @@ std::optional<PrepareWrite> PrepareWrite::Parse(ByteView pdu) {
   const Opcode opcode = OpcodeOf(pdu);
   if (!OneOf(opcode, {Opcode::PrepareWriteRequest, Opcode::PrepareWriteResponse}))
     return std::nullopt;
-  PduReader reader = Body(pdu, opcode);
+  ByteReader reader = Body(pdu, opcode);
   PrepareWrite parsed;
   parsed.opcode = opcode;
   parsed.handle = reader.U16();
@@ -210,7 +181,7 @@ Pdu PrepareWrite::Build() const {
 }
 
 std::optional<ExecuteWriteRequest> ExecuteWriteRequest::Parse(ByteView pdu) {
-  PduReader reader = Body(pdu, Opcode::ExecuteWriteRequest);
+  ByteReader reader = Body(pdu, Opcode::ExecuteWriteRequest);
   const std::uint8_t flags = reader.U8();
   if (flags > 1) return std::nullopt;
   return Whole(reader, ExecuteWriteRequest{flags == 1});
@@ -222,7 +193,7 @@ Pdu ExecuteWriteRequest::Build() const {
 
 std::optional<AttributeList> AttributeList::Parse(ByteView pdu) {
   const Opcode opcode = OpcodeOf(pdu);
-  PduReader reader = Body(pdu, opcode);
+  ByteReader reader = Body(pdu, opcode);
   std::size_t elementSize = 4;  // Find By Type Value: two handles
   std::size_t smallest = 4;
   switch (opcode) {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "base/Bytes.h"
+#include "base/ByteReader.h"
 #include "base/Uuid.h"
 
 /// The PDUs of the Attribute Protocol (Bluetooth Core 5.4, Vol 3 Part F, 3.4), for both ends of a
@@ -76,24 +76,6 @@ enum class ErrorCode : std::uint8_t {
   ValueNotAllowed = 0x13,
 };
 
-/// Attribute types that GATT itself is made of (Assigned Numbers, 3.5 to 3.7).
-namespace gatt_uuid {
-inline constexpr std::uint16_t kGenericAccess = 0x1800;
-inline constexpr std::uint16_t kGenericAttribute = 0x1801;
-inline constexpr std::uint16_t kPrimaryService = 0x2800;
-inline constexpr std::uint16_t kSecondaryService = 0x2801;
-inline constexpr std::uint16_t kInclude = 0x2802;
-inline constexpr std::uint16_t kCharacteristic = 0x2803;
-inline constexpr std::uint16_t kExtendedProperties = 0x2900;
-inline constexpr std::uint16_t kUserDescription = 0x2901;
-inline constexpr std::uint16_t kClientConfiguration = 0x2902;
-inline constexpr std::uint16_t kPresentationFormat = 0x2904;
-inline constexpr std::uint16_t kAggregateFormat = 0x2905;
-inline constexpr std::uint16_t kDeviceName = 0x2A00;
-inline constexpr std::uint16_t kAppearance = 0x2A01;
-inline constexpr std::uint16_t kServiceChanged = 0x2A05;
-}  // namespace gatt_uuid
-
 /// The opcode byte of a PDU; 0, which is no opcode, for an empty one.
 constexpr Opcode OpcodeOf(ByteView pdu) {
   return pdu.empty() ? Opcode{0} : static_cast<Opcode>(pdu[0]);
@@ -124,30 +106,6 @@ constexpr bool IsResponse(Opcode opcode) {
       return false;
   }
 }
-
-/// Little-endian number at the front of `bytes`, which must hold two.
-constexpr std::uint16_t LoadU16(ByteView bytes) {
-  return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
-}
-
-/// Reads a PDU from the front. A read past the end yields zeros and turns `Ok` false for good.
-class PduReader {
- public:
-  explicit PduReader(ByteView bytes) : rest_(bytes) {}
-
-  std::uint8_t U8();
-  std::uint16_t U16();
-  ByteView Take(std::size_t count);
-  ByteView TakeRest() { return Take(rest_.size()); }
-
-  bool Ok() const { return ok_; }
-  bool AtEnd() const { return rest_.empty(); }
-  std::size_t Remaining() const { return rest_.size(); }
-
- private:
-  ByteView rest_;
-  bool ok_ = true;
-};
 
 /// One PDU being built, in storage of its own: no allocation. What does not fit into the largest
 /// ATT_MTU is not stored and turns `Ok` false.
@@ -180,14 +138,6 @@ class Pdu {
   std::size_t size_ = 0;
   bool ok_ = true;
 };
-
-/// A UUID as ATT carries it: 2 or 16 bytes. Any other length gives none.
-std::optional<Uuid> UuidFromAir(ByteView bytes);
-
-/// How many bytes `uuid` takes on the air: 2 or 16.
-inline std::size_t UuidSize(const Uuid& uuid) {
-  return uuid.AssignedNumber16() ? 2 : 16;
-}
 
 struct ErrorResponse {
   Opcode request{};

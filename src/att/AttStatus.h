@@ -10,15 +10,6 @@
 /// How the ends of ATT exchanges become the statuses of GATT results.
 namespace ble::att {
 
-/// A number as the standard writes handles and error codes: "0x0010", "0x05".
-template <class Text>
-Text HexNumber(std::uint16_t value, int digits) {
-  Text text{'0', 'x'};
-  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
-    text += static_cast<typename Text::value_type>("0123456789ABCDEF"[value >> shift & 0xF]);
-  return text;
-}
-
 inline GattResult ProtocolError(ErrorCode error) {
   return {GattCommunicationStatus::ProtocolError, static_cast<std::uint8_t>(error)};
 }

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/ByteReader.h"
+#include "base/GattUuids.h"
 #include "base/Utf.h"
 
 namespace ble::att {
@@ -24,7 +26,7 @@ std::u16string ParseUserDescription(ByteView value) {
 }
 
 std::optional<GattPresentationFormat> ParsePresentationFormat(ByteView value) {
-  PduReader reader(value);
+  ByteReader reader(value);
   GattPresentationFormat format;
   format.formatType = reader.U8();
   format.exponent = static_cast<std::int8_t>(reader.U8());
@@ -37,7 +39,7 @@ std::optional<GattPresentationFormat> ParsePresentationFormat(ByteView value) {
 
 std::vector<std::uint16_t> ParseAggregateFormat(ByteView value) {
   std::vector<std::uint16_t> handles;
-  for (PduReader reader(value); reader.Remaining() >= 2;)
+  for (ByteReader reader(value); reader.Remaining() >= 2;)
     handles.push_back(reader.U16());
   return handles;
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "att/AttStatus.h"
+#include "base/GattUuids.h"
 
 namespace ble::att {
 
@@ -96,11 +97,11 @@ auto ReadByType(Opcode opcode, std::uint16_t type) {
 
 // Handle, group end, UUID.
 std::optional<Element<ServiceRecord>> ParseService(ByteView bytes) {
-  PduReader reader(bytes);
+  ByteReader reader(bytes);
   ServiceRecord record;
   record.handle = reader.U16();
   record.end = reader.U16();
-  const auto uuid = UuidFromAir(reader.TakeRest());
+  const auto uuid = Uuid::FromAttForm(reader.TakeRest());
   if (!uuid) return std::nullopt;
   record.uuid = *uuid;
   return Element<ServiceRecord>{record, record.end};
@@ -115,7 +116,7 @@ struct IncludeRecord {
 
 std::optional<Element<IncludeRecord>> ParseInclude(ByteView bytes) {
   if (bytes.size() != 6 && bytes.size() != 8) return std::nullopt;
-  PduReader reader(bytes);
+  ByteReader reader(bytes);
   IncludeRecord record;
   record.handle = reader.U16();
   record.service.handle = reader.U16();
@@ -128,22 +129,22 @@ std::optional<Element<IncludeRecord>> ParseInclude(ByteView bytes) {
 
 // Handle, then the declaration: properties, value handle, UUID.
 std::optional<Element<CharacteristicRecord>> ParseCharacteristic(ByteView bytes) {
-  PduReader reader(bytes);
+  ByteReader reader(bytes);
   CharacteristicRecord record;
   record.handle = reader.U16();
   record.properties = reader.U8();
   record.valueHandle = reader.U16();
-  const auto uuid = UuidFromAir(reader.TakeRest());
+  const auto uuid = Uuid::FromAttForm(reader.TakeRest());
   if (!uuid || record.valueHandle <= record.handle) return std::nullopt;
   record.uuid = *uuid;
   return Element<CharacteristicRecord>{record, record.valueHandle};
 }
 
 std::optional<Element<DescriptorRecord>> ParseDescriptor(ByteView bytes) {
-  PduReader reader(bytes);
+  ByteReader reader(bytes);
   DescriptorRecord record;
   record.handle = reader.U16();
-  const auto uuid = UuidFromAir(reader.TakeRest());
+  const auto uuid = Uuid::FromAttForm(reader.TakeRest());
   if (!uuid) return std::nullopt;
   record.uuid = *uuid;
   return Element<DescriptorRecord>{record, record.handle};
@@ -170,7 +171,7 @@ class IncludedUuids : public std::enable_shared_from_this<IncludedUuids> {
  private:
   void OnDeclaration(const AttReply& reply) {
     if (reply.outcome != AttReply::Outcome::Answered) return found_(StatusOf(reply), {});
-    const auto uuid = UuidFromAir(reply.pdu.subspan(1));
+    const auto uuid = Uuid::FromAttForm(reply.pdu.subspan(1));
     if (!uuid) return found_(ProtocolError(ErrorCode::InvalidPdu), {});
     services_.push_back(includes_[services_.size()].service);
     services_.back().uuid = *uuid;
@@ -199,7 +200,7 @@ void DiscoverPrimaryServicesByUuid(const BearerPtr& bearer, const Uuid& uuid,
     return FindByTypeValueRequest{start, end, gatt_uuid::kPrimaryService, {}}.Build().Type(uuid);
   };
   const auto parse = [uuid](ByteView bytes) -> std::optional<Element<ServiceRecord>> {
-    PduReader reader(bytes);
+    ByteReader reader(bytes);
     const std::uint16_t handle = reader.U16();
     const std::uint16_t end = reader.U16();
     return Element<ServiceRecord>{{handle, end, uuid}, end};

@@ -5,6 +5,8 @@
 
 #include "att/AttCharacteristic.h"
 #include "att/AttStatus.h"
+#include "base/GattUuids.h"
+#include "base/HexText.h"
 
 namespace ble::att {
 

@@ -18,4 +18,13 @@ inline void AppendU16(Bytes& bytes, std::uint16_t number) {
   bytes.push_back(static_cast<std::uint8_t>(number >> 8));
 }
 
+/// The little-endian number at the front of `bytes`, which must hold two.
+constexpr std::uint16_t LoadU16(ByteView bytes) {
+  return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
+}
+
+inline void Append(Bytes& bytes, ByteView more) {
+  bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
 }  // namespace ble

@@ -3,16 +3,6 @@
 #include <algorithm>
 
 namespace ble {
-namespace {
-
-constexpr int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
-
-}  // namespace
 
 bool ParseHex(std::string_view text, bool spaces, Bytes& bytes) {
   for (std::size_t i = 0; i < text.size();) {
@@ -21,8 +11,8 @@ bool ParseHex(std::string_view text, bool spaces, Bytes& bytes) {
       continue;
     }
     if (i + 1 >= text.size()) return false;
-    const int high = HexDigit(text[i]);
-    const int low = HexDigit(text[i + 1]);
+    const int high = HexDigitValue(text[i]);
+    const int low = HexDigitValue(text[i + 1]);
     if (high < 0 || low < 0) return false;
     bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
     i += 2;
@@ -58,7 +48,7 @@ std::optional<std::uint64_t> ParseAddress(std::string_view text) {
   if (digits.size() != 12) return std::nullopt;
   std::uint64_t address = 0;
   for (const char c : digits) {
-    const int digit = HexDigit(c);
+    const int digit = HexDigitValue(c);
     if (digit < 0) return std::nullopt;
     address = address << 4 | static_cast<std::uint64_t>(digit);
   }

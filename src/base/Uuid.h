@@ -10,6 +10,15 @@
 
 namespace ble {
 
+/// A UUID as it travels over the air, least significant byte first (Bluetooth Core 5.4, Vol 3 Part
+/// B, 2.5.1).
+struct UuidBytes {
+  std::array<std::uint8_t, 16> bytes{};
+  std::size_t size = 0;
+
+  constexpr ByteView View() const { return {bytes.data(), size}; }
+};
+
 /// A 128-bit UUID in GUID field layout: the fields hold numbers, not bytes in memory order.
 struct Uuid {
   std::uint32_t data1 = 0;
@@ -31,8 +40,23 @@ struct Uuid {
     return static_cast<std::uint16_t>(data1);
   }
 
-  /// A UUID as it travels over the air: 2, 4 or 16 bytes, least significant byte first
-  /// (Bluetooth Core 5.4, Vol 3 Part B, 2.5.1). Any other size gives no UUID.
+  /// The shortest form that ATT has for the UUID: 2 or 16 bytes (Bluetooth Core 5.4, Vol 3 Part F,
+  /// 3.2.1).
+  constexpr UuidBytes AttForm() const { return InBytes(AssignedNumber16() ? 2 : 16); }
+
+  /// The shortest form that advertising data have for the UUID: 2, 4 or 16 bytes (Core
+  /// Specification Supplement, Part A, 1.1).
+  constexpr UuidBytes AdvertisingForm() const {
+    if (*this != FromAssignedNumber(data1)) return InBytes(16);
+    return InBytes(AssignedNumber16() ? 2 : 4);
+  }
+
+  /// A UUID as ATT carries it: 2 or 16 bytes. Any other size gives no UUID.
+  static constexpr std::optional<Uuid> FromAttForm(ByteView bytes) {
+    return bytes.size() == 4 ? std::nullopt : FromLittleEndian(bytes);
+  }
+
+  /// A UUID in any form it has over the air: 2, 4 or 16 bytes. Any other size gives no UUID.
   static constexpr std::optional<Uuid> FromLittleEndian(ByteView bytes) {
     if (bytes.size() == 2) return FromAssignedNumber(Number(bytes, 0, 2));
     if (bytes.size() == 4) return FromAssignedNumber(Number(bytes, 0, 4));
@@ -69,6 +93,15 @@ struct Uuid {
   }
 
  private:
+  /// A short form holds the lowest bytes of `data1`.
+  constexpr UuidBytes InBytes(std::size_t size) const {
+    const auto text = BigEndian();
+    UuidBytes form{{}, size};
+    for (std::size_t i = 0; i < size; ++i)
+      form.bytes[i] = text[(size == 16 ? 15 : 3) - i];
+    return form;
+  }
+
   static constexpr std::uint32_t Number(ByteView bytes, std::size_t offset, std::size_t count) {
     std::uint32_t value = 0;
     for (std::size_t i = count; i-- > 0;)

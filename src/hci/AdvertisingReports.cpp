@@ -30,7 +30,7 @@ enum class DataStatus : std::uint8_t { Complete = 0, MoreToCome = 1, Truncated =
 using Type = BluetoothLEAdvertisementType;
 
 MalformedEvent Malformed(const ByteReader& reader, const char* text) {
-  return {reader.FileOffset(), text};
+  return {reader.Offset(), text};
 }
 
 /// Public and random device and identity addresses alternate: odd is random.
@@ -69,16 +69,16 @@ Type ExtendedPduType(std::uint16_t kind) {
 
 std::optional<MalformedEvent> TakeLegacyReport(ByteReader& reader,
                                                const AdvertisingReports::Sink& sink) {
-  const std::uint8_t kind = reader.Byte();
+  const std::uint8_t kind = reader.U8();
   if (kind > static_cast<std::uint8_t>(Type::ScanResponse))
     return Malformed(reader, "an advertising report of unknown type");
-  const std::uint8_t addressType = reader.Byte();
+  const std::uint8_t addressType = reader.U8();
   if (!IsAddressType(addressType)) return Malformed(reader, "an address of unknown type");
   const std::uint64_t address = reader.Little(6);
-  const std::uint8_t length = reader.Byte();
+  const std::uint8_t length = reader.U8();
   if (length > kMaxLegacyData) return Malformed(reader, "more than 31 bytes of advertising data");
   const ByteView data = reader.Take(length);
-  const auto rssi = static_cast<std::int8_t>(reader.Byte());
+  const auto rssi = static_cast<std::int8_t>(reader.U8());
   if (!reader.Ok()) return Malformed(reader, "an advertising report cut short");
   sink({address, IsRandom(addressType), static_cast<Type>(kind), rssi, data});
   return std::nullopt;
@@ -87,17 +87,17 @@ std::optional<MalformedEvent> TakeLegacyReport(ByteReader& reader,
 }  // namespace
 
 std::optional<MalformedEvent> AdvertisingReports::TakeEvent(ByteReader event, const Sink& sink) {
-  const std::uint8_t code = event.Byte();
-  const std::uint8_t length = event.Byte();
+  const std::uint8_t code = event.U8();
+  const std::uint8_t length = event.U8();
   if (!event.Ok()) return Malformed(event, "an HCI event without its header");
   if (length != event.Remaining()) return Malformed(event, "an HCI event of the wrong length");
   if (code != kLeMetaEvent) return std::nullopt;
-  const std::uint8_t subevent = event.Byte();
+  const std::uint8_t subevent = event.U8();
   if (!event.Ok()) return Malformed(event, "an LE event without its kind");
   const bool extended = subevent == kExtendedAdvertisingReport;
   if (!extended && subevent != kAdvertisingReport) return std::nullopt;
 
-  const std::uint8_t count = event.Byte();
+  const std::uint8_t count = event.U8();
   if (!event.Ok() || count == 0) return Malformed(event, "an advertising event without reports");
   for (std::uint8_t i = 0; i < count; ++i) {
     auto error = extended ? TakeExtendedReport(event, sink) : TakeLegacyReport(event, sink);
@@ -109,22 +109,22 @@ std::optional<MalformedEvent> AdvertisingReports::TakeEvent(ByteReader event, co
 
 std::optional<MalformedEvent> AdvertisingReports::TakeExtendedReport(ByteReader& reader,
                                                                      const Sink& sink) {
-  const auto eventType = static_cast<std::uint16_t>(reader.Little(2));
+  const auto eventType = reader.U16();
   const std::uint16_t kind = eventType & kKindBits;
   const auto status = static_cast<DataStatus>(eventType >> 5 & 3);
   const bool legacy = (kind & kLegacy) != 0;
   const auto type = legacy ? LegacyPduType(kind) : ExtendedPduType(kind);
   if (!type || status > DataStatus::Truncated)
     return Malformed(reader, "an advertising report of unknown type");
-  const std::uint8_t addressType = reader.Byte();
+  const std::uint8_t addressType = reader.U8();
   if (!IsAddressType(addressType)) return Malformed(reader, "an address of unknown type");
   const std::uint64_t address = reader.Little(6);
   (void)reader.Take(2);  // PHYs
-  const std::uint8_t advertisingSet = reader.Byte();
+  const std::uint8_t advertisingSet = reader.U8();
   (void)reader.Take(1);  // TX power
-  const auto rssi = static_cast<std::int8_t>(reader.Byte());
+  const auto rssi = static_cast<std::int8_t>(reader.U8());
   (void)reader.Take(2 + 1 + 6);  // periodic advertising interval, direct address
-  const ByteView data = reader.Take(reader.Byte());
+  const ByteView data = reader.Take(reader.U8());
   if (!reader.Ok()) return Malformed(reader, "an advertising report cut short");
 
   const std::size_t limit = legacy ? kMaxLegacyData : kMaxExtendedData;

@@ -10,25 +10,12 @@ namespace {
 
 namespace type = advertisement_data_type;
 
-std::uint16_t Number16(ByteView bytes) {
-  return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
-}
-
 /// Octets per UUID in a service UUID list of this type; 0 for every other section.
 std::size_t ServiceUuidSize(std::uint8_t dataType) {
-  switch (dataType) {
-    case type::kIncompleteService16BitUuids:
-    case type::kCompleteService16BitUuids:
-      return 2;
-    case type::kIncompleteService32BitUuids:
-    case type::kCompleteService32BitUuids:
-      return 4;
-    case type::kIncompleteService128BitUuids:
-    case type::kCompleteService128BitUuids:
-      return 16;
-    default:
-      return 0;
-  }
+  for (const UuidSections& sections : kUuidSections)
+    if (dataType == sections.completeServices || dataType == sections.incompleteServices)
+      return sections.uuidSize;
+  return 0;
 }
 
 }  // namespace
@@ -52,7 +39,7 @@ void BluetoothLEAdvertisement::Assign(ByteView payload) {
       for (std::size_t at = 0; at + size <= data.size(); at += size)
         serviceUuids_.push_back(*Uuid::FromLittleEndian(data.subspan(at, size)));
     } else if (dataType == type::kManufacturerSpecificData) {
-      if (data.size() >= 2) manufacturerData_.push_back({Number16(data), data.subspan(2)});
+      if (data.size() >= 2) manufacturerData_.push_back({LoadU16(data), data.subspan(2)});
     } else if (!completeName && (dataType == type::kCompleteLocalName ||
                                  (dataType == type::kShortenedLocalName && name.empty()))) {
       completeName = dataType == type::kCompleteLocalName;

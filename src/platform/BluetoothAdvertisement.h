@@ -12,8 +12,9 @@
 
 namespace ble {
 
-/// Advertising data types the component looks at (Assigned Numbers, 2.3).
+/// Advertising data types (Assigned Numbers, 2.3).
 namespace advertisement_data_type {
+inline constexpr std::uint8_t kFlags = 0x01;
 inline constexpr std::uint8_t kIncompleteService16BitUuids = 0x02;
 inline constexpr std::uint8_t kCompleteService16BitUuids = 0x03;
 inline constexpr std::uint8_t kIncompleteService32BitUuids = 0x04;
@@ -26,11 +27,35 @@ inline constexpr std::uint8_t kTxPowerLevel = 0x0A;
 inline constexpr std::uint8_t kServiceSolicitation16BitUuids = 0x14;
 inline constexpr std::uint8_t kServiceSolicitation128BitUuids = 0x15;
 inline constexpr std::uint8_t kServiceData16BitUuids = 0x16;
+inline constexpr std::uint8_t kAppearance = 0x19;
 inline constexpr std::uint8_t kServiceSolicitation32BitUuids = 0x1F;
 inline constexpr std::uint8_t kServiceData32BitUuids = 0x20;
 inline constexpr std::uint8_t kServiceData128BitUuids = 0x21;
 inline constexpr std::uint8_t kManufacturerSpecificData = 0xFF;
 }  // namespace advertisement_data_type
+
+/// The types of the sections in which UUIDs of one size stand.
+struct UuidSections {
+  std::size_t uuidSize;
+  std::uint8_t incompleteServices;
+  std::uint8_t completeServices;
+  std::uint8_t solicitation;
+  std::uint8_t serviceData;
+};
+inline constexpr UuidSections kUuidSections[] = {
+    {2, advertisement_data_type::kIncompleteService16BitUuids,
+     advertisement_data_type::kCompleteService16BitUuids,
+     advertisement_data_type::kServiceSolicitation16BitUuids,
+     advertisement_data_type::kServiceData16BitUuids},
+    {4, advertisement_data_type::kIncompleteService32BitUuids,
+     advertisement_data_type::kCompleteService32BitUuids,
+     advertisement_data_type::kServiceSolicitation32BitUuids,
+     advertisement_data_type::kServiceData32BitUuids},
+    {16, advertisement_data_type::kIncompleteService128BitUuids,
+     advertisement_data_type::kCompleteService128BitUuids,
+     advertisement_data_type::kServiceSolicitation128BitUuids,
+     advertisement_data_type::kServiceData128BitUuids},
+};
 
 /// One advertising data structure. `data` points into the advertisement that holds the section.
 struct BluetoothLEAdvertisementDataSection {

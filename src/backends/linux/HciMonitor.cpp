@@ -65,7 +65,7 @@ struct HciMonitor::Listening {
     const ssize_t size = recv(socket.Get(), packet.data(), packet.size(), 0);
     if (size < 1 || packet[0] != kEventPacket) return;
     const ByteView event = ByteView(packet).subspan(1, static_cast<std::size_t>(size) - 1);
-    (void)reports.TakeEvent(hci::ByteReader(event, 0), sink);  // a malformed one tells us nothing
+    (void)reports.TakeEvent(ByteReader(event, 0), sink);  // a malformed one tells us nothing
   }
 };
 

@@ -16,7 +16,6 @@ using att::Pdu;
 namespace {
 
 namespace property = gatt_characteristic_properties;
-namespace gatt_uuid = att::gatt_uuid;
 
 constexpr std::size_t kPrepareQueueLimit = 64;
 constexpr std::size_t kIndicationQueueLimit = 64;  ///< later values are lost
@@ -118,7 +117,7 @@ Pdu AttServer::FindInformation(ByteView pdu) {
     return Refuse(ErrorCode::InvalidHandle, request->start);
   ListResponse list(Opcode::FindInformationResponse, mtu_);
   for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
-    if (!list.Accepts(2 + att::UuidSize(attribute.type))) break;
+    if (!list.Accepts(2 + attribute.type.AttForm().size)) break;
     list.Pdu().U16(attribute.handle).Type(attribute.type);
   }
   if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
@@ -204,7 +203,7 @@ Pdu AttServer::ReadBlob(ByteView pdu) {
 }
 
 Pdu AttServer::ReadMultiple(ByteView pdu) {
-  att::PduReader handles(pdu.subspan(1));
+  ByteReader handles(pdu.subspan(1));
   if (handles.Remaining() < 4 || handles.Remaining() % 2 != 0)
     return Refuse(ErrorCode::InvalidPdu, 0);
   Pdu response(Opcode::ReadMultipleResponse);
@@ -312,7 +311,7 @@ AttServer::Refusal AttServer::StoreConfiguration(const Attribute& attribute, Byt
   const std::uint32_t properties = characteristic ? characteristic->properties : 0;
   const unsigned allowed = ((properties & property::kNotify) != 0 ? kNotifyBit : 0U) |
                            ((properties & property::kIndicate) != 0 ? kIndicateBit : 0U);
-  const std::uint16_t configuration = att::LoadU16(value);
+  const std::uint16_t configuration = LoadU16(value);
   if ((configuration & ~allowed) != 0) return ErrorCode::ValueNotAllowed;
   configurations_[attribute.handle] = configuration;
   if (characteristic) host_.OnConfigured(*characteristic, configuration);

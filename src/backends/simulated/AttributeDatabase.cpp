@@ -1,30 +1,19 @@
 #include "backends/simulated/AttributeDatabase.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <map>
 
+#include "base/HexText.h"
 #include "platform/Gatt.h"
 
 namespace ble::simulated {
 
 namespace property = gatt_characteristic_properties;
-namespace gatt_uuid = att::gatt_uuid;
 
 namespace {
 
-std::string HandleText(std::uint32_t handle) {
-  std::array<char, 16> text{};
-  std::snprintf(text.data(), text.size(), "0x%04X", static_cast<unsigned>(handle));
-  return text.data();
-}
-
-/// A UUID as it stands in attribute values: 2 bytes where it has an assigned number, else 16.
-void AppendUuid(Bytes& bytes, const Uuid& uuid) {
-  if (const auto number = uuid.AssignedNumber16()) return AppendU16(bytes, *number);
-  const auto text = uuid.BigEndian();
-  bytes.insert(bytes.end(), text.rbegin(), text.rend());
+std::string HandleText(std::uint16_t handle) {
+  return HexNumber<std::string>(handle, 4);
 }
 
 Attribute Declaration(std::uint16_t type) {
@@ -92,7 +81,7 @@ class DatabaseBuilder {
     if (service.handle) next_ = *service.handle;
     Attribute declaration =
         Declaration(service.primary ? gatt_uuid::kPrimaryService : gatt_uuid::kSecondaryService);
-    AppendUuid(declaration.value, service.uuid);
+    Append(declaration.value, service.uuid.AttForm().View());
     const std::size_t index = Attributes().size();
     if (!Add(std::move(declaration), std::nullopt)) return false;
     if (!service.id.empty() && !services_.emplace(service.id, index).second)
@@ -118,8 +107,7 @@ class DatabaseBuilder {
       Bytes& value = Attributes()[index].value;
       AppendU16(value, included.handle);
       AppendU16(value, included.groupEnd);
-      if (included.value.size() == 2)
-        value.insert(value.end(), included.value.begin(), included.value.end());
+      if (included.value.size() == 2) Append(value, included.value);
     }
     const auto byHandle = [](const auto& a, const auto& b) { return a.handle < b.handle; };
     std::stable_sort(Attributes().begin(), Attributes().end(), byHandle);
@@ -162,7 +150,7 @@ class DatabaseBuilder {
         scenario.properties | (extended ? property::kExtendedProperties : 0U)));
     const auto valueHandle = static_cast<std::uint16_t>(declaration.handle + 1);
     AppendU16(declaration.value, valueHandle);
-    AppendUuid(declaration.value, scenario.uuid);
+    Append(declaration.value, scenario.uuid.AttForm().View());
 
     Attribute value = FromScenario(scenario);
     value.readable = (scenario.properties & property::kRead) != 0;

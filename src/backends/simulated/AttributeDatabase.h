@@ -12,6 +12,7 @@
 #include "att/AttPdu.h"
 #include "backends/simulated/Scenario.h"
 #include "base/Bytes.h"
+#include "base/GattUuids.h"
 #include "base/Uuid.h"
 
 namespace ble::simulated {
@@ -39,7 +40,7 @@ struct Attribute {
   }
   bool IsType(std::uint16_t number) const { return type == Uuid::FromAssignedNumber(number); }
   bool IsService() const {
-    return IsType(att::gatt_uuid::kPrimaryService) || IsType(att::gatt_uuid::kSecondaryService);
+    return IsType(gatt_uuid::kPrimaryService) || IsType(gatt_uuid::kSecondaryService);
   }
 };
 

@@ -10,7 +10,6 @@
 namespace ble::simulated {
 namespace {
 
-using hci::ByteReader;
 using std::chrono::microseconds;
 
 enum class LinkType : std::uint32_t { UnencapsulatedHci = 1001, HciH4 = 1002, Monitor = 2001 };
@@ -35,11 +34,11 @@ std::optional<CaptureError> ReadHeader(ByteReader& reader, LinkType& linkType) {
   const ByteView magic = reader.Take(kMagic.size());
   if (!std::equal(magic.begin(), magic.end(), kMagic.begin(), kMagic.end()))
     return CaptureError{0, "not a btsnoop file"};
-  const std::size_t versionAt = reader.FileOffset();
+  const std::size_t versionAt = reader.Offset();
   const auto version = reader.Big(4);
-  const std::size_t linkTypeAt = reader.FileOffset();
+  const std::size_t linkTypeAt = reader.Offset();
   linkType = static_cast<LinkType>(reader.Big(4));
-  if (!reader.Ok()) return CaptureError{reader.FileOffset(), "the file header is cut short"};
+  if (!reader.Ok()) return CaptureError{reader.Offset(), "the file header is cut short"};
   if (version != kVersion) return CaptureError{versionAt, "a btsnoop version other than 1"};
   if (linkType != LinkType::UnencapsulatedHci && linkType != LinkType::HciH4 &&
       linkType != LinkType::Monitor)
@@ -49,17 +48,17 @@ std::optional<CaptureError> ReadHeader(ByteReader& reader, LinkType& linkType) {
 
 std::optional<CaptureError> ReadRecord(ByteReader& reader, Record& record) {
   const auto originalLength = static_cast<std::uint32_t>(reader.Big(4));
-  const std::size_t lengthAt = reader.FileOffset();
+  const std::size_t lengthAt = reader.Offset();
   const auto includedLength = static_cast<std::uint32_t>(reader.Big(4));
   record.flags = static_cast<std::uint32_t>(reader.Big(4));
   (void)reader.Take(4);  // how many packets the recorder had lost
   record.timestamp = reader.Big(8);
-  if (!reader.Ok()) return CaptureError{reader.FileOffset(), "a record header is cut short"};
+  if (!reader.Ok()) return CaptureError{reader.Offset(), "a record header is cut short"};
   if (includedLength > originalLength)
     return CaptureError{lengthAt, "a record longer than its packet"};
-  const std::size_t packetAt = reader.FileOffset();
+  const std::size_t packetAt = reader.Offset();
   record.packet = ByteReader(reader.Take(includedLength), packetAt);
-  if (!reader.Ok()) return CaptureError{reader.FileOffset(), "a record is cut short"};
+  if (!reader.Ok()) return CaptureError{reader.Offset(), "a record is cut short"};
   return std::nullopt;
 }
 
@@ -69,7 +68,7 @@ bool HoldsEvent(LinkType linkType, Record& record) {
     case LinkType::UnencapsulatedHci:
       return (record.flags & kReceivedEvent) == kReceivedEvent;
     case LinkType::HciH4:
-      return record.packet.Remaining() > 0 && record.packet.Byte() == kH4Event;
+      return record.packet.Remaining() > 0 && record.packet.U8() == kH4Event;
     case LinkType::Monitor:
       return (record.flags & kMonitorOpcodeMask) == kMonitorEvent;
   }
@@ -112,7 +111,7 @@ CaptureResult ParseCapture(ByteView file) {
   CaptureTime time;
   while (reader.Remaining() > 0) {
     Record record;
-    const std::size_t recordAt = reader.FileOffset();
+    const std::size_t recordAt = reader.Offset();
     if (auto error = ReadRecord(reader, record)) return Refused(*error);
     if (!HoldsEvent(linkType, record)) continue;
     const auto at = time.Advance(record.timestamp);

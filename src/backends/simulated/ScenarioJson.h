@@ -35,12 +35,6 @@ T ReadUnsigned(const JsonNode& node, T lowest = 0) {
   return static_cast<T>(node.IntegerOrHex(lowest, std::numeric_limits<T>::max()));
 }
 
-/// UUIDs sorted by the width they need over the air, in order within one.
-struct UuidsByWidth {
-  Bytes width2, width4, width16;
-};
-UuidsByWidth SortByWidth(const std::vector<Uuid>& uuids);
-
 /// The bytes of advertising data, given as bytes or as an object of named fields in their order.
 Bytes ReadAdvertisingData(const JsonNode& node);
 AdvertisingScenario ReadAdvertising(const JsonNode& node);

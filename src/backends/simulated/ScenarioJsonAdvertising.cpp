@@ -1,3 +1,4 @@
+#include "backends/AdvertisingPayload.h"
 #include "backends/simulated/ScenarioJson.h"
 
 namespace ble::simulated {
@@ -5,9 +6,6 @@ namespace {
 
 namespace data_type = advertisement_data_type;
 
-constexpr std::uint8_t kFlags = 0x01;       // Assigned Numbers, 2.3
-constexpr std::uint8_t kAppearance = 0x19;  // Assigned Numbers, 2.3
-constexpr std::size_t kMaxSectionData = 254;
 constexpr std::size_t kMaxPayload = 1650;  // Bluetooth Core 5.4, Vol 6 Part B, 2.3.4.9
 
 constexpr NamedValue<BluetoothLEAdvertisementType> kTypes[] = {
@@ -17,121 +15,74 @@ constexpr NamedValue<BluetoothLEAdvertisementType> kTypes[] = {
     {"nonConnectableUndirected", BluetoothLEAdvertisementType::NonConnectableUndirected},
 };
 
-/// Appends one advertising data structure (Bluetooth Core 5.4, Vol 3 Part C, 11).
-void AppendSection(const JsonNode& node, std::uint8_t type, const Bytes& data, Bytes& payload) {
-  if (data.size() > kMaxSectionData) {
-    node.Fail("does not fit one section of advertising data (254 bytes)");
-    return;
+void AppendChecked(const JsonNode& node, std::uint8_t type, const Bytes& data, Bytes& payload) {
+  if (data.size() > kMaxSectionData)
+    return node.Fail("does not fit one section of advertising data (254 bytes)");
+  AppendSection(type, data, payload);
+}
+
+/// A list of UUIDs: a section for each size of them.
+template <std::uint8_t UuidSections::*type>
+void AppendUuids(const JsonNode& node, Bytes& payload) {
+  const std::vector<Uuid> uuids = ReadAll(node, ReadUuid);
+  for (const UuidSections& sections : kUuidSections) {
+    const Bytes list = UuidsOfSize(uuids, sections.uuidSize);
+    if (!list.empty()) AppendChecked(node, sections.*type, list, payload);
   }
-  payload.push_back(static_cast<std::uint8_t>(data.size() + 1));
-  payload.push_back(type);
-  payload.insert(payload.end(), data.begin(), data.end());
 }
 
-struct UuidListTypes {
-  std::uint8_t width2, width4, width16;
-};
-
-void AppendUuids(const JsonNode& node, const UuidListTypes& types, Bytes& payload) {
-  const UuidsByWidth uuids = SortByWidth(ReadAll(node, ReadUuid));
-  if (!uuids.width2.empty()) AppendSection(node, types.width2, uuids.width2, payload);
-  if (!uuids.width4.empty()) AppendSection(node, types.width4, uuids.width4, payload);
-  if (!uuids.width16.empty()) AppendSection(node, types.width16, uuids.width16, payload);
-}
-
-Bytes NameBytes(const JsonNode& node) {
-  const std::string name = node.Text(248);
-  return {name.begin(), name.end()};
-}
-
-Bytes Little16(std::uint16_t value) {
-  return {static_cast<std::uint8_t>(value & 0xFF), static_cast<std::uint8_t>(value >> 8)};
+template <std::uint8_t type>
+void AppendText(const JsonNode& node, Bytes& payload) {
+  const std::string text = node.Text(248);
+  AppendChecked(node, type, {text.begin(), text.end()}, payload);
 }
 
 void AppendFlags(const JsonNode& node, Bytes& payload) {
-  AppendSection(node, kFlags, {ReadUnsigned<std::uint8_t>(node)}, payload);
-}
-
-void AppendName(const JsonNode& node, Bytes& payload) {
-  AppendSection(node, data_type::kCompleteLocalName, NameBytes(node), payload);
-}
-
-void AppendShortName(const JsonNode& node, Bytes& payload) {
-  AppendSection(node, data_type::kShortenedLocalName, NameBytes(node), payload);
-}
-
-void AppendServices(const JsonNode& node, Bytes& payload) {
-  AppendUuids(node,
-              {data_type::kCompleteService16BitUuids, data_type::kCompleteService32BitUuids,
-               data_type::kCompleteService128BitUuids},
-              payload);
-}
-
-void AppendIncompleteServices(const JsonNode& node, Bytes& payload) {
-  AppendUuids(node,
-              {data_type::kIncompleteService16BitUuids, data_type::kIncompleteService32BitUuids,
-               data_type::kIncompleteService128BitUuids},
-              payload);
-}
-
-void AppendSolicited(const JsonNode& node, Bytes& payload) {
-  AppendUuids(node,
-              {data_type::kServiceSolicitation16BitUuids, data_type::kServiceSolicitation32BitUuids,
-               data_type::kServiceSolicitation128BitUuids},
-              payload);
+  AppendChecked(node, data_type::kFlags, {ReadUnsigned<std::uint8_t>(node)}, payload);
 }
 
 void AppendTxPower(const JsonNode& node, Bytes& payload) {
   const auto power = static_cast<std::uint8_t>(node.Integer(-127, 127));
-  AppendSection(node, data_type::kTxPowerLevel, {power}, payload);
+  AppendChecked(node, data_type::kTxPowerLevel, {power}, payload);
 }
 
 void AppendAppearance(const JsonNode& node, Bytes& payload) {
-  AppendSection(node, kAppearance, Little16(ReadUnsigned<std::uint16_t>(node)), payload);
+  Bytes section;
+  AppendU16(section, ReadUnsigned<std::uint16_t>(node));
+  AppendChecked(node, data_type::kAppearance, section, payload);
 }
 
 void AppendManufacturer(const JsonNode& node, Bytes& payload) {
   for (const JsonNode& element : node.Elements()) {
     const JsonObject entry(element, {"company", "data"});
-    Bytes section = Little16(ReadUnsigned<std::uint16_t>(entry.At("company")));
-    const Bytes data = ReadBytes(entry.At("data"), kMaxSectionData - section.size());
-    section.insert(section.end(), data.begin(), data.end());
-    AppendSection(element, data_type::kManufacturerSpecificData, section, payload);
+    Bytes section;
+    AppendU16(section, ReadUnsigned<std::uint16_t>(entry.At("company")));
+    Append(section, ReadBytes(entry.At("data"), kMaxSectionData - section.size()));
+    AppendChecked(element, data_type::kManufacturerSpecificData, section, payload);
   }
 }
 
 void AppendServiceData(const JsonNode& node, Bytes& payload) {
   for (const JsonNode& element : node.Elements()) {
     const JsonObject entry(element, {"uuid", "data"});
-    const UuidsByWidth uuid = SortByWidth({ReadUuid(entry.At("uuid"))});
-    std::uint8_t type = data_type::kServiceData16BitUuids;
-    Bytes section = uuid.width2;
-    if (!uuid.width4.empty()) {
-      type = data_type::kServiceData32BitUuids;
-      section = uuid.width4;
-    } else if (!uuid.width16.empty()) {
-      type = data_type::kServiceData128BitUuids;
-      section = uuid.width16;
-    }
-    const Bytes data = ReadBytes(entry.At("data"), kMaxSectionData - section.size());
-    section.insert(section.end(), data.begin(), data.end());
-    AppendSection(element, type, section, payload);
+    ServiceDataHead section(ReadUuid(entry.At("uuid")));
+    Append(section.bytes, ReadBytes(entry.At("data"), kMaxSectionData - section.bytes.size()));
+    AppendChecked(element, section.type, section.bytes, payload);
   }
 }
 
 void AppendRaw(const JsonNode& node, Bytes& payload) {
-  const Bytes raw = ReadBytes(node, kMaxPayload);
-  payload.insert(payload.end(), raw.begin(), raw.end());
+  Append(payload, ReadBytes(node, kMaxPayload));
 }
 
-using Append = void (*)(const JsonNode&, Bytes&);
-constexpr NamedValue<Append> kFields[] = {
+using AppendFunction = void (*)(const JsonNode&, Bytes&);
+constexpr NamedValue<AppendFunction> kFields[] = {
     {"flags", AppendFlags},
-    {"name", AppendName},
-    {"shortName", AppendShortName},
-    {"services", AppendServices},
-    {"incompleteServices", AppendIncompleteServices},
-    {"solicited", AppendSolicited},
+    {"name", AppendText<data_type::kCompleteLocalName>},
+    {"shortName", AppendText<data_type::kShortenedLocalName>},
+    {"services", AppendUuids<&UuidSections::completeServices>},
+    {"incompleteServices", AppendUuids<&UuidSections::incompleteServices>},
+    {"solicited", AppendUuids<&UuidSections::solicitation>},
     {"txPower", AppendTxPower},
     {"appearance", AppendAppearance},
     {"manufacturer", AppendManufacturer},
@@ -141,7 +92,7 @@ constexpr NamedValue<Append> kFields[] = {
 
 void AppendField(const JsonNode& object, const std::string& key, const JsonNode& value,
                  Bytes& payload) {
-  for (const NamedValue<Append>& field : kFields) {
+  for (const NamedValue<AppendFunction>& field : kFields) {
     if (field.name == key) return field.value(value, payload);
   }
   if (key == "comment")

@@ -1,11 +1,8 @@
 #include "backends/simulated/ScenarioJson.h"
+#include "base/GattUuids.h"
 
 namespace ble::simulated {
 namespace {
-
-constexpr std::uint16_t kUserDescription = 0x2901;
-constexpr std::uint16_t kPresentationFormat = 0x2904;
-constexpr std::uint16_t kAggregateFormat = 0x2905;
 
 // Assigned Numbers, 2.4.1.
 constexpr NamedValue<std::uint8_t> kFormats[] = {
@@ -70,9 +67,9 @@ struct ConvenienceForm {
   Bytes (*read)(const JsonNode&);
 };
 constexpr ConvenienceForm kConvenienceForms[] = {
-    {"userDescription", kUserDescription, ReadUserDescription},
-    {"presentationFormat", kPresentationFormat, ReadPresentationFormat},
-    {"aggregateFormat", kAggregateFormat, ReadAggregateFormat},
+    {"userDescription", gatt_uuid::kUserDescription, ReadUserDescription},
+    {"presentationFormat", gatt_uuid::kPresentationFormat, ReadPresentationFormat},
+    {"aggregateFormat", gatt_uuid::kAggregateFormat, ReadAggregateFormat},
 };
 
 }  // namespace

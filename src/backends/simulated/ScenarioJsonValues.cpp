@@ -94,19 +94,4 @@ std::uint8_t ReadAttError(const JsonNode& node) {
   return ReadUnsigned<std::uint8_t>(node, 1);
 }
 
-UuidsByWidth SortByWidth(const std::vector<Uuid>& uuids) {
-  UuidsByWidth sorted;
-  for (const Uuid& uuid : uuids) {
-    const auto bigEndian = uuid.BigEndian();
-    Bytes bytes(bigEndian.rbegin(), bigEndian.rend());  // the order of the air
-    if (uuid.AssignedNumber16())
-      sorted.width2.insert(sorted.width2.end(), bytes.begin() + 12, bytes.begin() + 14);
-    else if (uuid == Uuid::FromAssignedNumber(uuid.data1))
-      sorted.width4.insert(sorted.width4.end(), bytes.begin() + 12, bytes.end());
-    else
-      sorted.width16.insert(sorted.width16.end(), bytes.begin(), bytes.end());
-  }
-  return sorted;
-}
-
 }  // namespace ble::simulated

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "backends/simulated/SimulatedLink.h"
+#include "base/GattUuids.h"
 #include "platform/PlatformFailure.h"
 
 namespace ble::simulated {
@@ -99,7 +100,7 @@ void VirtualPeripheral::ChangeName(const std::string& name) {
     const std::lock_guard lock(mutex_);
     name_ = name;
   }
-  if (Attribute* value = database_.Find(database_.ValueHandleOf(att::gatt_uuid::kDeviceName)))
+  if (Attribute* value = database_.Find(database_.ValueHandleOf(gatt_uuid::kDeviceName)))
     value->value.assign(name.begin(), name.end());
   nameChanged_.Raise();
 }
