@@ -2,19 +2,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace ble {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
+constexpr char32_t kMalformed = 0xFFFF'FFFF;
 
 struct Decoded {
-  char32_t character;
+  char32_t character;  ///< or kMalformed
   std::size_t length;  ///< code units consumed, at least 1
 };
 
-/// What a lead byte announces: how many bytes follow, and the range of the first of them. The
-/// range is what keeps out overlong forms, surrogates and numbers above U+10FFFF.
+/// What a lead byte announces (The Unicode Standard, table 3-7): how many bytes follow, and the
+/// range of the first of them. The range is what keeps out overlong forms, surrogates and numbers
+/// above U+10FFFF.
 struct Lead {
   std::size_t trailing = 0;
   std::uint8_t low = 0x80;
@@ -36,11 +39,11 @@ Decoded DecodeUtf8(std::string_view text) {
   const auto first = static_cast<std::uint8_t>(text[0]);
   if (first < 0x80) return {first, 1};
   Lead lead = LeadOf(first);
-  if (lead.trailing == 0) return {kReplacement, 1};
+  if (lead.trailing == 0) return {kMalformed, 1};
   char32_t character = first & (0x3FU >> lead.trailing);
   for (std::size_t i = 1; i <= lead.trailing; ++i) {
     const std::uint8_t byte = i < text.size() ? static_cast<std::uint8_t>(text[i]) : 0;
-    if (byte < lead.low || byte > lead.high) return {kReplacement, i};
+    if (byte < lead.low || byte > lead.high) return {kMalformed, i};
     character = character << 6 | (byte & 0x3FU);
     lead.low = 0x80;
     lead.high = 0xBF;
@@ -56,16 +59,57 @@ Decoded DecodeUtf16(std::u16string_view text) {
   return {0x10000 + ((first - 0xD800U) << 10 | (text[1] - 0xDC00U)), 2};
 }
 
-void AppendUtf8(char32_t character, std::string& out) {
+/// How many ASCII characters the text begins with, at least: counted in steps of eight.
+std::size_t AsciiRun(std::string_view text) {
+  std::size_t run = 0;
+  for (std::uint64_t block = 0; text.size() - run >= sizeof block; run += sizeof block) {
+    std::memcpy(&block, text.data() + run, sizeof block);
+    if ((block & 0x8080808080808080U) != 0) break;
+  }
+  return run;
+}
+
+char16_t* PutUtf16(char32_t character, char16_t* to) {
+  if (character < 0x10000) {
+    *to++ = static_cast<char16_t>(character);
+  } else {
+    *to++ = static_cast<char16_t>(0xD7C0 + (character >> 10));
+    *to++ = static_cast<char16_t>(0xDC00 | (character & 0x3FF));
+  }
+  return to;
+}
+
+char* PutUtf8(char32_t character, char* to) {
   if (character < 0x80) {
-    out.push_back(static_cast<char>(character));
-    return;
+    *to++ = static_cast<char>(character);
+    return to;
   }
   const unsigned trailing = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
   const std::uint32_t marker = (0xF0U << (3 - trailing)) & 0xFFU;
-  out.push_back(static_cast<char>(marker | character >> (6 * trailing)));
+  *to++ = static_cast<char>(marker | character >> (6 * trailing));
   for (unsigned i = trailing; i-- > 0;)
-    out.push_back(static_cast<char>(0x80U | (character >> (6 * i) & 0x3FU)));
+    *to++ = static_cast<char>(0x80U | (character >> (6 * i) & 0x3FU));
+  return to;
+}
+
+enum class Malformed { IsReplaced, EndsIt };
+
+/// Appends what `utf8` says; whether all of it was taken.
+bool Append(std::string_view utf8, std::u16string& out, Malformed malformed) {
+  const std::size_t before = out.size();
+  out.resize(before + utf8.size());  // never fewer bytes than units
+  char16_t* to = out.data() + before;
+  while (!utf8.empty()) {
+    for (std::size_t run = AsciiRun(utf8); run > 0; --run, utf8.remove_prefix(1))
+      *to++ = static_cast<unsigned char>(utf8.front());
+    if (utf8.empty()) break;
+    const auto [character, length] = DecodeUtf8(utf8);
+    if (character == kMalformed && malformed == Malformed::EndsIt) break;
+    to = PutUtf16(character == kMalformed ? kReplacement : character, to);
+    utf8.remove_prefix(length);
+  }
+  out.resize(static_cast<std::size_t>(to - out.data()));
+  return utf8.empty();
 }
 
 }  // namespace
@@ -79,27 +123,26 @@ bool IsWellFormedUtf16(std::u16string_view text) {
 }
 
 void AppendUtf16(std::string_view utf8, std::u16string& out) {
-  while (!utf8.empty()) {
-    const auto [character, length] = DecodeUtf8(utf8);
-    if (character < 0x10000) {
-      out.push_back(static_cast<char16_t>(character));
-    } else {
-      out.push_back(static_cast<char16_t>(0xD800 + ((character - 0x10000) >> 10)));
-      out.push_back(static_cast<char16_t>(0xDC00 + (character & 0x3FF)));
-    }
-    utf8.remove_prefix(length);
-  }
+  (void)Append(utf8, out, Malformed::IsReplaced);
 }
 
-std::string ToUtf8(std::u16string_view utf16) {
-  std::string out;
-  out.reserve(utf16.size());
+bool StrictUtf8ToUtf16(std::string_view utf8, std::u16string& out) {
+  out.clear();
+  if (Append(utf8, out, Malformed::EndsIt)) return true;
+  out.clear();
+  return false;
+}
+
+void AppendUtf8(std::u16string_view utf16, std::string& out) {
+  const std::size_t before = out.size();
+  out.resize(before + 3 * utf16.size());  // a pair, two units, takes four
+  char* to = out.data() + before;
   while (!utf16.empty()) {
     const auto [character, length] = DecodeUtf16(utf16);
-    AppendUtf8(character, out);
+    to = PutUtf8(character, to);
     utf16.remove_prefix(length);
   }
-  return out;
+  out.resize(static_cast<std::size_t>(to - out.data()));
 }
 
 }  // namespace ble

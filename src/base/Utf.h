@@ -19,7 +19,12 @@ constexpr bool IsLowSurrogate(char16_t unit) {
 /// is not valid UTF-8 becomes one U+FFFD.
 void AppendUtf16(std::string_view utf8, std::u16string& out);
 
-/// The UTF-8 form of `utf16`; a surrogate without its partner becomes U+FFFD.
-[[nodiscard]] std::string ToUtf8(std::u16string_view utf16);
+/// Appends the UTF-8 form of `utf16` to `out`, reusing the storage it has. A surrogate without its
+/// partner becomes U+FFFD.
+void AppendUtf8(std::u16string_view utf16, std::string& out);
+
+/// Replaces `out` with the UTF-16 form of `utf8`. False, with `out` empty, when the text is not
+/// well-formed: overlong forms, surrogates and numbers above U+10FFFF are refused too.
+[[nodiscard]] bool StrictUtf8ToUtf16(std::string_view utf8, std::u16string& out);
 
 }  // namespace ble

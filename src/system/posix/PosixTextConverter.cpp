@@ -8,7 +8,6 @@
 #include "base/NeverDestroyed.h"
 #include "base/Utf.h"
 #include "system/CodePages.h"
-#include "system/posix/StrictUtf8.h"
 
 namespace ble {
 namespace posix {
@@ -95,8 +94,10 @@ ConversionError PosixTextConverter::ToNarrow(std::uint32_t codePage, std::u16str
                                              std::string& out) const {
   if (codePage != kSystemCodePage && codePage != kUtf8CodePage)
     return EncodeCodePage(codePage, text, out);
-  return StrictUtf16ToUtf8(text, out) ? ConversionError::None
-                                      : ConversionError::NoUnicodeTranslation;
+  out.clear();
+  if (!IsWellFormedUtf16(text)) return ConversionError::NoUnicodeTranslation;
+  AppendUtf8(text, out);
+  return ConversionError::None;
 }
 
 ConversionError PosixTextConverter::DecodeCodePage(std::uint32_t codePage, std::string_view text,
