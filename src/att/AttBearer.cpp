@@ -17,7 +17,7 @@ AttReply Answered(ByteView pdu) {
   return reply;
 }
 
-AttReply Refused(ErrorCode error) {
+AttReply Refused(AttError error) {
   AttReply reply;
   reply.outcome = AttReply::Outcome::Refused;
   reply.error = error;
@@ -30,9 +30,8 @@ AttReply Lost(ChannelError reason) {
   return reply;
 }
 
-bool AsksForSecurity(ErrorCode error) {
-  return error == ErrorCode::InsufficientAuthentication ||
-         error == ErrorCode::InsufficientEncryption;
+bool AsksForSecurity(AttError error) {
+  return error == AttError::InsufficientAuthentication || error == AttError::InsufficientEncryption;
 }
 
 // Calls `visit(handle, value)` for each tuple; false when a length does not fit.
@@ -276,7 +275,7 @@ void AttBearer::OnMultipleHandleValues(ByteView pdu) {
 void AttBearer::OnRequest(ByteView pdu) {
   const auto exchange = ExchangeMtu::Parse(pdu);
   if (!exchange)
-    return Transmit(ErrorResponse{OpcodeOf(pdu), 0, ErrorCode::RequestNotSupported}.Build());
+    return Transmit(ErrorResponse{OpcodeOf(pdu), 0, AttError::RequestNotSupported}.Build());
   // Both directions of a channel share one ATT_MTU, whichever end asked for it.
   Transmit(ExchangeMtu{Opcode::ExchangeMtuResponse, kMaxMtu}.Build());
   mtu_ = std::clamp(exchange->mtu, kDefaultMtu, kMaxMtu);

@@ -30,8 +30,8 @@ struct AttReply {
     Lost,      ///< no answer will come: the channel ended
   };
   Outcome outcome = Outcome::Lost;
-  ByteView pdu;       ///< Answered: the whole response, valid only during the call
-  ErrorCode error{};  ///< Refused
+  ByteView pdu;      ///< Answered: the whole response, valid only during the call
+  AttError error{};  ///< Refused
   ChannelError reason = ChannelError::None;  ///< Lost
 };
 
@@ -101,7 +101,7 @@ class AttBearer final : public AttChannel::Listener,
     OnRefusal onRefusal;
     Executor::TimePoint deadline{};
     bool sentSecured = false;  ///< the link had been secured when the request went out
-    ErrorCode refusal{};       ///< why it waits for security
+    AttError refusal{};        ///< why it waits for security
   };
 
   // All four expect mutex_ to be held.

@@ -118,7 +118,7 @@ AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::GetDescriptorsForUui
 AsyncOperationPtr<GattWriteResult> AttCharacteristic::WriteValueWithResultAsync(
     ByteView value, GattWriteOption option) {
   if (value.size() > kMaxValueLength)
-    return Completed<GattWriteResult>(ProtocolError(ErrorCode::InvalidAttributeValueLength));
+    return Completed<GattWriteResult>(ProtocolError(AttError::InvalidAttributeValueLength));
   return OverLink<GattWriteResult>(
       context_->Link(),
       [self = shared_from_this(), option, bytes = Bytes(value.begin(), value.end())](
@@ -218,8 +218,7 @@ void AttCharacteristic::WithConfiguration(const BearerPtr& bearer, Configuration
   SearchDescriptors(bearer, [self = shared_from_this(), use = std::move(use)](
                                 const GattResult& status, const std::vector<DescriptorRecord>&) {
     const std::uint16_t handle = self->KnownConfiguration();
-    if (Succeeded(status) && handle == 0)
-      return use(ProtocolError(ErrorCode::AttributeNotFound), 0);
+    if (Succeeded(status) && handle == 0) return use(ProtocolError(AttError::AttributeNotFound), 0);
     use(status, handle);
   });
 }

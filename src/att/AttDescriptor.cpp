@@ -31,7 +31,7 @@ void AttDescriptor::Keep(ByteView value) {
 
 AsyncOperationPtr<GattWriteResult> AttDescriptor::WriteValueWithResultAsync(ByteView value) {
   if (value.size() > kMaxValueLength)
-    return Completed<GattWriteResult>(ProtocolError(ErrorCode::InvalidAttributeValueLength));
+    return Completed<GattWriteResult>(ProtocolError(AttError::InvalidAttributeValueLength));
   return OverLink<GattWriteResult>(
       context_->Link(), [self = shared_from_this(), bytes = Bytes(value.begin(), value.end())](
                             const BearerPtr& bearer, const auto& operation) {

@@ -55,7 +55,7 @@ std::optional<ErrorResponse> ErrorResponse::Parse(ByteView pdu) {
   ErrorResponse parsed;
   parsed.request = static_cast<Opcode>(reader.U8());
   parsed.handle = reader.U16();
-  parsed.error = static_cast<ErrorCode>(reader.U8());
+  parsed.error = static_cast<AttError>(reader.U8());
   return Whole(reader, parsed);
 }
 

@@ -54,7 +54,7 @@ enum class Opcode : std::uint8_t {
 
 /// Error codes of an error response. Applications add their own from 0x80 to 0x9F, profiles from
 /// 0xE0; such a code is carried as it is.
-enum class ErrorCode : std::uint8_t {
+enum class AttError : std::uint8_t {
   InvalidHandle = 0x01,
   ReadNotPermitted = 0x02,
   WriteNotPermitted = 0x03,
@@ -142,7 +142,7 @@ class Pdu {
 struct ErrorResponse {
   Opcode request{};
   std::uint16_t handle = 0;
-  ErrorCode error{};
+  AttError error{};
 
   static std::optional<ErrorResponse> Parse(ByteView pdu);
   Pdu Build() const;

@@ -10,7 +10,7 @@
 /// How the ends of ATT exchanges become the statuses of GATT results.
 namespace ble::att {
 
-inline GattResult ProtocolError(ErrorCode error) {
+inline GattResult ProtocolError(AttError error) {
   return {GattCommunicationStatus::ProtocolError, static_cast<std::uint8_t>(error)};
 }
 

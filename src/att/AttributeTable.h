@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "att/Discovery.h"
+#include "att/GattSearch.h"
 
 namespace ble::att {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "att/Discovery.h"
+#include "att/GattSearch.h"
 #include "platform/Gatt.h"
 
 namespace ble::att {

@@ -11,7 +11,7 @@
 
 #include "att/AttLink.h"
 #include "att/AttributeTable.h"
-#include "att/Discovery.h"
+#include "att/GattSearch.h"
 #include "att/ValueWrite.h"
 #include "base/Executor.h"
 

@@ -8,7 +8,7 @@
 
 #include "att/AttLink.h"
 #include "att/AttStatus.h"
-#include "att/Discovery.h"
+#include "att/GattSearch.h"
 
 /// What the operations of all GATT objects have in common.
 namespace ble::att {

@@ -56,7 +56,7 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
     }
     const ByteView part = reply.pdu.subspan(kReadHeader);
     if (value.size() + part.size() > kMaxValueLength) {
-      End(ProtocolError(ErrorCode::InvalidPdu));
+      End(ProtocolError(AttError::InvalidPdu));
       return std::nullopt;
     }
     value.insert(value.end(), part.begin(), part.end());
@@ -69,7 +69,7 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
 
   bool EndsValue(const AttReply& reply) const {
     return !result_->value.empty() && reply.outcome == AttReply::Outcome::Refused &&
-           (reply.error == ErrorCode::AttributeNotLong || reply.error == ErrorCode::InvalidOffset);
+           (reply.error == AttError::AttributeNotLong || reply.error == AttError::InvalidOffset);
   }
 
   const std::uint16_t handle_;

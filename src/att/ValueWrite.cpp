@@ -43,7 +43,7 @@ class LongWrite : public std::enable_shared_from_this<LongWrite> {
     if (reply.outcome == AttReply::Outcome::Refused) return Execute(false, StatusOf(reply));
     const Pdu echo = Part(Opcode::PrepareWriteResponse, size);
     if (!std::ranges::equal(reply.pdu, echo.View()))
-      return Execute(false, ProtocolError(ErrorCode::UnlikelyError));
+      return Execute(false, ProtocolError(AttError::UnlikelyError));
     offset_ += size;
     if (offset_ < value_.size())
       PrepareNext();
@@ -99,7 +99,7 @@ void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
                      const std::shared_ptr<LongWriteQueue>& longWrites, std::uint16_t handle,
                      Bytes value, WriteDone done) {
   if (value.size() > kMaxValueLength)
-    return done(ProtocolError(ErrorCode::InvalidAttributeValueLength));
+    return done(ProtocolError(AttError::InvalidAttributeValueLength));
   if (value.size() + kWriteHeader <= bearer->Mtu())
     return bearer->Request(
         HandleValue{Opcode::WriteRequest, handle, value}.Build(),
@@ -116,7 +116,7 @@ void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
 
 void WriteWithoutResponse(AttBearer& bearer, std::uint16_t handle, ByteView value, WriteDone done) {
   if (value.size() + kWriteHeader > bearer.Mtu())
-    return done(ProtocolError(ErrorCode::InvalidAttributeValueLength));
+    return done(ProtocolError(AttError::InvalidAttributeValueLength));
   bearer.Command(HandleValue{Opcode::WriteCommand, handle, value}.Build(),
                  [done = std::move(done)](bool left) {
                    done(left ? GattResult{} : StatusOf(ChannelError::Unreachable));

@@ -41,7 +41,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
   void End() {
     deviceChanged_.Reset();
     const auto session = session_.lock();
-    const Discovery::UserId user = std::exchange(user_, 0);
+    const BluezDiscovery::UserId user = std::exchange(user_, 0);
     if (session && user != 0)
       session->Scanning().Remove(user, [self = shared_from_this()] { self->Report(); });
   }
@@ -66,7 +66,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
   DeviceFound found_;  ///< empty once called
   EventToken deviceChanged_;
   EventLoop::TaskId timer_ = 0;
-  Discovery::UserId user_ = 0;  ///< while it listens
+  BluezDiscovery::UserId user_ = 0;  ///< while it listens
 };
 
 }  // namespace

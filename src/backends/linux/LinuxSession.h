@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
+#include "backends/linux/BluezDiscovery.h"
 #include "backends/linux/BluezObjects.h"
-#include "backends/linux/Discovery.h"
 #include "backends/linux/EventLoop.h"
 #include "backends/linux/SystemBus.h"
 #include "platform/Radio.h"
@@ -37,7 +37,7 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   std::chrono::milliseconds SearchLimit() const;
 
   BluezObjects& Objects() { return objects_; }
-  Discovery& Scanning() { return discovery_; }
+  BluezDiscovery& Scanning() { return discovery_; }
 
   /// The adapter to use: the one with the name, else a powered one before others; null when there
   /// is none.
@@ -62,7 +62,7 @@ class LinuxSession : public std::enable_shared_from_this<LinuxSession> {
   std::atomic<std::chrono::milliseconds> waitLimit_{std::chrono::milliseconds{0}};
   SystemBus bus_;
   BluezObjects objects_{bus_, [this] { return std::min(kFirstAnswer, SearchLimit()); }};
-  Discovery discovery_{bus_, objects_};
+  BluezDiscovery discovery_{bus_, objects_};
 };
 
 }  // namespace ble::linux_radio

@@ -17,7 +17,7 @@ class LinuxWatcher::Scan {
 
   /// Listens before BlueZ is asked, so that the first packet is not missed.
   void Begin(const std::shared_ptr<Scan>& self, LinuxSession& session,
-             const Discovery::Started& started) {
+             const BluezDiscovery::Started& started) {
     const std::string name = adapterPath_.substr(adapterPath_.rfind('/') + 1);
     monitor_ = HciMonitor::Open(session.Loop(), name,
                                 [weak = std::weak_ptr(self)](const hci::AdvertisingReport& report) {
@@ -72,7 +72,7 @@ class LinuxWatcher::Scan {
   const bool active_;
   std::unique_ptr<HciMonitor> monitor_;
   EventToken deviceChanged_;
-  Discovery::UserId user_ = 0;
+  BluezDiscovery::UserId user_ = 0;
   bool reporting_ = false;
   BluetoothLEAdvertisement advertisement_;
 };

@@ -9,7 +9,7 @@
 
 namespace ble::simulated {
 
-using att::ErrorCode;
+using att::AttError;
 using att::Opcode;
 using att::Pdu;
 
@@ -94,41 +94,41 @@ AttServer::Reply AttServer::Handle(ByteView pdu) {
   const auto known = std::find_if(std::begin(kRequests), std::end(kRequests),
                                   [this](const Request& r) { return r.opcode == request_; });
   const Pdu response = known != std::end(kRequests) ? (this->*known->serve)(pdu)
-                                                    : Refuse(ErrorCode::RequestNotSupported, 0);
+                                                    : Refuse(AttError::RequestNotSupported, 0);
   if (silent_) return {};
   return {response, delay_};
 }
 
-Pdu AttServer::Refuse(ErrorCode error, std::uint16_t handle) const {
+Pdu AttServer::Refuse(AttError error, std::uint16_t handle) const {
   return att::ErrorResponse{request_, handle, error}.Build();
 }
 
 Pdu AttServer::ExchangeMtu(ByteView pdu) {
   const auto request = att::ExchangeMtu::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   mtu_ = std::max(att::kDefaultMtu, std::min(offeredMtu_, request->mtu));
   return att::ExchangeMtu{Opcode::ExchangeMtuResponse, offeredMtu_}.Build();
 }
 
 Pdu AttServer::FindInformation(ByteView pdu) {
   const auto request = att::FindInformationRequest::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   if (!IsRange(request->start, request->end))
-    return Refuse(ErrorCode::InvalidHandle, request->start);
+    return Refuse(AttError::InvalidHandle, request->start);
   ListResponse list(Opcode::FindInformationResponse, mtu_);
   for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
     if (!list.Accepts(2 + attribute.type.AttForm().size)) break;
     list.Pdu().U16(attribute.handle).Type(attribute.type);
   }
-  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
   return list.Pdu();
 }
 
 Pdu AttServer::FindByTypeValue(ByteView pdu) {
   const auto request = att::FindByTypeValueRequest::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   if (!IsRange(request->start, request->end))
-    return Refuse(ErrorCode::InvalidHandle, request->start);
+    return Refuse(AttError::InvalidHandle, request->start);
   ListResponse list(Opcode::FindByTypeValueResponse, mtu_);
   for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
     if (!attribute.IsType(request->type) || !attribute.readable || attribute.readError) continue;
@@ -138,15 +138,15 @@ Pdu AttServer::FindByTypeValue(ByteView pdu) {
         .U16(attribute.handle)
         .U16(attribute.IsService() ? attribute.groupEnd : attribute.handle);
   }
-  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
   return list.Pdu();
 }
 
 Pdu AttServer::ReadByType(ByteView pdu) {
   const auto request = att::ReadByTypeRequest::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   if (!IsRange(request->start, request->end))
-    return Refuse(ErrorCode::InvalidHandle, request->start);
+    return Refuse(AttError::InvalidHandle, request->start);
   ListResponse list(Opcode::ReadByTypeResponse, mtu_);
   for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
     if (attribute.type != request->type) continue;
@@ -162,31 +162,31 @@ Pdu AttServer::ReadByType(ByteView pdu) {
     Touch(attribute);
     list.Pdu().U16(attribute.handle).Put(value);
   }
-  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
   return list.Pdu();
 }
 
 Pdu AttServer::ReadByGroupType(ByteView pdu) {
   const auto request = att::ReadByTypeRequest::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   if (!IsRange(request->start, request->end))
-    return Refuse(ErrorCode::InvalidHandle, request->start);
+    return Refuse(AttError::InvalidHandle, request->start);
   if (request->type != Uuid::FromAssignedNumber(gatt_uuid::kPrimaryService) &&
       request->type != Uuid::FromAssignedNumber(gatt_uuid::kSecondaryService))
-    return Refuse(ErrorCode::UnsupportedGroupType, request->start);
+    return Refuse(AttError::UnsupportedGroupType, request->start);
   ListResponse list(Opcode::ReadByGroupTypeResponse, mtu_);
   for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
     if (attribute.type != request->type) continue;
     if (!list.Accepts(4 + attribute.value.size())) break;
     list.Pdu().U16(attribute.handle).U16(attribute.groupEnd).Put(attribute.value);
   }
-  if (list.IsEmpty()) return Refuse(ErrorCode::AttributeNotFound, request->start);
+  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
   return list.Pdu();
 }
 
 Pdu AttServer::Read(ByteView pdu) {
   const auto request = att::ReadRequest::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   Pdu response(Opcode::ReadResponse);
   if (const Refusal refusal = AppendValue(response, request->handle, 0))
     return Refuse(*refusal, request->handle);
@@ -195,7 +195,7 @@ Pdu AttServer::Read(ByteView pdu) {
 
 Pdu AttServer::ReadBlob(ByteView pdu) {
   const auto request = att::ReadBlobRequest::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   Pdu response(Opcode::ReadBlobResponse);
   if (const Refusal refusal = AppendValue(response, request->handle, request->offset))
     return Refuse(*refusal, request->handle);
@@ -205,7 +205,7 @@ Pdu AttServer::ReadBlob(ByteView pdu) {
 Pdu AttServer::ReadMultiple(ByteView pdu) {
   ByteReader handles(pdu.subspan(1));
   if (handles.Remaining() < 4 || handles.Remaining() % 2 != 0)
-    return Refuse(ErrorCode::InvalidPdu, 0);
+    return Refuse(AttError::InvalidPdu, 0);
   Pdu response(Opcode::ReadMultipleResponse);
   while (!handles.AtEnd()) {
     const std::uint16_t handle = handles.U16();
@@ -216,7 +216,7 @@ Pdu AttServer::ReadMultiple(ByteView pdu) {
 
 Pdu AttServer::Write(ByteView pdu) {
   const auto request = att::HandleValue::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   Refusal refusal = CheckWritable(request->handle);
   if (!refusal) refusal = Store(*database_.Find(request->handle), request->value);
   if (refusal) return Refuse(*refusal, request->handle);
@@ -232,11 +232,11 @@ void AttServer::WriteCommand(ByteView pdu) {
 
 Pdu AttServer::PrepareWrite(ByteView pdu) {
   auto request = att::PrepareWrite::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   if (const Refusal refusal = CheckWritable(request->handle))
     return Refuse(*refusal, request->handle);
   if (prepared_.size() >= kPrepareQueueLimit)
-    return Refuse(ErrorCode::PrepareQueueFull, request->handle);
+    return Refuse(AttError::PrepareQueueFull, request->handle);
   prepared_.push_back(
       {request->handle, request->offset, {request->value.begin(), request->value.end()}});
   request->opcode = Opcode::PrepareWriteResponse;
@@ -246,21 +246,21 @@ Pdu AttServer::PrepareWrite(ByteView pdu) {
 Pdu AttServer::ExecuteWrite(ByteView pdu) {
   const std::vector<PreparedWrite> prepared = std::exchange(prepared_, {});
   const auto request = att::ExecuteWriteRequest::Parse(pdu);
-  if (!request) return Refuse(ErrorCode::InvalidPdu, 0);
+  if (!request) return Refuse(AttError::InvalidPdu, 0);
   if (!request->write) return Pdu(Opcode::ExecuteWriteResponse);
 
   // All or nothing: the values are put together before the first of them is stored.
   std::map<std::uint16_t, Bytes> values;
   for (const PreparedWrite& write : prepared) {
     Attribute* attribute = database_.Find(write.handle);
-    if (!attribute) return Refuse(ErrorCode::InvalidHandle, write.handle);
+    if (!attribute) return Refuse(AttError::InvalidHandle, write.handle);
     const ByteView stored = ValueOf(*attribute);
     Bytes& value = values.try_emplace(write.handle, stored.begin(), stored.end()).first->second;
-    if (write.offset > value.size()) return Refuse(ErrorCode::InvalidOffset, write.handle);
+    if (write.offset > value.size()) return Refuse(AttError::InvalidOffset, write.handle);
     value.resize(write.offset);
     value.insert(value.end(), write.part.begin(), write.part.end());
     if (value.size() > attribute->maxLength)
-      return Refuse(ErrorCode::InvalidAttributeValueLength, write.handle);
+      return Refuse(AttError::InvalidAttributeValueLength, write.handle);
   }
   for (const auto& [handle, value] : values) {
     Attribute& attribute = *database_.Find(handle);
@@ -277,28 +277,28 @@ void AttServer::Touch(const Attribute& attribute) {
 
 AttServer::Refusal AttServer::AppendValue(Pdu& response, std::uint16_t handle, std::size_t offset) {
   const Attribute* attribute = database_.Find(handle);
-  if (!attribute) return ErrorCode::InvalidHandle;
+  if (!attribute) return AttError::InvalidHandle;
   Touch(*attribute);
   if (const Refusal refusal = attribute->ReadRefusal()) return refusal;
   const ByteView value = ValueOf(*attribute);
-  if (offset > value.size()) return ErrorCode::InvalidOffset;
+  if (offset > value.size()) return AttError::InvalidOffset;
   response.Put(value.subspan(offset, std::min(value.size() - offset, response.Room(mtu_))));
   return {};
 }
 
 AttServer::Refusal AttServer::CheckWritable(std::uint16_t handle) {
   const Attribute* attribute = database_.Find(handle);
-  if (!attribute) return ErrorCode::InvalidHandle;
+  if (!attribute) return AttError::InvalidHandle;
   Touch(*attribute);
-  if (attribute->writeError) return static_cast<ErrorCode>(*attribute->writeError);
-  if (!attribute->writable) return ErrorCode::WriteNotPermitted;
+  if (attribute->writeError) return static_cast<AttError>(*attribute->writeError);
+  if (!attribute->writable) return AttError::WriteNotPermitted;
   return {};
 }
 
 AttServer::Refusal AttServer::Store(Attribute& attribute, ByteView value) {
   if (attribute.IsType(gatt_uuid::kClientConfiguration))
     return StoreConfiguration(attribute, value);
-  if (value.size() > attribute.maxLength) return ErrorCode::InvalidAttributeValueLength;
+  if (value.size() > attribute.maxLength) return AttError::InvalidAttributeValueLength;
   attribute.value.assign(value.begin(), value.end());
   if (const auto* characteristic = database_.FindByValue(attribute.handle))
     host_.OnValueWritten(*characteristic, value);
@@ -306,13 +306,13 @@ AttServer::Refusal AttServer::Store(Attribute& attribute, ByteView value) {
 }
 
 AttServer::Refusal AttServer::StoreConfiguration(const Attribute& attribute, ByteView value) {
-  if (value.size() != 2) return ErrorCode::InvalidAttributeValueLength;
+  if (value.size() != 2) return AttError::InvalidAttributeValueLength;
   const auto* characteristic = database_.FindByConfiguration(attribute.handle);
   const std::uint32_t properties = characteristic ? characteristic->properties : 0;
   const unsigned allowed = ((properties & property::kNotify) != 0 ? kNotifyBit : 0U) |
                            ((properties & property::kIndicate) != 0 ? kIndicateBit : 0U);
   const std::uint16_t configuration = LoadU16(value);
-  if ((configuration & ~allowed) != 0) return ErrorCode::ValueNotAllowed;
+  if ((configuration & ~allowed) != 0) return AttError::ValueNotAllowed;
   configurations_[attribute.handle] = configuration;
   if (characteristic) host_.OnConfigured(*characteristic, configuration);
   return {};

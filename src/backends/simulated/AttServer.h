@@ -55,7 +55,7 @@ class AttServer {
   std::uint16_t Configuration(const HostedCharacteristic& characteristic) const;
 
  private:
-  using Refusal = std::optional<att::ErrorCode>;
+  using Refusal = std::optional<att::AttError>;
   struct Request;
   struct PreparedWrite {
     std::uint16_t handle;
@@ -77,7 +77,7 @@ class AttServer {
   void WriteCommand(ByteView pdu);
   void Confirm();
 
-  att::Pdu Refuse(att::ErrorCode error, std::uint16_t handle) const;
+  att::Pdu Refuse(att::AttError error, std::uint16_t handle) const;
   void Touch(const Attribute& attribute);
   Refusal AppendValue(att::Pdu& response, std::uint16_t handle, std::size_t offset);
   Refusal CheckWritable(std::uint16_t handle);

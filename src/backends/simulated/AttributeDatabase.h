@@ -33,9 +33,9 @@ struct Attribute {
   std::uint16_t groupEnd = 0;  ///< service declarations: the last handle of the service
 
   /// Why the attribute cannot be read, if it cannot.
-  std::optional<att::ErrorCode> ReadRefusal() const {
-    if (readError) return static_cast<att::ErrorCode>(*readError);
-    if (!readable) return att::ErrorCode::ReadNotPermitted;
+  std::optional<att::AttError> ReadRefusal() const {
+    if (readError) return static_cast<att::AttError>(*readError);
+    if (!readable) return att::AttError::ReadNotPermitted;
     return std::nullopt;
   }
   bool IsType(std::uint16_t number) const { return type == Uuid::FromAssignedNumber(number); }

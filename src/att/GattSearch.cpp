@@ -1,4 +1,4 @@
-#include "att/Discovery.h"
+#include "att/GattSearch.h"
 
 #include <cstddef>
 #include <optional>
@@ -48,11 +48,11 @@ class Search : public std::enable_shared_from_this<Search<Record>> {
 
  private:
   void OnReply(const AttReply& reply) {
-    if (reply.outcome == AttReply::Outcome::Refused && reply.error == ErrorCode::AttributeNotFound)
+    if (reply.outcome == AttReply::Outcome::Refused && reply.error == AttError::AttributeNotFound)
       return found_({}, std::move(records_));
     if (reply.outcome != AttReply::Outcome::Answered) return found_(StatusOf(reply), {});
     std::uint16_t last = 0;
-    if (!TakeElements(reply.pdu, last)) return found_(ProtocolError(ErrorCode::InvalidPdu), {});
+    if (!TakeElements(reply.pdu, last)) return found_(ProtocolError(AttError::InvalidPdu), {});
     if (last >= end_) return found_({}, std::move(records_));
     next_ = static_cast<std::uint16_t>(last + 1);
     Continue();
@@ -172,7 +172,7 @@ class IncludedUuids : public std::enable_shared_from_this<IncludedUuids> {
   void OnDeclaration(const AttReply& reply) {
     if (reply.outcome != AttReply::Outcome::Answered) return found_(StatusOf(reply), {});
     const auto uuid = Uuid::FromAttForm(reply.pdu.subspan(1));
-    if (!uuid) return found_(ProtocolError(ErrorCode::InvalidPdu), {});
+    if (!uuid) return found_(ProtocolError(AttError::InvalidPdu), {});
     services_.push_back(includes_[services_.size()].service);
     services_.back().uuid = *uuid;
     Continue();

@@ -14,14 +14,14 @@ namespace ble::linux_radio {
 
 /// BlueZ's discovery, which a bus connection can have once, shared by all who listen: on while
 /// there is a user and nobody has paused it. On the radio's thread alone.
-class Discovery {
+class BluezDiscovery {
  public:
   /// Told how starting went, each time: a pause may be between two; and when the adapter is lost.
   using Started = std::function<void(BluetoothError error)>;
   using Done = std::function<void()>;
   using UserId = std::uint64_t;
 
-  Discovery(SystemBus& bus, BluezObjects& objects);
+  BluezDiscovery(SystemBus& bus, BluezObjects& objects);
 
   /// Turns discovery on on an adapter. All users are on the same adapter.
   UserId Add(const std::string& adapterPath, const Started& started);

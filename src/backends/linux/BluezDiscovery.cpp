@@ -1,4 +1,4 @@
-#include "backends/linux/Discovery.h"
+#include "backends/linux/BluezDiscovery.h"
 
 #include <systemd/sd-bus.h>
 
@@ -37,11 +37,12 @@ int AppendFilter(sd_bus_message* call) {
 
 }  // namespace
 
-Discovery::Discovery(SystemBus& bus, BluezObjects& objects) : bus_(bus), objects_(objects) {
+BluezDiscovery::BluezDiscovery(SystemBus& bus, BluezObjects& objects)
+    : bus_(bus), objects_(objects) {
   adaptersChanged_ = objects_.OnAdaptersChanged([this] { OnAdaptersChanged(); });
 }
 
-Discovery::UserId Discovery::Add(const std::string& adapterPath, const Started& started) {
+BluezDiscovery::UserId BluezDiscovery::Add(const std::string& adapterPath, const Started& started) {
   if (users_.empty()) adapterPath_ = adapterPath;
   const UserId user = ++lastUser_;
   users_.emplace(user, started);
@@ -53,26 +54,26 @@ Discovery::UserId Discovery::Add(const std::string& adapterPath, const Started& 
   return user;
 }
 
-void Discovery::Remove(UserId user, Done done) {
+void BluezDiscovery::Remove(UserId user, Done done) {
   users_.erase(user);
   if (done && (!users_.empty() || (!on_ && !changing_))) return done();
   if (done) whenOff_.push_back(std::move(done));
   Update();
 }
 
-void Discovery::Pause(Done resting) {
+void BluezDiscovery::Pause(Done resting) {
   ++pauses_;
   if (!on_ && !changing_) return resting();
   whenOff_.push_back(std::move(resting));
   Update();
 }
 
-void Discovery::Resume() {
+void BluezDiscovery::Resume() {
   --pauses_;
   Update();
 }
 
-void Discovery::Update() {
+void BluezDiscovery::Update() {
   if (changing_) return;
   const bool wanted = !users_.empty() && pauses_ == 0;
   if (wanted && !on_) {
@@ -84,7 +85,7 @@ void Discovery::Update() {
   }
 }
 
-void Discovery::Start() {
+void BluezDiscovery::Start() {
   changing_ = true;
   bus_.Call(adapterPath_, kAdapterInterface, "SetDiscoveryFilter", &AppendFilter,
             [this](sd_bus_message*, const BusError* failed) {
@@ -94,7 +95,7 @@ void Discovery::Start() {
             });
 }
 
-void Discovery::OnStarted(const BusError* error) {
+void BluezDiscovery::OnStarted(const BusError* error) {
   changing_ = false;
   on_ = error == nullptr;
   Tell(error ? ToBluetoothError(*error) : BluetoothError::Success);
@@ -106,7 +107,7 @@ void Discovery::OnStarted(const BusError* error) {
   }
 }
 
-void Discovery::Stop() {
+void BluezDiscovery::Stop() {
   changing_ = true;
   bus_.Call(adapterPath_, kAdapterInterface, "StopDiscovery", {},
             [this](sd_bus_message*, const BusError*) {
@@ -116,7 +117,7 @@ void Discovery::Stop() {
             });
 }
 
-void Discovery::OnAdaptersChanged() {
+void BluezDiscovery::OnAdaptersChanged() {
   const AdapterObject* const adapter = objects_.Adapter(adapterPath_);
   if (adapter && adapter->powered) return;
   on_ = false;
@@ -124,13 +125,13 @@ void Discovery::OnAdaptersChanged() {
   if (!changing_) RunDone();
 }
 
-void Discovery::Tell(BluetoothError error) const {
+void BluezDiscovery::Tell(BluetoothError error) const {
   const auto users = users_;  // who is told may leave
   for (const auto& [id, started] : users)
     started(error);
 }
 
-void Discovery::RunDone() {
+void BluezDiscovery::RunDone() {
   for (const Done& done : std::exchange(whenOff_, {}))
     done();
 }
