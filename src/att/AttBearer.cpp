@@ -63,8 +63,8 @@ AttBearer::~AttBearer() {
 void AttBearer::Start(Reply ready) {
   channel_->Start(weak_from_this());
   const ExchangeMtu offer{Opcode::ExchangeMtuRequest, kMaxMtu};
-  Request(offer.Build(), [this, ready = std::move(ready)](const AttReply& reply) {
-    if (const auto answer = ExchangeMtu::Parse(reply.pdu))
+  Request(Build(offer), [this, ready = std::move(ready)](const AttReply& reply) {
+    if (const auto answer = Parse<ExchangeMtu>(reply.pdu))
       mtu_ = std::clamp(answer->mtu, kDefaultMtu, kMaxMtu);
     ready(reply);
   });
@@ -204,7 +204,7 @@ void AttBearer::OnClosed(ChannelError error) {
 }
 
 void AttBearer::OnErrorResponse(ByteView pdu) {
-  const auto error = ErrorResponse::Parse(pdu);
+  const auto error = Parse<ErrorResponse>(pdu);
   if (!error) return;
   std::optional<Exchange> refused;
   std::optional<Pdu> next;
@@ -258,7 +258,7 @@ void AttBearer::OnSecurityRaised(bool raised) {
 }
 
 [[gnu::hot]] void AttBearer::OnHandleValue(ByteView pdu) {
-  const auto message = HandleValue::Parse(pdu);
+  const auto message = Parse<HandleValue>(pdu);
   if (!message || message->value.size() > kMaxValueLength) return;
   if (const auto listener = listener_.lock()) listener->OnValue(message->handle, message->value);
   if (message->opcode == Opcode::HandleValueIndication)
@@ -273,11 +273,11 @@ void AttBearer::OnMultipleHandleValues(ByteView pdu) {
 }
 
 void AttBearer::OnRequest(ByteView pdu) {
-  const auto exchange = ExchangeMtu::Parse(pdu);
+  const auto exchange = Parse<ExchangeMtu>(pdu);
   if (!exchange)
-    return Transmit(ErrorResponse{OpcodeOf(pdu), 0, AttError::RequestNotSupported}.Build());
+    return Transmit(Build(ErrorResponse{OpcodeOf(pdu), 0, AttError::RequestNotSupported}));
   // Both directions of a channel share one ATT_MTU, whichever end asked for it.
-  Transmit(ExchangeMtu{Opcode::ExchangeMtuResponse, kMaxMtu}.Build());
+  Transmit(Build(ExchangeMtu{Opcode::ExchangeMtuResponse, kMaxMtu}));
   mtu_ = std::clamp(exchange->mtu, kDefaultMtu, kMaxMtu);
 }
 

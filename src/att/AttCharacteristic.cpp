@@ -156,7 +156,7 @@ AttCharacteristic::WriteClientCharacteristicConfigurationDescriptorWithResultAsy
           if (!Succeeded(found)) return Complete(*operation, found);
           const std::array<std::uint8_t, 2> bits{static_cast<std::uint8_t>(value), 0};
           bearer->Request(
-              HandleValue{Opcode::WriteRequest, handle, bits}.Build(),
+              Build(HandleValue{Opcode::WriteRequest, handle, bits}),
               [operation](const AttReply& reply) { Complete(*operation, StatusOf(reply)); });
         });
       });

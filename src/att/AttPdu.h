@@ -1,16 +1,20 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <tuple>
+#include <type_traits>
 
 #include "base/ByteReader.h"
 #include "base/Uuid.h"
 
 /// The PDUs of the Attribute Protocol (Bluetooth Core 5.4, Vol 3 Part F, 3.4), for both ends of a
-/// link. Every `Parse` checks the whole PDU, opcode and lengths included, and returns views into
-/// it; every `Build` is its reverse.
+/// link. `Parse` checks the whole PDU, opcode and lengths included, and returns views into it;
+/// `Build` is its reverse.
 namespace ble::att {
 
 inline constexpr std::uint16_t kDefaultMtu = 23;
@@ -111,20 +115,22 @@ constexpr bool IsResponse(Opcode opcode) {
 /// ATT_MTU is not stored and turns `Ok` false.
 class Pdu {
  public:
-  explicit Pdu(Opcode opcode) { U8(static_cast<std::uint8_t>(opcode)); }
-  Pdu(const Pdu& other) : ok_(other.ok_) { Put(other); }
+  explicit Pdu(Opcode opcode) { Add(opcode); }
+  Pdu(const Pdu& other) : ok_(other.ok_) { Add(other.View()); }
   Pdu& operator=(const Pdu& other) {
     if (this == &other) return *this;
     size_ = 0;
     ok_ = other.ok_;
-    return Put(other);
+    return Add(other.View());
   }
 
-  Pdu& U8(std::uint8_t value);
-  Pdu& U16(std::uint16_t value);
-  Pdu& Put(ByteView bytes);
-  /// The 2 byte form where there is one, else 16 bytes (Bluetooth Core 5.4, Vol 3 Part F, 3.2.1).
-  Pdu& Type(const Uuid& uuid);
+  Pdu& Add(std::uint8_t value) { return Add(ByteView(&value, 1)); }
+  Pdu& Add(std::same_as<bool> auto value) { return Add(static_cast<std::uint8_t>(value)); }
+  Pdu& Add(Opcode value) { return Add(static_cast<std::uint8_t>(value)); }
+  Pdu& Add(AttError value) { return Add(static_cast<std::uint8_t>(value)); }
+  Pdu& Add(std::uint16_t value);
+  Pdu& Add(const Uuid& uuid) { return Add(uuid.AttForm().View()); }
+  Pdu& Add(ByteView bytes);
 
   bool Ok() const { return ok_; }
   std::size_t Size() const { return size_; }
@@ -139,30 +145,33 @@ class Pdu {
   bool ok_ = true;
 };
 
+/// The PDUs of fixed layout. `kOpcodes` lists the opcodes with this layout; where there are
+/// several, the message says which is meant. `kFields` are the fields behind the opcode, in their
+/// order.
 struct ErrorResponse {
   Opcode request{};
   std::uint16_t handle = 0;
   AttError error{};
 
-  static std::optional<ErrorResponse> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::ErrorResponse};
+  static constexpr std::tuple kFields{&ErrorResponse::request, &ErrorResponse::handle,
+                                      &ErrorResponse::error};
 };
 
-/// Exchange MTU, request or response.
 struct ExchangeMtu {
   Opcode opcode = Opcode::ExchangeMtuRequest;
   std::uint16_t mtu = kDefaultMtu;
 
-  static std::optional<ExchangeMtu> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::ExchangeMtuRequest, Opcode::ExchangeMtuResponse};
+  static constexpr std::tuple kFields{&ExchangeMtu::mtu};
 };
 
 struct FindInformationRequest {
   std::uint16_t start = 0;
   std::uint16_t end = 0;
 
-  static std::optional<FindInformationRequest> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::FindInformationRequest};
+  static constexpr std::tuple kFields{&FindInformationRequest::start, &FindInformationRequest::end};
 };
 
 struct FindByTypeValueRequest {
@@ -171,64 +180,119 @@ struct FindByTypeValueRequest {
   std::uint16_t type = 0;
   ByteView value;
 
-  static std::optional<FindByTypeValueRequest> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::FindByTypeValueRequest};
+  static constexpr std::tuple kFields{&FindByTypeValueRequest::start, &FindByTypeValueRequest::end,
+                                      &FindByTypeValueRequest::type,
+                                      &FindByTypeValueRequest::value};
 };
 
-/// Read By Type and Read By Group Type, which differ in the opcode alone.
 struct ReadByTypeRequest {
   Opcode opcode = Opcode::ReadByTypeRequest;
   std::uint16_t start = 0;
   std::uint16_t end = 0;
   Uuid type;
 
-  static std::optional<ReadByTypeRequest> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::ReadByTypeRequest, Opcode::ReadByGroupTypeRequest};
+  static constexpr std::tuple kFields{&ReadByTypeRequest::start, &ReadByTypeRequest::end,
+                                      &ReadByTypeRequest::type};
 };
 
 struct ReadRequest {
   std::uint16_t handle = 0;
 
-  static std::optional<ReadRequest> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::ReadRequest};
+  static constexpr std::tuple kFields{&ReadRequest::handle};
 };
 
 struct ReadBlobRequest {
   std::uint16_t handle = 0;
   std::uint16_t offset = 0;
 
-  static std::optional<ReadBlobRequest> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::ReadBlobRequest};
+  static constexpr std::tuple kFields{&ReadBlobRequest::handle, &ReadBlobRequest::offset};
 };
 
-/// Everything that is an opcode, a handle and a value: Write Request and Command, notification
-/// and indication.
+/// A write, a notification or an indication.
 struct HandleValue {
   Opcode opcode{};
   std::uint16_t handle = 0;
   ByteView value;
 
-  static std::optional<HandleValue> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::WriteRequest, Opcode::WriteCommand,
+                                       Opcode::HandleValueNotification,
+                                       Opcode::HandleValueIndication};
+  static constexpr std::tuple kFields{&HandleValue::handle, &HandleValue::value};
 };
 
-/// Prepare Write, request or response: the response echoes the request.
+/// The response echoes the request.
 struct PrepareWrite {
   Opcode opcode = Opcode::PrepareWriteRequest;
   std::uint16_t handle = 0;
   std::uint16_t offset = 0;
   ByteView value;
 
-  static std::optional<PrepareWrite> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::PrepareWriteRequest, Opcode::PrepareWriteResponse};
+  static constexpr std::tuple kFields{&PrepareWrite::handle, &PrepareWrite::offset,
+                                      &PrepareWrite::value};
 };
 
 struct ExecuteWriteRequest {
   bool write = false;  ///< false: forget what was prepared
 
-  static std::optional<ExecuteWriteRequest> Parse(ByteView pdu);
-  Pdu Build() const;
+  static constexpr std::array kOpcodes{Opcode::ExecuteWriteRequest};
+  static constexpr std::tuple kFields{&ExecuteWriteRequest::write};
 };
+
+/// Read the next field of a PDU; false when its bytes are no value of its type.
+template <class Byte>
+bool TakeField(ByteReader& reader, Byte& field) {
+  static_assert(std::is_enum_v<Byte> && sizeof(Byte) == 1);
+  field = static_cast<Byte>(reader.U8());
+  return true;
+}
+inline bool TakeField(ByteReader& reader, bool& field) {
+  const std::uint8_t byte = reader.U8();
+  field = byte != 0;
+  return byte <= 1;
+}
+inline bool TakeField(ByteReader& reader, std::uint16_t& field) {
+  field = reader.U16();
+  return true;
+}
+inline bool TakeField(ByteReader& reader, ByteView& field) {
+  field = reader.TakeRest();
+  return true;
+}
+inline bool TakeField(ByteReader& reader, Uuid& field) {
+  const auto uuid = Uuid::FromAttForm(reader.TakeRest());
+  field = uuid.value_or(Uuid());
+  return uuid.has_value();
+}
+
+/// Reads a whole PDU; nothing when it is not a `Message`.
+template <class Message>
+std::optional<Message> Parse(ByteView pdu) {
+  const Opcode opcode = OpcodeOf(pdu);
+  constexpr auto& kOpcodes = Message::kOpcodes;
+  if (std::find(kOpcodes.begin(), kOpcodes.end(), opcode) == kOpcodes.end()) return std::nullopt;
+  Message message;
+  if constexpr (kOpcodes.size() > 1) message.opcode = opcode;
+  ByteReader reader(pdu.subspan(1));
+  const auto take = [&](auto... fields) { return (TakeField(reader, message.*fields) && ...); };
+  const bool taken = std::apply(take, Message::kFields);
+  if (!taken || !reader.Ok() || !reader.AtEnd()) return std::nullopt;
+  return message;
+}
+
+/// The reverse of `Parse`.
+template <class Message>
+Pdu Build(const Message& message) {
+  Opcode opcode = Message::kOpcodes[0];
+  if constexpr (Message::kOpcodes.size() > 1) opcode = message.opcode;
+  Pdu pdu(opcode);
+  std::apply([&](auto... fields) { (pdu.Add(message.*fields), ...); }, Message::kFields);
+  return pdu;
+}
 
 /// The list in a response to a search: elements of one length, at least one. Covers Find
 /// Information (handle, UUID), Find By Type Value (handle, group end), Read By Type (handle,
@@ -244,7 +308,7 @@ class AttributeList {
     return elements_.subspan(index * elementSize_, elementSize_);
   }
 
-  /// A response whose elements, `elementSize` bytes each, are still to be `Put`. The opcode must
+  /// A response whose elements, `elementSize` bytes each, are still to be added. The opcode must
   /// be one of the four; for Find Information the size, 4 or 18, chooses the format.
   static Pdu Begin(Opcode response, std::size_t elementSize);
 

@@ -73,7 +73,7 @@ void GattContext::FindServiceChangedConfiguration(const BearerPtr& bearer,
         if (configuration == found.end()) return;
         const std::uint8_t indicate[] = {0x02, 0x00};
         bearer->Request(
-            HandleValue{Opcode::WriteRequest, configuration->handle, indicate}.Build(),
+            Build(HandleValue{Opcode::WriteRequest, configuration->handle, indicate}),
             [](const AttReply&) {}, AttBearer::OnRefusal::Stands);
       });
 }

@@ -91,7 +91,7 @@ void RunSearch(const BearerPtr& bearer, std::uint16_t start, std::uint16_t end,
 
 auto ReadByType(Opcode opcode, std::uint16_t type) {
   return [opcode, type](std::uint16_t start, std::uint16_t end) {
-    return ReadByTypeRequest{opcode, start, end, Uuid::FromAssignedNumber(type)}.Build();
+    return Build(ReadByTypeRequest{opcode, start, end, Uuid::FromAssignedNumber(type)});
   };
 }
 
@@ -163,7 +163,7 @@ class IncludedUuids : public std::enable_shared_from_this<IncludedUuids> {
       services_.push_back(includes_[services_.size()].service);
     if (services_.size() == includes_.size()) return found_({}, std::move(services_));
     const ReadRequest request{includes_[services_.size()].service.handle};
-    bearer_->Request(request.Build(), [self = shared_from_this()](const AttReply& reply) {
+    bearer_->Request(Build(request), [self = shared_from_this()](const AttReply& reply) {
       self->OnDeclaration(reply);
     });
   }
@@ -197,7 +197,7 @@ void DiscoverPrimaryServices(const BearerPtr& bearer, Found<ServiceRecord> found
 void DiscoverPrimaryServicesByUuid(const BearerPtr& bearer, const Uuid& uuid,
                                    Found<ServiceRecord> found) {
   const auto request = [uuid](std::uint16_t start, std::uint16_t end) {
-    return FindByTypeValueRequest{start, end, gatt_uuid::kPrimaryService, {}}.Build().Type(uuid);
+    return Build(FindByTypeValueRequest{start, end, gatt_uuid::kPrimaryService, {}}).Add(uuid);
   };
   const auto parse = [uuid](ByteView bytes) -> std::optional<Element<ServiceRecord>> {
     ByteReader reader(bytes);
@@ -243,7 +243,7 @@ void DiscoverDescriptors(const BearerPtr& bearer, std::uint16_t start, std::uint
   RunSearch<DescriptorRecord>(bearer, start, end,
                               {Opcode::FindInformationResponse,
                                [](std::uint16_t from, std::uint16_t to) {
-                                 return FindInformationRequest{from, to}.Build();
+                                 return Build(FindInformationRequest{from, to});
                                },
                                ParseDescriptor},
                               std::move(found));

@@ -22,7 +22,7 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
 
   [[gnu::hot]] static void Begin(Ptr read, BearerPtr bearer) {
     read->bearer_ = std::move(bearer);
-    const Pdu first = ReadRequest{read->handle_}.Build();
+    const Pdu first = Build(ReadRequest{read->handle_});
     Ask(std::move(read), first);
   }
 
@@ -64,7 +64,7 @@ class ValueRead final : public CompletableOperation<GattReadResult> {
       End({});
       return std::nullopt;
     }
-    return ReadBlobRequest{handle_, static_cast<std::uint16_t>(value.size())}.Build();
+    return Build(ReadBlobRequest{handle_, static_cast<std::uint16_t>(value.size())});
   }
 
   bool EndsValue(const AttReply& reply) const {

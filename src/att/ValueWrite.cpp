@@ -33,9 +33,8 @@ class LongWrite : public std::enable_shared_from_this<LongWrite> {
 
  private:
   Pdu Part(Opcode opcode, std::size_t size) const {
-    return PrepareWrite{opcode, handle_, static_cast<std::uint16_t>(offset_),
-                        ByteView(value_).subspan(offset_, size)}
-        .Build();
+    return Build(PrepareWrite{opcode, handle_, static_cast<std::uint16_t>(offset_),
+                              ByteView(value_).subspan(offset_, size)});
   }
 
   void OnPrepared(const AttReply& reply, std::size_t size) {
@@ -54,7 +53,7 @@ class LongWrite : public std::enable_shared_from_this<LongWrite> {
   // Carries out what was prepared, or cancels it; the write then ends with `status` unless
   // carrying it out fails.
   void Execute(bool write, const GattResult& status) {
-    bearer_->Request(ExecuteWriteRequest{write}.Build(),
+    bearer_->Request(Build(ExecuteWriteRequest{write}),
                      [self = shared_from_this(), write, status](const AttReply& reply) {
                        self->done_(write ? StatusOf(reply) : status);
                      });
@@ -102,7 +101,7 @@ void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
     return done(ProtocolError(AttError::InvalidAttributeValueLength));
   if (value.size() + kWriteHeader <= bearer->Mtu())
     return bearer->Request(
-        HandleValue{Opcode::WriteRequest, handle, value}.Build(),
+        Build(HandleValue{Opcode::WriteRequest, handle, value}),
         [done = std::move(done)](const AttReply& reply) { done(StatusOf(reply)); });
   longWrites->Run([=, value = std::move(value),
                    done = std::move(done)](Callback<void()> finished) mutable {
@@ -117,7 +116,7 @@ void WriteWholeValue(const std::shared_ptr<AttBearer>& bearer,
 void WriteWithoutResponse(AttBearer& bearer, std::uint16_t handle, ByteView value, WriteDone done) {
   if (value.size() + kWriteHeader > bearer.Mtu())
     return done(ProtocolError(AttError::InvalidAttributeValueLength));
-  bearer.Command(HandleValue{Opcode::WriteCommand, handle, value}.Build(),
+  bearer.Command(Build(HandleValue{Opcode::WriteCommand, handle, value}),
                  [done = std::move(done)](bool left) {
                    done(left ? GattResult{} : StatusOf(ChannelError::Unreachable));
                  });

@@ -25,12 +25,10 @@ constexpr std::uint16_t kIndicateBit = 0x0002;
 /// Longest value in a Read By Type response, whose length field is one octet.
 constexpr std::size_t kLongestListedValue = 253;
 
-bool IsRange(std::uint16_t start, std::uint16_t end) {
-  return start != 0 && start <= end;
-}
+}  // namespace
 
 /// A response that lists elements of one size, as many as fit; it begins with the first of them.
-class ListResponse {
+class AttServer::ListResponse {
  public:
   ListResponse(Opcode response, std::size_t mtu) : opcode_(response), mtu_(mtu) {}
 
@@ -53,32 +51,12 @@ class ListResponse {
   std::optional<att::Pdu> pdu_;
 };
 
-}  // namespace
-
-struct AttServer::Request {
-  Opcode opcode;
-  Pdu (AttServer::*serve)(ByteView pdu);
-};
-
 AttServer::AttServer(AttributeDatabase& database, std::uint16_t mtu, Host& host)
     : database_(database),
       offeredMtu_(std::clamp(mtu, att::kDefaultMtu, att::kMaxMtu)),
       host_(host) {}
 
 AttServer::Reply AttServer::Handle(ByteView pdu) {
-  static constexpr Request kRequests[] = {
-      {Opcode::ExchangeMtuRequest, &AttServer::ExchangeMtu},
-      {Opcode::FindInformationRequest, &AttServer::FindInformation},
-      {Opcode::FindByTypeValueRequest, &AttServer::FindByTypeValue},
-      {Opcode::ReadByTypeRequest, &AttServer::ReadByType},
-      {Opcode::ReadRequest, &AttServer::Read},
-      {Opcode::ReadBlobRequest, &AttServer::ReadBlob},
-      {Opcode::ReadMultipleRequest, &AttServer::ReadMultiple},
-      {Opcode::ReadByGroupTypeRequest, &AttServer::ReadByGroupType},
-      {Opcode::WriteRequest, &AttServer::Write},
-      {Opcode::PrepareWriteRequest, &AttServer::PrepareWrite},
-      {Opcode::ExecuteWriteRequest, &AttServer::ExecuteWrite},
-  };
   request_ = att::OpcodeOf(pdu);
   if (request_ == Opcode::HandleValueConfirmation) {
     Confirm();
@@ -91,65 +69,86 @@ AttServer::Reply AttServer::Handle(ByteView pdu) {
 
   delay_ = {};
   silent_ = false;
-  const auto known = std::find_if(std::begin(kRequests), std::end(kRequests),
-                                  [this](const Request& r) { return r.opcode == request_; });
-  const Pdu response = known != std::end(kRequests) ? (this->*known->serve)(pdu)
-                                                    : Refuse(AttError::RequestNotSupported, 0);
+  const Pdu response = Serve(pdu);
   if (silent_) return {};
   return {response, delay_};
 }
 
 Pdu AttServer::Refuse(AttError error, std::uint16_t handle) const {
-  return att::ErrorResponse{request_, handle, error}.Build();
+  return att::Build(att::ErrorResponse{request_, handle, error});
 }
 
-Pdu AttServer::ExchangeMtu(ByteView pdu) {
-  const auto request = att::ExchangeMtu::Parse(pdu);
+template <class Message>
+Pdu AttServer::Parsed(ByteView pdu, Pdu (AttServer::*serve)(const Message&)) {
+  const auto request = att::Parse<Message>(pdu);
   if (!request) return Refuse(AttError::InvalidPdu, 0);
-  mtu_ = std::max(att::kDefaultMtu, std::min(offeredMtu_, request->mtu));
-  return att::ExchangeMtu{Opcode::ExchangeMtuResponse, offeredMtu_}.Build();
-}
-
-Pdu AttServer::FindInformation(ByteView pdu) {
-  const auto request = att::FindInformationRequest::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  if (!IsRange(request->start, request->end))
-    return Refuse(AttError::InvalidHandle, request->start);
-  ListResponse list(Opcode::FindInformationResponse, mtu_);
-  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
-    if (!list.Accepts(2 + attribute.type.AttForm().size)) break;
-    list.Pdu().U16(attribute.handle).Type(attribute.type);
+  if constexpr (requires { request->start; }) {
+    if (request->start == 0 || request->start > request->end)
+      return Refuse(AttError::InvalidHandle, request->start);
   }
-  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
-  return list.Pdu();
+  return (this->*serve)(*request);
 }
 
-Pdu AttServer::FindByTypeValue(ByteView pdu) {
-  const auto request = att::FindByTypeValueRequest::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  if (!IsRange(request->start, request->end))
-    return Refuse(AttError::InvalidHandle, request->start);
+Pdu AttServer::Serve(ByteView pdu) {
+  switch (request_) {
+    case Opcode::ExchangeMtuRequest:
+      return Parsed(pdu, &AttServer::ExchangeMtu);
+    case Opcode::FindInformationRequest:
+      return Parsed(pdu, &AttServer::FindInformation);
+    case Opcode::FindByTypeValueRequest:
+      return Parsed(pdu, &AttServer::FindByTypeValue);
+    case Opcode::ReadByTypeRequest:
+      return Parsed(pdu, &AttServer::ReadByType);
+    case Opcode::ReadRequest:
+      return Parsed(pdu, &AttServer::Read);
+    case Opcode::ReadBlobRequest:
+      return Parsed(pdu, &AttServer::ReadBlob);
+    case Opcode::ReadMultipleRequest:
+      return ReadMultiple(pdu);
+    case Opcode::ReadByGroupTypeRequest:
+      return Parsed(pdu, &AttServer::ReadByGroupType);
+    case Opcode::WriteRequest:
+      return Parsed(pdu, &AttServer::Write);
+    case Opcode::PrepareWriteRequest:
+      return Parsed(pdu, &AttServer::PrepareWrite);
+    case Opcode::ExecuteWriteRequest:
+      return ExecuteWrite(pdu);
+    default:
+      return Refuse(AttError::RequestNotSupported, 0);
+  }
+}
+
+Pdu AttServer::ExchangeMtu(const att::ExchangeMtu& request) {
+  mtu_ = std::max(att::kDefaultMtu, std::min(offeredMtu_, request.mtu));
+  return att::Build(att::ExchangeMtu{Opcode::ExchangeMtuResponse, offeredMtu_});
+}
+
+Pdu AttServer::FindInformation(const att::FindInformationRequest& request) {
+  ListResponse list(Opcode::FindInformationResponse, mtu_);
+  for (const Attribute& attribute : database_.InRange(request.start, request.end)) {
+    if (!list.Accepts(2 + attribute.type.AttForm().size)) break;
+    list.Pdu().Add(attribute.handle).Add(attribute.type);
+  }
+  return Finished(list, request.start);
+}
+
+Pdu AttServer::FindByTypeValue(const att::FindByTypeValueRequest& request) {
   ListResponse list(Opcode::FindByTypeValueResponse, mtu_);
-  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
-    if (!attribute.IsType(request->type) || !attribute.readable || attribute.readError) continue;
-    if (!std::ranges::equal(ValueOf(attribute), request->value)) continue;
+  for (const Attribute& attribute : database_.InRange(request.start, request.end)) {
+    if (!attribute.IsType(request.type) || !attribute.readable || attribute.readError) continue;
+    if (!std::ranges::equal(ValueOf(attribute), request.value)) continue;
     if (!list.Accepts(4)) break;
     list.Pdu()
-        .U16(attribute.handle)
-        .U16(attribute.IsService() ? attribute.groupEnd : attribute.handle);
+        .Add(attribute.handle)
+        .Add(attribute.IsService() ? attribute.groupEnd : attribute.handle);
   }
-  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
-  return list.Pdu();
+  return Finished(list, request.start);
 }
 
-Pdu AttServer::ReadByType(ByteView pdu) {
-  const auto request = att::ReadByTypeRequest::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  if (!IsRange(request->start, request->end))
-    return Refuse(AttError::InvalidHandle, request->start);
+Pdu AttServer::ReadByType(const att::ReadByTypeRequest& request) {
   ListResponse list(Opcode::ReadByTypeResponse, mtu_);
-  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
-    if (attribute.type != request->type) continue;
+  for (const Attribute& attribute : database_.InRange(request.start, request.end)) {
+    if (attribute.type != request.type) continue;
     // An attribute that cannot be read is an error when it is the first, else where the list ends.
     if (const auto refusal = attribute.ReadRefusal()) {
       if (!list.IsEmpty()) break;
@@ -160,45 +159,40 @@ Pdu AttServer::ReadByType(ByteView pdu) {
     value = value.first(std::min<std::size_t>({value.size(), mtu_ - 4U, kLongestListedValue}));
     if (!list.Accepts(2 + value.size())) break;
     Touch(attribute);
-    list.Pdu().U16(attribute.handle).Put(value);
+    list.Pdu().Add(attribute.handle).Add(value);
   }
-  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
-  return list.Pdu();
+  return Finished(list, request.start);
 }
 
-Pdu AttServer::ReadByGroupType(ByteView pdu) {
-  const auto request = att::ReadByTypeRequest::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  if (!IsRange(request->start, request->end))
-    return Refuse(AttError::InvalidHandle, request->start);
-  if (request->type != Uuid::FromAssignedNumber(gatt_uuid::kPrimaryService) &&
-      request->type != Uuid::FromAssignedNumber(gatt_uuid::kSecondaryService))
-    return Refuse(AttError::UnsupportedGroupType, request->start);
+Pdu AttServer::ReadByGroupType(const att::ReadByTypeRequest& request) {
+  if (request.type != Uuid::FromAssignedNumber(gatt_uuid::kPrimaryService) &&
+      request.type != Uuid::FromAssignedNumber(gatt_uuid::kSecondaryService))
+    return Refuse(AttError::UnsupportedGroupType, request.start);
   ListResponse list(Opcode::ReadByGroupTypeResponse, mtu_);
-  for (const Attribute& attribute : database_.InRange(request->start, request->end)) {
-    if (attribute.type != request->type) continue;
+  for (const Attribute& attribute : database_.InRange(request.start, request.end)) {
+    if (attribute.type != request.type) continue;
     if (!list.Accepts(4 + attribute.value.size())) break;
-    list.Pdu().U16(attribute.handle).U16(attribute.groupEnd).Put(attribute.value);
+    list.Pdu().Add(attribute.handle).Add(attribute.groupEnd).Add(attribute.value);
   }
-  if (list.IsEmpty()) return Refuse(AttError::AttributeNotFound, request->start);
-  return list.Pdu();
+  return Finished(list, request.start);
 }
 
-Pdu AttServer::Read(ByteView pdu) {
-  const auto request = att::ReadRequest::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  Pdu response(Opcode::ReadResponse);
-  if (const Refusal refusal = AppendValue(response, request->handle, 0))
-    return Refuse(*refusal, request->handle);
-  return response;
+Pdu AttServer::Finished(ListResponse& list, std::uint16_t start) const {
+  return list.IsEmpty() ? Refuse(AttError::AttributeNotFound, start) : list.Pdu();
 }
 
-Pdu AttServer::ReadBlob(ByteView pdu) {
-  const auto request = att::ReadBlobRequest::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  Pdu response(Opcode::ReadBlobResponse);
-  if (const Refusal refusal = AppendValue(response, request->handle, request->offset))
-    return Refuse(*refusal, request->handle);
+Pdu AttServer::Read(const att::ReadRequest& request) {
+  return ReadFrom(Opcode::ReadResponse, request.handle, 0);
+}
+
+Pdu AttServer::ReadBlob(const att::ReadBlobRequest& request) {
+  return ReadFrom(Opcode::ReadBlobResponse, request.handle, request.offset);
+}
+
+Pdu AttServer::ReadFrom(Opcode opcode, std::uint16_t handle, std::size_t offset) {
+  Pdu response(opcode);
+  if (const Refusal refusal = AppendValue(response, handle, offset))
+    return Refuse(*refusal, handle);
   return response;
 }
 
@@ -214,38 +208,35 @@ Pdu AttServer::ReadMultiple(ByteView pdu) {
   return response;
 }
 
-Pdu AttServer::Write(ByteView pdu) {
-  const auto request = att::HandleValue::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  Refusal refusal = CheckWritable(request->handle);
-  if (!refusal) refusal = Store(*database_.Find(request->handle), request->value);
-  if (refusal) return Refuse(*refusal, request->handle);
+Pdu AttServer::Write(const att::HandleValue& request) {
+  Refusal refusal = CheckWritable(request.handle);
+  if (!refusal) refusal = Store(*database_.Find(request.handle), request.value);
+  if (refusal) return Refuse(*refusal, request.handle);
   return Pdu(Opcode::WriteResponse);
 }
 
 void AttServer::WriteCommand(ByteView pdu) {
-  const auto command = att::HandleValue::Parse(pdu);
+  const auto command = att::Parse<att::HandleValue>(pdu);
   Attribute* attribute = command ? database_.Find(command->handle) : nullptr;
   if (!attribute || attribute->writeError || !attribute->writableCommand) return;
   (void)Store(*attribute, command->value);
 }
 
-Pdu AttServer::PrepareWrite(ByteView pdu) {
-  auto request = att::PrepareWrite::Parse(pdu);
-  if (!request) return Refuse(AttError::InvalidPdu, 0);
-  if (const Refusal refusal = CheckWritable(request->handle))
-    return Refuse(*refusal, request->handle);
+Pdu AttServer::PrepareWrite(const att::PrepareWrite& request) {
+  if (const Refusal refusal = CheckWritable(request.handle))
+    return Refuse(*refusal, request.handle);
   if (prepared_.size() >= kPrepareQueueLimit)
-    return Refuse(AttError::PrepareQueueFull, request->handle);
+    return Refuse(AttError::PrepareQueueFull, request.handle);
   prepared_.push_back(
-      {request->handle, request->offset, {request->value.begin(), request->value.end()}});
-  request->opcode = Opcode::PrepareWriteResponse;
-  return request->Build();
+      {request.handle, request.offset, {request.value.begin(), request.value.end()}});
+  att::PrepareWrite response = request;
+  response.opcode = Opcode::PrepareWriteResponse;
+  return att::Build(response);
 }
 
 Pdu AttServer::ExecuteWrite(ByteView pdu) {
   const std::vector<PreparedWrite> prepared = std::exchange(prepared_, {});
-  const auto request = att::ExecuteWriteRequest::Parse(pdu);
+  const auto request = att::Parse<att::ExecuteWriteRequest>(pdu);
   if (!request) return Refuse(AttError::InvalidPdu, 0);
   if (!request->write) return Pdu(Opcode::ExecuteWriteResponse);
 
@@ -282,7 +273,7 @@ AttServer::Refusal AttServer::AppendValue(Pdu& response, std::uint16_t handle, s
   if (const Refusal refusal = attribute->ReadRefusal()) return refusal;
   const ByteView value = ValueOf(*attribute);
   if (offset > value.size()) return AttError::InvalidOffset;
-  response.Put(value.subspan(offset, std::min(value.size() - offset, response.Room(mtu_))));
+  response.Add(value.subspan(offset, std::min(value.size() - offset, response.Room(mtu_))));
   return {};
 }
 
@@ -337,10 +328,9 @@ void AttServer::SendValue(const HostedCharacteristic& characteristic, ByteView v
   if (configuration == 0) return;
   const bool notify = (configuration & kNotifyBit) != 0;
   const ByteView sent = value.first(std::min<std::size_t>(value.size(), mtu_ - 3U));
-  const Pdu pdu =
+  const Pdu pdu = att::Build(
       att::HandleValue{notify ? Opcode::HandleValueNotification : Opcode::HandleValueIndication,
-                       characteristic.valueHandle, sent}
-          .Build();
+                       characteristic.valueHandle, sent});
   if (notify) return host_.SendPdu(pdu);
   if (indications_.size() >= kIndicationQueueLimit) return;
   indications_.emplace_back(pdu.View().begin(), pdu.View().end());

@@ -56,23 +56,31 @@ class AttServer {
 
  private:
   using Refusal = std::optional<att::AttError>;
-  struct Request;
+  class ListResponse;
   struct PreparedWrite {
     std::uint16_t handle;
     std::uint16_t offset;
     Bytes part;
   };
 
-  att::Pdu ExchangeMtu(ByteView pdu);
-  att::Pdu FindInformation(ByteView pdu);
-  att::Pdu FindByTypeValue(ByteView pdu);
-  att::Pdu ReadByType(ByteView pdu);
-  att::Pdu Read(ByteView pdu);
-  att::Pdu ReadBlob(ByteView pdu);
+  /// Answers the request at hand.
+  att::Pdu Serve(ByteView pdu);
+  /// Answers a malformed request, or one for an impossible range, by itself.
+  template <class Message>
+  att::Pdu Parsed(ByteView pdu, att::Pdu (AttServer::*serve)(const Message&));
+
+  att::Pdu ExchangeMtu(const att::ExchangeMtu& request);
+  att::Pdu FindInformation(const att::FindInformationRequest& request);
+  att::Pdu FindByTypeValue(const att::FindByTypeValueRequest& request);
+  att::Pdu ReadByType(const att::ReadByTypeRequest& request);
+  att::Pdu ReadByGroupType(const att::ReadByTypeRequest& request);
+  att::Pdu Finished(ListResponse& list, std::uint16_t start) const;
+  att::Pdu Read(const att::ReadRequest& request);
+  att::Pdu ReadBlob(const att::ReadBlobRequest& request);
+  att::Pdu ReadFrom(att::Opcode opcode, std::uint16_t handle, std::size_t offset);
   att::Pdu ReadMultiple(ByteView pdu);
-  att::Pdu ReadByGroupType(ByteView pdu);
-  att::Pdu Write(ByteView pdu);
-  att::Pdu PrepareWrite(ByteView pdu);
+  att::Pdu Write(const att::HandleValue& request);
+  att::Pdu PrepareWrite(const att::PrepareWrite& request);
   att::Pdu ExecuteWrite(ByteView pdu);
   void WriteCommand(ByteView pdu);
   void Confirm();
