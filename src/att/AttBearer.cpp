@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "base/IfAlive.h"
+
 namespace ble::att {
 
 using std::chrono::milliseconds;
@@ -103,9 +105,7 @@ void AttBearer::Command(const Pdu& command, Callback<void(bool left)> sent) {
 }
 
 void AttBearer::SetTimer(milliseconds delay) {
-  timer_ = executor_->PostAfter(delay, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->OnTimer();
-  });
+  timer_ = executor_->PostAfter(delay, IfAlive(weak_from_this(), &AttBearer::OnTimer));
 }
 
 [[gnu::hot]] std::optional<Pdu> AttBearer::BeginNext() {
@@ -228,10 +228,7 @@ void AttBearer::OnErrorResponse(ByteView pdu) {
     next = BeginNext();
   }
   if (next) Transmit(*next);
-  if (raise)
-    channel_->RaiseSecurity([weak = weak_from_this()](bool raised) {
-      if (const auto self = weak.lock()) self->OnSecurityRaised(raised);
-    });
+  if (raise) channel_->RaiseSecurity(IfAlive(weak_from_this(), &AttBearer::OnSecurityRaised));
   if (!retried) refused->reply(Refused(error->error));
 }
 

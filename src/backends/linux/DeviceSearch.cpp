@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/IfAlive.h"
+
 namespace ble::linux_radio {
 namespace {
 
@@ -16,23 +18,21 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
         found_(std::move(found)) {}
 
   void Begin(LinuxSession& session) {
-    deviceChanged_ = session.Objects().OnDeviceChanged(
-        [weak = weak_from_this()](const DeviceObject& device, DeviceChange) {
-          const auto self = weak.lock();
-          if (self && device.address == self->address_ && device.adapterPath == self->adapterPath_)
-            self->End();
-        });
+    deviceChanged_ =
+        session.Objects().OnDeviceChanged(IfAlive(weak_from_this(), &DeviceSearch::OnDevice));
     timer_ = session.Loop()->PostAfter(session.SearchLimit(),
                                        [self = shared_from_this()] { self->TimeIsUp(); });
-    user_ = session.Scanning().Add(adapterPath_, [weak = weak_from_this()](BluetoothError error) {
-      const auto self = weak.lock();
-      if (self && error != BluetoothError::Success) self->Fail();
-    });
+    user_ =
+        session.Scanning().Add(adapterPath_, IfAlive(weak_from_this(), &DeviceSearch::OnScanning));
   }
 
  private:
-  void Fail() {
-    if (user_ == 0) return;  // it has ended
+  void OnDevice(const DeviceObject& device, DeviceChange) {
+    if (device.address == address_ && device.adapterPath == adapterPath_) End();
+  }
+
+  void OnScanning(BluetoothError error) {
+    if (error == BluetoothError::Success || user_ == 0) return;  // 0: it has ended
     if (const auto session = session_.lock()) session->NotifyWhyNoAdapter();
     End();
   }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "backends/linux/BluetoothSockets.h"
+#include "base/IfAlive.h"
 
 namespace ble::linux_radio {
 namespace {
@@ -70,9 +71,7 @@ void L2capChannel::Start(std::weak_ptr<Listener> listener) {
 void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   listener_ = std::move(listener);
   if (!open_) return;
-  watch_ = loop_->Watch(socket_.Get(), kInput, [weak = weak_from_this()](std::uint32_t events) {
-    if (const auto self = weak.lock()) self->OnReady(events);
-  });
+  watch_ = loop_->Watch(socket_.Get(), kInput, IfAlive(weak_from_this(), &L2capChannel::OnReady));
   loop_->Lend(weak_from_this());
 }
 
@@ -85,9 +84,8 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   const std::lock_guard lock(mutex_);
   isCongested_ = true;
   waiting_.emplace_back(pdu.begin(), pdu.end());
-  loop_->Post([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->WatchFor(kInput | EPOLLOUT);
-  });
+  loop_->Post(
+      IfAlive(weak_from_this(), [](L2capChannel& self) { self.WatchFor(kInput | EPOLLOUT); }));
   return true;
 }
 
@@ -179,16 +177,15 @@ void L2capChannel::ReceiveAll() {
     Deliver(pdu);
     return Taken::One;
   }
-  loop_->Post([weak = weak_from_this()] {
-    if (const auto self = weak.lock(); self && self->open_) self->ReceiveOne();
-  });
+  loop_->Post(IfAlive(weak_from_this(), [](L2capChannel& self) {
+    if (self.open_) self.ReceiveOne();
+  }));
   return Taken::One;
 }
 
 void L2capChannel::GiveBack(bool ended) {
-  loop_->Post([weak = weak_from_this(), ended] {
-    if (const auto self = weak.lock()) ended ? self->ReceiveRest() : self->ReceiveAll();
-  });
+  loop_->Post(
+      IfAlive(weak_from_this(), ended ? &L2capChannel::ReceiveRest : &L2capChannel::ReceiveAll));
 }
 
 [[gnu::hot]] void L2capChannel::Deliver(ByteView pdu) {
@@ -233,9 +230,7 @@ void L2capChannel::Secure(std::function<void(bool raised)> done) {
                  sizeof wanted) != 0)
     return done(IsSecured());  // the kernel refuses where the device has seen to it meanwhile
   securityDone_ = std::move(done);
-  securityTimer_ = loop_->PostAfter(kPairingLimit, [weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->End();
-  });
+  securityTimer_ = loop_->PostAfter(kPairingLimit, IfAlive(weak_from_this(), &L2capChannel::End));
   // The kernel lets nothing be sent until the link is secured. When that fails it mostly ends the
   // link; where it does not, as when this side refused, the channel is of no more use.
   WatchFor(kInput | EPOLLOUT);

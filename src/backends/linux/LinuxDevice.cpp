@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "backends/linux/L2capConnector.h"
+#include "base/IfAlive.h"
 #include "base/Utf.h"
 
 namespace ble::linux_radio {
@@ -29,9 +30,7 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
   // On whatever thread found out that there is no link.
   void Schedule() {
     if (const auto loop = loop_.lock())
-      loop->Post([weak = weak_from_this()] {
-        if (const auto self = weak.lock()) self->TryAfterPause();
-      });
+      loop->Post(IfAlive(weak_from_this(), &Relink::TryAfterPause));
   }
 
   // Of several reasons for one try, such as a link lost during a try, the last sets its time.
@@ -39,24 +38,21 @@ class LinuxDevice::Relink : public std::enable_shared_from_this<Relink> {
     const auto loop = loop_.lock();
     if (!loop) return;
     loop->Cancel(next_);
-    next_ = loop->PostAfter(pause_, [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->Try();
-    });
+    next_ = loop->PostAfter(pause_, IfAlive(weak_from_this(), &Relink::Try));
     pause_ = std::min(pause_ * 2, kLongestPause);
   }
 
   void Try() {
     const auto client = client_.lock();
     if (!client || client->IsLinkOpen()) return;
-    OpenLink(*client)->OnCompleted(
-        [weak = weak_from_this()](AsyncOperation<GattDeviceServicesResult>& tried) {
-          const auto self = weak.lock();
-          if (!self) return;
-          const GattCommunicationStatus status = tried.GetResults()->status;
-          if (status == GattCommunicationStatus::Unreachable ||
-              status == GattCommunicationStatus::AccessDenied)
-            self->Schedule();
-        });
+    OpenLink(*client)->OnCompleted(IfAlive(weak_from_this(), &Relink::OnTried));
+  }
+
+  void OnTried(AsyncOperation<GattDeviceServicesResult>& tried) {
+    const GattCommunicationStatus status = tried.GetResults()->status;
+    if (status == GattCommunicationStatus::Unreachable ||
+        status == GattCommunicationStatus::AccessDenied)
+      Schedule();
   }
 
   const std::weak_ptr<EventLoop> loop_;

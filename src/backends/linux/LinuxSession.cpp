@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "backends/linux/Rfkill.h"
+#include "base/IfAlive.h"
 
 namespace ble::linux_radio {
 namespace {
@@ -33,14 +34,10 @@ LinuxSession::~LinuxSession() {
 }
 
 void LinuxSession::Run(std::function<void(LinuxSession&)> task) {
-  loop_->Post([weak = weak_from_this(), task = std::move(task)] {
-    const auto self = weak.lock();
-    if (!self) return;
-    self->OpenBus();
-    self->objects_.WhenKnown([weak, task] {
-      if (const auto known = weak.lock()) task(*known);
-    });
-  });
+  loop_->Post(IfAlive(weak_from_this(), [task = std::move(task)](LinuxSession& self) {
+    self.OpenBus();
+    self.objects_.WhenKnown(IfAlive(self.weak_from_this(), task));
+  }));
 }
 
 milliseconds LinuxSession::SearchLimit() const {

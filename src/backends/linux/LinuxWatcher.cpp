@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "backends/linux/DeviceAdvertisement.h"
+#include "base/IfAlive.h"
 
 namespace ble::linux_radio {
 
@@ -19,16 +20,11 @@ class LinuxWatcher::Scan {
   void Begin(const std::shared_ptr<Scan>& self, LinuxSession& session,
              const BluezDiscovery::Started& started) {
     const std::string name = adapterPath_.substr(adapterPath_.rfind('/') + 1);
-    monitor_ = HciMonitor::Open(session.Loop(), name,
-                                [weak = std::weak_ptr(self)](const hci::AdvertisingReport& report) {
-                                  if (const auto scan = weak.lock()) scan->OnReport(report);
-                                });
+    monitor_ =
+        HciMonitor::Open(session.Loop(), name, IfAlive(std::weak_ptr(self), &Scan::OnReport));
     if (!monitor_) {
-      deviceChanged_ = session.Objects().OnDeviceChanged(
-          [weak = std::weak_ptr(self)](const DeviceObject& device, DeviceChange change) {
-            const auto scan = weak.lock();
-            if (scan && change.heard) scan->OnDevice(device);
-          });
+      deviceChanged_ =
+          session.Objects().OnDeviceChanged(IfAlive(std::weak_ptr(self), &Scan::OnDevice));
     }
     user_ = session.Scanning().Add(adapterPath_, started);
   }
@@ -46,8 +42,8 @@ class LinuxWatcher::Scan {
     Report(report.payload, report.address, report.rssi, report.type);
   }
 
-  void OnDevice(const DeviceObject& device) {
-    if (device.adapterPath != adapterPath_) return;
+  void OnDevice(const DeviceObject& device, DeviceChange change) {
+    if (!change.heard || device.adapterPath != adapterPath_) return;
     constexpr std::int16_t kUnknown = 127;
     Report(RebuildPayload(device), device.address, device.rssi.value_or(kUnknown),
            BluetoothLEAdvertisementType::ConnectableUndirected);
@@ -82,18 +78,18 @@ LinuxWatcher::~LinuxWatcher() {
 }
 
 void LinuxWatcher::BeginScan(ScanOrderPtr order) {
-  session_->Run([weak = weak_from_this(), order = std::move(order)](LinuxSession& session) {
-    if (const auto self = weak.lock()) self->Begin(session, order);
-  });
+  session_->Run(IfAlive(weak_from_this(),
+                        [order = std::move(order)](LinuxWatcher& self, LinuxSession& session) {
+                          self.Begin(session, order);
+                        }));
 }
 
 void LinuxWatcher::EndScan() {
-  session_->Loop()->Post([weak = weak_from_this()] {
-    const auto self = weak.lock();
-    if (!self || !self->OnSilent()) return;
-    self->LetGoOfScan();
-    self->RaiseStopped(BluetoothError::Success);
-  });
+  session_->Loop()->Post(IfAlive(weak_from_this(), [](LinuxWatcher& self) {
+    if (!self.OnSilent()) return;
+    self.LetGoOfScan();
+    self.RaiseStopped(BluetoothError::Success);
+  }));
 }
 
 void LinuxWatcher::Begin(LinuxSession& session, const ScanOrderPtr& order) {
@@ -101,9 +97,7 @@ void LinuxWatcher::Begin(LinuxSession& session, const ScanOrderPtr& order) {
   if (!session.WhyNoAdapter().empty()) return OnStarted(BluetoothError::RadioNotAvailable);
   scan_ = std::make_shared<Scan>(session, session.Adapter()->path, order);
   const auto scan = scan_;
-  scan->Begin(scan, session, [weak = weak_from_this()](BluetoothError error) {
-    if (const auto self = weak.lock()) self->OnStarted(error);
-  });
+  scan->Begin(scan, session, IfAlive(weak_from_this(), &LinuxWatcher::OnStarted));
 }
 
 void LinuxWatcher::OnStarted(BluetoothError error) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/IfAlive.h"
+
 namespace ble::simulated {
 namespace {
 
@@ -20,17 +22,15 @@ bool IsScannable(BluetoothLEAdvertisementType type) {
 
 }  // namespace
 
-ScanSession::ScanSession(std::weak_ptr<Timeline> timeline,
-                         std::shared_ptr<const AirTraffic> traffic, ScanOrderPtr order)
+ScanSession::ScanSession(TimelineRef timeline, std::shared_ptr<const AirTraffic> traffic,
+                         ScanOrderPtr order)
     : timeline_(std::move(timeline)),
       traffic_(std::move(traffic)),
       order_(std::move(order)),
       activeScanning_(order_->mode == BluetoothLEScanningMode::Active) {}
 
 void ScanSession::Begin(const Aborted& aborted) {
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
-  const Timeline::TimePoint now = timeline->Now();
+  const Timeline::TimePoint now = timeline_.Now();
   for (const RadioEvent& event : traffic_->radioEvents) {
     At(now + event.at, [aborted, error = event.error](ScanSession&) { aborted(error); });
   }
@@ -59,12 +59,9 @@ void ScanSession::Begin(const Aborted& aborted) {
 }
 
 void ScanSession::At(Timeline::TimePoint due, std::function<void(ScanSession&)> action) {
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
-  timeline->PostAt(due, [weak = weak_from_this(), action = std::move(action)] {
-    const auto self = weak.lock();
-    if (self && self->IsActive()) action(*self);
-  });
+  timeline_.PostAt(due, IfAlive(weak_from_this(), [action = std::move(action)](ScanSession& self) {
+                     if (self.IsActive()) action(self);
+                   }));
 }
 
 void ScanSession::Advertise(Playing& playing) {
@@ -77,29 +74,25 @@ void ScanSession::Advertise(Playing& playing) {
   if (playing.scanResponsePasses)
     Report(advertiser.scanResponse, advertiser.address, scenario.rssi,
            BluetoothLEAdvertisementType::ScanResponse);
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
   playing.due = std::max(playing.due + std::max(scenario.interval, kShortestInterval),
-                         timeline->Now());  // what a slow host missed is not made up for
+                         timeline_.Now());  // what a slow host missed is not made up for
   At(playing.due, [&playing](ScanSession& self) { self.Advertise(playing); });
 }
 
 void ScanSession::PlayCapture(Replay& replay) {
   const auto& reports = replay.capture->reports;
   const bool fast = replay.capture->pace == CaptureScenario::Pace::Fast;
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
   const auto dueOf = [&](const CapturedReport& report) { return replay.base + report.at; };
   for (std::size_t count = 0; count < kFastBatch && replay.next < reports.size() && IsActive() &&
-                              (fast || dueOf(reports[replay.next]) <= timeline->Now());
+                              (fast || dueOf(reports[replay.next]) <= timeline_.Now());
        ++count) {
     ReportCaptured(replay);
   }
-  Timeline::TimePoint due = timeline->Now() + kShortestInterval;
+  Timeline::TimePoint due = timeline_.Now() + kShortestInterval;
   if (replay.next == reports.size()) {
     if (!replay.capture->repeat) return;
     replay.next = 0;
-    due = timeline->Now() + (fast ? kShortestInterval : kRepeatPause);
+    due = timeline_.Now() + (fast ? kShortestInterval : kRepeatPause);
     replay.base = due;
   } else if (!fast) {
     due = dueOf(reports[replay.next]);

@@ -7,7 +7,7 @@
 
 #include "backends/StatefulWatcher.h"
 #include "backends/simulated/Scenario.h"
-#include "backends/simulated/Timeline.h"
+#include "backends/simulated/TimelineRef.h"
 
 namespace ble::simulated {
 
@@ -37,8 +37,7 @@ class ScanSession : public std::enable_shared_from_this<ScanSession> {
  public:
   using Aborted = std::function<void(BluetoothError)>;
 
-  ScanSession(std::weak_ptr<Timeline> timeline, std::shared_ptr<const AirTraffic> traffic,
-              ScanOrderPtr order);
+  ScanSession(TimelineRef timeline, std::shared_ptr<const AirTraffic> traffic, ScanOrderPtr order);
 
   /// Begins; on the radio's thread. `aborted` is called there when the radio ends the scan.
   void Begin(const Aborted& aborted);
@@ -66,7 +65,7 @@ class ScanSession : public std::enable_shared_from_this<ScanSession> {
   void Report(const BluetoothLEAdvertisement& advertisement, std::uint64_t address,
               std::int16_t rssi, BluetoothLEAdvertisementType type);
 
-  const std::weak_ptr<Timeline> timeline_;
+  TimelineRef timeline_;
   const std::shared_ptr<const AirTraffic> traffic_;
   const ScanOrderPtr order_;
   const bool activeScanning_;

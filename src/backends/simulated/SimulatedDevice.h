@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "att/AttDevice.h"
-#include "backends/simulated/Timeline.h"
+#include "backends/simulated/TimelineRef.h"
 #include "backends/simulated/VirtualPeripheral.h"
 
 namespace ble::simulated {
@@ -14,8 +14,8 @@ namespace ble::simulated {
 /// into reach. Events are raised on the radio's thread.
 class SimulatedDevice final : public att::AttDevice {
  public:
-  SimulatedDevice(const std::weak_ptr<Timeline>& timeline,
-                  std::shared_ptr<VirtualPeripheral> peripheral, const Radio::Notice& notices);
+  SimulatedDevice(const TimelineRef& timeline, std::shared_ptr<VirtualPeripheral> peripheral,
+                  const Radio::Notice& notices);
 
   std::uint64_t BluetoothAddress() const override { return peripheral_->Scenario().address; }
   std::u16string Name() const override;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/IfAlive.h"
+
 namespace ble::simulated {
 namespace {
 
@@ -15,16 +17,21 @@ bool IsRequest(ByteView pdu) {
 
 }  // namespace
 
-SimulatedLink::SimulatedLink(std::weak_ptr<Timeline> timeline,
-                             std::shared_ptr<VirtualPeripheral> peripheral)
+/// A task that acts on the link if that is open when the task runs.
+template <class Action>
+auto SimulatedLink::WhileOpen(Action action) {
+  return IfAlive(weak_from_this(), [action = std::move(action)](SimulatedLink& self) {
+    if (self.IsOpen()) action(self);
+  });
+}
+
+SimulatedLink::SimulatedLink(TimelineRef timeline, std::shared_ptr<VirtualPeripheral> peripheral)
     : timeline_(std::move(timeline)),
       peripheral_(std::move(peripheral)),
       server_(peripheral_->Database(), peripheral_->Scenario().mtu, *this) {}
 
 void SimulatedLink::Start(std::weak_ptr<Listener> listener) {
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
-  timeline->Post([self = shared_from_this(), listener = std::move(listener)] {
+  timeline_.Post([self = shared_from_this(), listener = std::move(listener)] {
     self->started_ = true;
     self->listener_ = listener;
     for (const Bytes& pdu : std::exchange(self->undelivered_, {}))
@@ -33,25 +40,19 @@ void SimulatedLink::Start(std::weak_ptr<Listener> listener) {
 }
 
 bool SimulatedLink::Send(ByteView pdu) {
-  const auto timeline = timeline_.lock();
-  if (!timeline || !IsOpen()) return false;
-  timeline->Post([weak = weak_from_this(), sent = Bytes(pdu.begin(), pdu.end())] {
-    const auto self = weak.lock();
-    if (self && self->IsOpen()) self->Serve(sent);
-  });
+  if (timeline_.IsGone() || !IsOpen()) return false;
+  timeline_.Post(
+      WhileOpen([sent = Bytes(pdu.begin(), pdu.end())](SimulatedLink& self) { self.Serve(sent); }));
   return true;
 }
 
 void SimulatedLink::RaiseSecurity(std::function<void(bool raised)> done) {
-  if (const auto timeline = timeline_.lock())
-    timeline->Post([done = std::move(done)] { done(false); });
+  timeline_.Post([done = std::move(done)] { done(false); });
 }
 
 void SimulatedLink::End(att::ChannelError error) {
   if (!open_.exchange(false, std::memory_order_acq_rel)) return;
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
-  timeline->Post([self = shared_from_this(), error] {
+  timeline_.Post([self = shared_from_this(), error] {
     self->StopStreams();
     if (const auto listener = self->listener_.lock()) listener->OnClosed(error);
   });
@@ -64,12 +65,9 @@ void SimulatedLink::Serve(ByteView pdu) {
   if (!reply.pdu) return;
   const auto delay = reply.delay + peripheral_->Scenario().responseDelay;
   if (delay <= delay.zero()) return Deliver(*reply.pdu);
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
   const ByteView bytes = *reply.pdu;
-  timeline->PostAfter(delay, [weak = weak_from_this(), late = Bytes(bytes.begin(), bytes.end())] {
-    if (const auto self = weak.lock()) self->Deliver(late);
-  });
+  timeline_.PostAfter(delay, WhileOpen([late = Bytes(bytes.begin(), bytes.end())](
+                                           SimulatedLink& self) { self.Deliver(late); }));
 }
 
 void SimulatedLink::Deliver(ByteView pdu) {
@@ -87,41 +85,33 @@ void SimulatedLink::OnServicesReplaced() {
 }
 
 void SimulatedLink::OnValueWritten(const HostedCharacteristic& characteristic, ByteView value) {
-  const auto timeline = timeline_.lock();
-  if (!characteristic.echo || !timeline) return;
-  timeline->Post([weak = weak_from_this(), handle = characteristic.valueHandle,
-                  echoed = Bytes(value.begin(), value.end())] {
-    const auto self = weak.lock();
-    if (!self || !self->IsOpen()) return;
-    if (const auto* target = self->peripheral_->Database().FindByValue(handle))
-      self->server_.SendValue(*target, echoed);
-  });
+  if (!characteristic.echo) return;
+  timeline_.Post(WhileOpen([handle = characteristic.valueHandle,
+                            echoed = Bytes(value.begin(), value.end())](SimulatedLink& self) {
+    if (const auto* target = self.peripheral_->Database().FindByValue(handle))
+      self.server_.SendValue(*target, echoed);
+  }));
 }
 
 void SimulatedLink::OnConfigured(const HostedCharacteristic& characteristic,
                                  std::uint16_t configuration) {
   const auto running = streams_.find(characteristic.valueHandle);
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
   if (configuration == 0) {
     if (running == streams_.end()) return;
-    timeline->Cancel(running->second.task);
+    timeline_.Cancel(running->second.task);
     streams_.erase(running);
   } else if (running == streams_.end() && characteristic.stream &&
              !characteristic.stream->values.empty()) {
     Stream& stream = streams_[characteristic.valueHandle];
-    stream.due = timeline->Now() + characteristic.stream->interval;
+    stream.due = timeline_.Now() + characteristic.stream->interval;
     ScheduleStream(characteristic.valueHandle, stream);
   }
 }
 
 void SimulatedLink::ScheduleStream(std::uint16_t valueHandle, Stream& stream) {
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
-  stream.task = timeline->PostAt(stream.due, [weak = weak_from_this(), valueHandle] {
-    const auto self = weak.lock();
-    if (self && self->IsOpen()) self->SendNextOfStream(valueHandle);
-  });
+  stream.task = timeline_.PostAt(stream.due, WhileOpen([valueHandle](SimulatedLink& self) {
+                                   self.SendNextOfStream(valueHandle);
+                                 }));
 }
 
 void SimulatedLink::SendNextOfStream(std::uint16_t valueHandle) {
@@ -129,13 +119,11 @@ void SimulatedLink::SendNextOfStream(std::uint16_t valueHandle) {
   const auto* characteristic = peripheral_->Database().FindByValue(valueHandle);
   if (found == streams_.end() || !characteristic || !characteristic->stream) return;
   const auto source = characteristic->stream;  // the services may change while the value is sent
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
   Stream& stream = found->second;
   const Bytes& value = source->values[stream.next];
   stream.next = (stream.next + 1) % source->values.size();
   stream.due = std::max(stream.due + std::max(source->interval, kShortestInterval),
-                        timeline->Now());  // what a slow host missed is not made up for
+                        timeline_.Now());  // what a slow host missed is not made up for
   const bool more = stream.next != 0 || source->repeat;
   if (more) ScheduleStream(valueHandle, stream);
   peripheral_->Database().Find(valueHandle)->value = value;
@@ -143,20 +131,16 @@ void SimulatedLink::SendNextOfStream(std::uint16_t valueHandle) {
 }
 
 void SimulatedLink::StopStreams() {
-  const auto timeline = timeline_.lock();
-  for (const auto& [handle, stream] : std::exchange(streams_, {})) {
-    if (timeline) timeline->Cancel(stream.task);
-  }
+  for (const auto& [handle, stream] : std::exchange(streams_, {}))
+    timeline_.Cancel(stream.task);
 }
 
 void SimulatedConnector::Open(Opened opened) {
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
-  timeline->PostAfter(peripheral_->Scenario().connectLatency,
-                      [weak = timeline_, peripheral = peripheral_, opened = std::move(opened)] {
+  timeline_.PostAfter(peripheral_->Scenario().connectLatency,
+                      [timeline = timeline_, peripheral = peripheral_, opened = std::move(opened)] {
                         if (!peripheral->InReach())
                           return opened(nullptr, att::ChannelError::Unreachable);
-                        const auto link = std::make_shared<SimulatedLink>(weak, peripheral);
+                        const auto link = std::make_shared<SimulatedLink>(timeline, peripheral);
                         peripheral->OnLinkOpened(link);
                         opened(link, att::ChannelError::None);
                       });

@@ -9,7 +9,7 @@
 
 #include "att/AttChannel.h"
 #include "backends/simulated/AttServer.h"
-#include "backends/simulated/Timeline.h"
+#include "backends/simulated/TimelineRef.h"
 #include "backends/simulated/VirtualPeripheral.h"
 
 namespace ble::simulated {
@@ -21,7 +21,7 @@ class SimulatedLink final : public att::AttChannel,
                             public std::enable_shared_from_this<SimulatedLink>,
                             private AttServer::Host {
  public:
-  SimulatedLink(std::weak_ptr<Timeline> timeline, std::shared_ptr<VirtualPeripheral> peripheral);
+  SimulatedLink(TimelineRef timeline, std::shared_ptr<VirtualPeripheral> peripheral);
 
   void Start(std::weak_ptr<Listener> listener) override;
   bool Send(ByteView pdu) override;
@@ -47,6 +47,8 @@ class SimulatedLink final : public att::AttChannel,
                     std::uint16_t configuration) override;
   void OnValueWritten(const HostedCharacteristic& characteristic, ByteView value) override;
 
+  template <class Action>
+  auto WhileOpen(Action action);
   void End(att::ChannelError error);
   void Serve(ByteView pdu);
   void Deliver(ByteView pdu);
@@ -54,7 +56,7 @@ class SimulatedLink final : public att::AttChannel,
   void SendNextOfStream(std::uint16_t valueHandle);
   void StopStreams();
 
-  const std::weak_ptr<Timeline> timeline_;
+  TimelineRef timeline_;
   const std::shared_ptr<VirtualPeripheral> peripheral_;
   std::atomic<bool> open_{true};
 
@@ -70,14 +72,13 @@ class SimulatedLink final : public att::AttChannel,
 /// Opens links to one virtual peripheral.
 class SimulatedConnector final : public att::AttConnector {
  public:
-  SimulatedConnector(std::weak_ptr<Timeline> timeline,
-                     std::shared_ptr<VirtualPeripheral> peripheral)
+  SimulatedConnector(TimelineRef timeline, std::shared_ptr<VirtualPeripheral> peripheral)
       : timeline_(std::move(timeline)), peripheral_(std::move(peripheral)) {}
 
   void Open(Opened opened) override;
 
  private:
-  const std::weak_ptr<Timeline> timeline_;
+  TimelineRef timeline_;
   const std::shared_ptr<VirtualPeripheral> peripheral_;
 };
 

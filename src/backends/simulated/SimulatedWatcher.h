@@ -12,7 +12,7 @@ namespace ble::simulated {
 class SimulatedWatcher final : public StatefulWatcher,
                                public std::enable_shared_from_this<SimulatedWatcher> {
  public:
-  SimulatedWatcher(std::weak_ptr<Timeline> timeline, const AdapterScenario& adapter,
+  SimulatedWatcher(TimelineRef timeline, const AdapterScenario& adapter,
                    std::shared_ptr<const AirTraffic> traffic);
 
  private:
@@ -21,7 +21,7 @@ class SimulatedWatcher final : public StatefulWatcher,
   void Listen(const ScanOrderPtr& order);
   void Abort(BluetoothError error);
 
-  const std::weak_ptr<Timeline> timeline_;
+  TimelineRef timeline_;
   const AdapterScenario adapter_;
   const std::shared_ptr<const AirTraffic> traffic_;
   std::shared_ptr<ScanSession> session_;  // the radio's thread alone

@@ -5,6 +5,7 @@
 
 #include "backends/simulated/SimulatedLink.h"
 #include "base/GattUuids.h"
+#include "base/IfAlive.h"
 #include "platform/PlatformFailure.h"
 
 namespace ble::simulated {
@@ -24,7 +25,7 @@ AttributeDatabase BuildOrThrow(const std::vector<ServiceScenario>& services,
 
 }  // namespace
 
-VirtualPeripheral::VirtualPeripheral(std::weak_ptr<Timeline> timeline, PeripheralScenario scenario)
+VirtualPeripheral::VirtualPeripheral(TimelineRef timeline, PeripheralScenario scenario)
     : timeline_(std::move(timeline)),
       scenario_(std::move(scenario)),
       name_(scenario_.name),
@@ -43,17 +44,15 @@ std::string VirtualPeripheral::Name() const {
 void VirtualPeripheral::OnLinkOpened(const std::shared_ptr<SimulatedLink>& link) {
   std::erase_if(links_, [](const auto& other) { return other.expired(); });
   links_.push_back(link);
-  const auto timeline = timeline_.lock();
-  if (!timeline) return;
   for (std::size_t i = 0; i < events_.size(); ++i) {
     const Pending& pending = events_[i];
     if (pending.happened || pending.event.afterRequests || pending.event.kind == Kind::RestoreLink)
       continue;
-    timeline->PostAfter(pending.event.at, [weak = weak_from_this(), on = std::weak_ptr(link), i] {
-      const auto self = weak.lock();
-      const auto open = on.lock();
-      if (self && open && open->IsOpen()) self->Happen(i);
-    });
+    timeline_.PostAfter(pending.event.at, IfAlive(weak_from_this(), [on = std::weak_ptr(link),
+                                                                     i](VirtualPeripheral& self) {
+                          const auto open = on.lock();
+                          if (open && open->IsOpen()) self.Happen(i);
+                        }));
   }
 }
 
@@ -84,13 +83,12 @@ void VirtualPeripheral::DropLinks() {
   const auto restore = std::ranges::find_if(events_, [](const Pending& pending) {
     return pending.event.kind == Kind::RestoreLink && !pending.happened;
   });
-  const auto timeline = timeline_.lock();
-  if (restore != events_.end() && timeline) {
+  if (restore != events_.end()) {
     inReach_ = false;
     const auto index = static_cast<std::size_t>(restore - events_.begin());
-    timeline->PostAfter(restore->event.at, [weak = weak_from_this(), index] {
-      if (const auto self = weak.lock()) self->Happen(index);
-    });
+    timeline_.PostAfter(
+        restore->event.at,
+        IfAlive(weak_from_this(), [index](VirtualPeripheral& self) { self.Happen(index); }));
   }
   ForEachLink([](SimulatedLink& link) { link.Drop(); });
 }

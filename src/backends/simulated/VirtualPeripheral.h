@@ -8,7 +8,7 @@
 
 #include "backends/simulated/AttributeDatabase.h"
 #include "backends/simulated/Scenario.h"
-#include "backends/simulated/Timeline.h"
+#include "backends/simulated/TimelineRef.h"
 #include "platform/Event.h"
 
 namespace ble::simulated {
@@ -25,7 +25,7 @@ class SimulatedLink;
 class VirtualPeripheral : public std::enable_shared_from_this<VirtualPeripheral> {
  public:
   /// Throws `PlatformFailure` when the services cannot be laid out.
-  VirtualPeripheral(std::weak_ptr<Timeline> timeline, PeripheralScenario scenario);
+  VirtualPeripheral(TimelineRef timeline, PeripheralScenario scenario);
 
   const PeripheralScenario& Scenario() const { return scenario_; }
   std::string Name() const;  ///< UTF-8
@@ -59,7 +59,7 @@ class VirtualPeripheral : public std::enable_shared_from_this<VirtualPeripheral>
   template <class Action>
   void ForEachLink(Action action);
 
-  const std::weak_ptr<Timeline> timeline_;
+  TimelineRef timeline_;
   const PeripheralScenario scenario_;
   EventSource<> nameChanged_;
   EventSource<> backInReach_;
