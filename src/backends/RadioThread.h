@@ -1,11 +1,13 @@
 #pragma once
 
 #include <exception>
+#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include "base/TaskQueue.h"
 #include "platform/PlatformFailure.h"
 
 namespace ble {
@@ -30,5 +32,42 @@ void RunOnRadioThread(const Task& task, Args... args) {
   } catch (const std::exception&) {
   }
 }
+
+/// The tasks of a backend and the thread that runs them, which starts with the first of them.
+class TaskThread {
+ public:
+  void Cancel(Executor::TaskId id) {
+    TaskQueue::Taken forgotten;  // dies after the lock
+    const std::lock_guard lock(mutex_);
+    forgotten = queue_.Take(id);
+  }
+
+ protected:
+  /// Drops what is pending, has `wake` wake the thread, and waits for its end; on that very thread,
+  /// which then ends once the present task has returned, it does not wait.
+  template <class Wake>
+  void StopAnd(Wake wake) {
+    TaskQueue dropped;  // dies after the lock
+    std::thread thread;
+    {
+      const std::lock_guard lock(mutex_);
+      stopped_ = true;
+      std::swap(dropped, queue_);
+      thread = std::move(thread_);
+    }
+    wake();
+    if (!thread.joinable()) return;
+    if (thread.get_id() == std::this_thread::get_id()) {
+      thread.detach();
+    } else {
+      thread.join();
+    }
+  }
+
+  mutable std::mutex mutex_;  // guards every field below, also of derived classes; no task holds it
+  std::thread thread_;
+  bool stopped_ = false;
+  TaskQueue queue_;
+};
 
 }  // namespace ble

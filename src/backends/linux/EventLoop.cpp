@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
-#include <thread>
 #include <utility>
 
 #include "backends/RadioThread.h"
-#include "base/TaskQueue.h"
 
 namespace ble::linux_radio {
 namespace {
@@ -19,7 +16,7 @@ constexpr milliseconds kLongestWait = std::chrono::hours(1);
 
 }  // namespace
 
-class EventLoop::Core : public std::enable_shared_from_this<Core> {
+class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<Core> {
  public:
   TaskId Submit(SteadyClock::time_point due, Task task) {
     const std::lock_guard lock(mutex_);
@@ -29,12 +26,6 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
     const bool isFirst = queue_.Add(id, due, std::move(task));
     if (isFirst && due < sleepsUntil_ && !IsLoopThread()) descriptors_.Wake();
     return id;
-  }
-
-  void Cancel(TaskId id) {
-    TaskQueue::Taken forgotten;  // dies after the lock
-    const std::lock_guard lock(mutex_);
-    forgotten = queue_.Take(id);
   }
 
   WatchId Watch(int fd, std::uint32_t events, ReadyHandler handler) {
@@ -75,22 +66,10 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
   }
 
   void Stop() {
-    TaskQueue dropped;  // dies after the lock
-    std::thread thread;
-    {
-      const std::lock_guard lock(mutex_);
-      stopped_ = true;
-      std::swap(dropped, queue_);
-      thread = std::move(thread_);
-    }
-    descriptors_.Close();
-    descriptors_.Wake();
-    if (!thread.joinable()) return;
-    if (thread.get_id() == std::this_thread::get_id()) {
-      thread.detach();
-    } else {
-      thread.join();
-    }
+    StopAnd([this] {
+      descriptors_.Close();
+      descriptors_.Wake();
+    });
   }
 
  private:
@@ -148,12 +127,9 @@ class EventLoop::Core : public std::enable_shared_from_this<Core> {
 
   DescriptorWatch descriptors_;
   std::atomic<std::thread::id> threadId_;  ///< set under the lock; stays when it was detached
-  mutable std::mutex mutex_;  // guards every field below; never held by a task or handler
-  std::thread thread_;
-  bool stopped_ = false;
+  // Below: guarded by the lock of TaskThread.
   std::weak_ptr<LendableInput> lent_;
   SteadyClock::time_point sleepsUntil_{};  ///< when the thread wakes without being woken
-  TaskQueue queue_;
 };
 
 EventLoop::EventLoop() : core_(std::make_shared<Core>()) {}

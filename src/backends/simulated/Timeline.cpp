@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <mutex>
-#include <thread>
 #include <utility>
 #include <vector>
 
 #include "backends/RadioThread.h"
-#include "base/TaskQueue.h"
 #include "platform/SystemServices.h"
 
 namespace ble::simulated {
@@ -30,7 +27,7 @@ milliseconds Bounded(milliseconds duration) {
 
 }  // namespace
 
-class Timeline::Core : public std::enable_shared_from_this<Core> {
+class Timeline::Core : public TaskThread, public std::enable_shared_from_this<Core> {
  public:
   explicit Core(Mode mode) : virtual_(mode == Mode::Virtual) {}
 
@@ -50,12 +47,6 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
     return Submit(std::max(due, LockedNow()), std::move(task));
   }
 
-  void Cancel(TaskId id) {
-    TaskQueue::Taken forgotten;  // dies after the lock
-    const std::lock_guard lock(mutex_);
-    forgotten = queue_.Take(id);
-  }
-
   bool IsRadioThread() const {
     const std::lock_guard lock(mutex_);
     return thread_.get_id() == std::this_thread::get_id();
@@ -72,22 +63,10 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   }
 
   void Stop() {
-    TaskQueue dropped;  // dies after the lock
-    std::thread thread;
-    {
-      const std::lock_guard lock(mutex_);
-      stopped_ = true;
-      std::swap(dropped, queue_);
-      thread = std::move(thread_);
-    }
-    wake_.notify_one();
-    waitFinished_.notify_all();
-    if (!thread.joinable()) return;
-    if (thread.get_id() == std::this_thread::get_id()) {
-      thread.detach();
-    } else {
-      thread.join();
-    }
+    StopAnd([this] {
+      wake_.notify_one();
+      waitFinished_.notify_all();
+    });
   }
 
  private:
@@ -199,13 +178,10 @@ class Timeline::Core : public std::enable_shared_from_this<Core> {
   }
 
   const bool virtual_;
-  mutable std::mutex mutex_;              // guards every field below; never held by a task
   std::condition_variable wake_;          // the radio's thread waits for work
   std::condition_variable waitFinished_;  // virtual mode: other threads wait for their waits
-  std::thread thread_;
-  bool stopped_ = false;
-  int running_ = 0;  ///< tasks begun and not finished; more than one when waits nest
-  TaskQueue queue_;
+  // Below: guarded by the lock of TaskThread.
+  int running_ = 0;               ///< tasks begun and not finished; more than one when waits nest
   TimePoint now_{};               ///< virtual mode
   std::vector<Waiter*> waiters_;  ///< virtual mode; owned by the waiting threads
 };
