@@ -45,11 +45,8 @@ class BareCharacteristic final : public GattCharacteristic {
   std::uint32_t CharacteristicProperties() const override { return 2; }
   std::u16string UserDescription() const override { return {}; }
   std::vector<GattPresentationFormat> PresentationFormats() const override { return {}; }
-  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode) override {
-    return nullptr;
-  }
-  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(const Uuid&,
-                                                                      BluetoothCacheMode) override {
+  AsyncOperationPtr<GattDescriptorsResult> QueryDescriptors(const std::optional<Uuid>&,
+                                                            BluetoothCacheMode) override {
     return nullptr;
   }
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode) override { return nullptr; }
@@ -79,20 +76,12 @@ class BareService final : public GattDeviceService {
  public:
   std::uint16_t AttributeHandle() const override { return 1; }
   Uuid AttributeUuid() const override { return UuidFromShort(0x180F); }
-  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(
-      BluetoothCacheMode) override {
+  AsyncOperationPtr<GattDeviceServicesResult> QueryIncludedServices(const std::optional<Uuid>&,
+                                                                    BluetoothCacheMode) override {
     return nullptr;
   }
-  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
-      const Uuid&, BluetoothCacheMode) override {
-    return nullptr;
-  }
-  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(
-      BluetoothCacheMode) override {
-    return nullptr;
-  }
-  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
-      const Uuid&, BluetoothCacheMode) override {
+  AsyncOperationPtr<GattCharacteristicsResult> QueryCharacteristics(const std::optional<Uuid>&,
+                                                                    BluetoothCacheMode) override {
     return nullptr;
   }
 };

@@ -75,13 +75,10 @@ class TappedDevice final : public BluetoothLEDevice {
     return BluetoothConnectionStatus::Connected;
   }
   std::u16string Name() const override { return {}; }
-  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(
-      BluetoothCacheMode mode) override {
-    return client_.GetGattServicesAsync(mode);
-  }
-  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) override {
-    return client_.GetGattServicesForUuidAsync(uuid, mode);
+  AsyncOperationPtr<GattDeviceServicesResult> QueryGattServices(const std::optional<Uuid>& wanted,
+                                                                BluetoothCacheMode mode) override {
+    return wanted ? client_.GetGattServicesForUuidAsync(*wanted, mode)
+                  : client_.GetGattServicesAsync(mode);
   }
   EventToken OnConnectionStatusChanged(Changed::Handler) override { return {}; }
   EventToken OnNameChanged(Changed::Handler) override { return {}; }

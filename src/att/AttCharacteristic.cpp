@@ -99,16 +99,6 @@ std::uint32_t AttCharacteristic::CharacteristicProperties() const {
   return properties_ | description_.ExtendedProperties();
 }
 
-AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::GetDescriptorsAsync(
-    BluetoothCacheMode mode) {
-  return QueryDescriptors(std::nullopt, mode);
-}
-
-AsyncOperationPtr<GattDescriptorsResult> AttCharacteristic::GetDescriptorsForUuidAsync(
-    const Uuid& uuid, BluetoothCacheMode mode) {
-  return QueryDescriptors(uuid, mode);
-}
-
 [[gnu::hot]] AsyncOperationPtr<GattReadResult> AttCharacteristic::ReadValueAsync(
     BluetoothCacheMode mode) {
   if (mode == BluetoothCacheMode::Cached) return Completed<GattReadResult>({}, {{}, value_.Get()});

@@ -23,6 +23,8 @@ class AttCharacteristic final : public GattCharacteristic,
                                 public ValueKeeper,
                                 public std::enable_shared_from_this<AttCharacteristic> {
  public:
+  using Wanted = std::optional<Uuid>;
+
   AttCharacteristic(std::shared_ptr<GattContext> context, const CharacteristicRecord& record);
 
   /// Takes over what may differ when the characteristic is found again.
@@ -46,10 +48,8 @@ class AttCharacteristic final : public GattCharacteristic,
     return description_.Misses(descriptorUuid) && context_->Link().IsOpen();
   }
 
-  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) override;
-  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) override;
-
+  AsyncOperationPtr<GattDescriptorsResult> QueryDescriptors(const Wanted& wanted,
+                                                            BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value,
                                                                GattWriteOption option) override;
@@ -64,12 +64,9 @@ class AttCharacteristic final : public GattCharacteristic,
   }
 
  private:
-  using Wanted = std::optional<Uuid>;
   using ConfigurationFound =
       std::function<void(const GattResult& status, std::uint16_t descriptorHandle)>;
 
-  AsyncOperationPtr<GattDescriptorsResult> QueryDescriptors(const Wanted& wanted,
-                                                            BluetoothCacheMode mode);
   GattDescriptorsResult Publish(const std::vector<DescriptorRecord>& records, const Wanted& wanted);
   /// Searches the server and remembers what it finds.
   void SearchDescriptors(const BearerPtr& bearer, Found<DescriptorRecord> found);
@@ -87,7 +84,7 @@ class AttCharacteristic final : public GattCharacteristic,
   // The client configuration descriptor: its handle, 0 when there is none, and above that the
   // version of the database it was found in.
   std::atomic<std::uint32_t> configuration_{0};
-  KnownRecords<DescriptorRecord> descriptors_;
+  LastKnown<DescriptorRecord> descriptors_;
   CharacteristicDescription description_;
   KnownValue value_;
   ValueChanged valueChanged_;

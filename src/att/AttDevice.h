@@ -20,12 +20,10 @@ class AttDevice : public BluetoothLEDevice {
                                  : BluetoothConnectionStatus::Disconnected;
   }
 
-  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(BluetoothCacheMode mode) final {
-    return client_->GetGattServicesAsync(mode);
-  }
-  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) final {
-    return client_->GetGattServicesForUuidAsync(uuid, mode);
+  AsyncOperationPtr<GattDeviceServicesResult> QueryGattServices(const std::optional<Uuid>& wanted,
+                                                                BluetoothCacheMode mode) final {
+    return wanted ? client_->GetGattServicesForUuidAsync(*wanted, mode)
+                  : client_->GetGattServicesAsync(mode);
   }
 
   EventToken OnConnectionStatusChanged(Changed::Handler handler) final {

@@ -9,28 +9,8 @@ namespace ble::att {
 AttService::AttService(std::shared_ptr<GattContext> context, const ServiceRecord& record)
     : context_(std::move(context)), handle_(record.handle), uuid_(record.uuid), end_(record.end) {}
 
-AsyncOperationPtr<GattDeviceServicesResult> AttService::GetIncludedServicesAsync(
-    BluetoothCacheMode mode) {
-  return QueryIncludes(std::nullopt, mode);
-}
-
-AsyncOperationPtr<GattDeviceServicesResult> AttService::GetIncludedServicesForUuidAsync(
-    const Uuid& uuid, BluetoothCacheMode mode) {
-  return QueryIncludes(uuid, mode);
-}
-
-AsyncOperationPtr<GattCharacteristicsResult> AttService::GetCharacteristicsAsync(
-    BluetoothCacheMode mode) {
-  return QueryCharacteristics(std::nullopt, mode);
-}
-
-AsyncOperationPtr<GattCharacteristicsResult> AttService::GetCharacteristicsForUuidAsync(
-    const Uuid& uuid, BluetoothCacheMode mode) {
-  return QueryCharacteristics(uuid, mode);
-}
-
-AsyncOperationPtr<GattDeviceServicesResult> AttService::QueryIncludes(const Wanted& wanted,
-                                                                      BluetoothCacheMode mode) {
+AsyncOperationPtr<GattDeviceServicesResult> AttService::QueryIncludedServices(
+    const Wanted& wanted, BluetoothCacheMode mode) {
   if (mode == BluetoothCacheMode::Cached) return Completed({}, Publish(includes_.Get(), wanted));
   return OverLink<GattDeviceServicesResult>(
       context_->Link(),

@@ -14,6 +14,8 @@ namespace ble::att {
 /// A service found on a server.
 class AttService final : public GattDeviceService, public std::enable_shared_from_this<AttService> {
  public:
+  using Wanted = std::optional<Uuid>;
+
   AttService(std::shared_ptr<GattContext> context, const ServiceRecord& record);
 
   /// Takes over what may differ when the service is found again: where it ends. `declaredIn` is the
@@ -28,22 +30,12 @@ class AttService final : public GattDeviceService, public std::enable_shared_fro
   std::uint16_t AttributeHandle() const override { return handle_; }
   Uuid AttributeUuid() const override { return uuid_; }
 
-  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(
-      BluetoothCacheMode mode) override;
-  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) override;
-  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(
-      BluetoothCacheMode mode) override;
-  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) override;
+  AsyncOperationPtr<GattDeviceServicesResult> QueryIncludedServices(
+      const Wanted& wanted, BluetoothCacheMode mode) override;
+  AsyncOperationPtr<GattCharacteristicsResult> QueryCharacteristics(
+      const Wanted& wanted, BluetoothCacheMode mode) override;
 
  private:
-  using Wanted = std::optional<Uuid>;
-
-  AsyncOperationPtr<GattDeviceServicesResult> QueryIncludes(const Wanted& wanted,
-                                                            BluetoothCacheMode mode);
-  AsyncOperationPtr<GattCharacteristicsResult> QueryCharacteristics(const Wanted& wanted,
-                                                                    BluetoothCacheMode mode);
   GattDeviceServicesResult Publish(const std::vector<ServiceRecord>& records,
                                    const Wanted& wanted) const;
   GattCharacteristicsResult Publish(const std::vector<CharacteristicRecord>& records,
@@ -54,8 +46,8 @@ class AttService final : public GattDeviceService, public std::enable_shared_fro
   const Uuid uuid_;
   std::atomic<std::uint16_t> end_;
   std::atomic<std::uint32_t> declaredIn_{0};
-  KnownRecords<ServiceRecord> includes_;
-  KnownRecords<CharacteristicRecord> characteristics_;
+  LastKnown<ServiceRecord> includes_;
+  LastKnown<CharacteristicRecord> characteristics_;
 };
 
 }  // namespace ble::att

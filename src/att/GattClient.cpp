@@ -25,7 +25,7 @@ GattDeviceServicesResult Publish(const std::shared_ptr<GattContext>& context,
 GattClient::GattClient(std::shared_ptr<AttConnector> connector, std::shared_ptr<Executor> executor,
                        GattClientEvents events)
     : context_(GattContext::Create(std::move(connector), std::move(executor), std::move(events))),
-      services_(std::make_shared<KnownRecords<ServiceRecord>>()) {}
+      services_(std::make_shared<LastKnown<ServiceRecord>>()) {}
 
 GattClient::~GattClient() {
   Close();

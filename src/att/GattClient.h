@@ -40,7 +40,7 @@ class GattClient {
 
  private:
   const std::shared_ptr<GattContext> context_;
-  const std::shared_ptr<KnownRecords<ServiceRecord>> services_;
+  const std::shared_ptr<LastKnown<ServiceRecord>> services_;
 };
 
 }  // namespace ble::att

@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -28,40 +29,25 @@ AsyncOperationPtr<Result> OverLink(AttLink& link, Body body) {
   return operation;
 }
 
-/// The value last read or received.
-class KnownValue {
+/// What was last read, received or found: bytes or records.
+template <class T>
+class LastKnown {
  public:
-  void Store(ByteView value) {
+  void Store(std::span<const T> items) {
     const std::lock_guard lock(mutex_);
-    bytes_.assign(value.begin(), value.end());
+    items_.assign(items.begin(), items.end());
   }
-  Bytes Get() const {
+  std::vector<T> Get() const {
     const std::lock_guard lock(mutex_);
-    return bytes_;
+    return items_;
   }
 
  private:
-  mutable std::mutex mutex_;
-  Bytes bytes_;
+  mutable std::mutex mutex_;  // guards the items
+  std::vector<T> items_;
 };
 
-/// What the last complete search found.
-template <class Record>
-class KnownRecords {
- public:
-  void Store(const std::vector<Record>& records) {
-    const std::lock_guard lock(mutex_);
-    records_ = records;
-  }
-  std::vector<Record> Get() const {
-    const std::lock_guard lock(mutex_);
-    return records_;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<Record> records_;
-};
+using KnownValue = LastKnown<std::uint8_t>;
 
 /// Appends to `objects` what `make` gives for each record that has the wanted UUID, if one is.
 template <class Record, class Object, class Make>

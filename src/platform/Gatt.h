@@ -88,7 +88,8 @@ struct GattReadClientCharacteristicConfigurationDescriptorResult : GattResult {
 };
 
 /// A descriptor of a characteristic. All three GATT interfaces: objects are compared by identity;
-/// operations may be started from any thread and complete on any; properties answer at once.
+/// operations may be started from any thread and complete on any; properties answer at once. A
+/// query asks for all of a kind, or for those with the wanted UUID.
 class GattDescriptor {
  public:
   virtual ~GattDescriptor() = default;
@@ -118,9 +119,15 @@ class GattCharacteristic {
   /// handle order; empty until the descriptors have been queried.
   virtual std::vector<GattPresentationFormat> PresentationFormats() const = 0;
 
-  virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) = 0;
-  virtual AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) = 0;
+  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(BluetoothCacheMode mode) {
+    return QueryDescriptors(std::nullopt, mode);
+  }
+  AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(const Uuid& uuid,
+                                                                      BluetoothCacheMode mode) {
+    return QueryDescriptors(uuid, mode);
+  }
+  virtual AsyncOperationPtr<GattDescriptorsResult> QueryDescriptors(
+      const std::optional<Uuid>& wanted, BluetoothCacheMode mode) = 0;
   /// Whether the three properties lack what a descriptor of a kind says, since it could not be read
   /// then: a new query for the kind reads it again.
   virtual bool MissesDescription(const Uuid& /*descriptorUuid*/) const { return false; }
@@ -143,14 +150,25 @@ class GattDeviceService {
   virtual std::uint16_t AttributeHandle() const = 0;
   virtual Uuid AttributeUuid() const = 0;
 
-  virtual AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(
-      BluetoothCacheMode mode) = 0;
-  virtual AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) = 0;
-  virtual AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(
-      BluetoothCacheMode mode) = 0;
-  virtual AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) = 0;
+  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(BluetoothCacheMode mode) {
+    return QueryIncludedServices(std::nullopt, mode);
+  }
+  AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(
+      const Uuid& uuid, BluetoothCacheMode mode) {
+    return QueryIncludedServices(uuid, mode);
+  }
+  virtual AsyncOperationPtr<GattDeviceServicesResult> QueryIncludedServices(
+      const std::optional<Uuid>& wanted, BluetoothCacheMode mode) = 0;
+
+  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(BluetoothCacheMode mode) {
+    return QueryCharacteristics(std::nullopt, mode);
+  }
+  AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
+      const Uuid& uuid, BluetoothCacheMode mode) {
+    return QueryCharacteristics(uuid, mode);
+  }
+  virtual AsyncOperationPtr<GattCharacteristicsResult> QueryCharacteristics(
+      const std::optional<Uuid>& wanted, BluetoothCacheMode mode) = 0;
 };
 
 }  // namespace ble

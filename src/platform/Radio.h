@@ -42,10 +42,15 @@ class BluetoothLEDevice {
   virtual BluetoothConnectionStatus ConnectionStatus() const = 0;
   virtual std::u16string Name() const = 0;
 
-  virtual AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(
-      BluetoothCacheMode mode) = 0;
-  virtual AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(
-      const Uuid& uuid, BluetoothCacheMode mode) = 0;
+  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(BluetoothCacheMode mode) {
+    return QueryGattServices(std::nullopt, mode);
+  }
+  AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(const Uuid& uuid,
+                                                                          BluetoothCacheMode mode) {
+    return QueryGattServices(uuid, mode);
+  }
+  virtual AsyncOperationPtr<GattDeviceServicesResult> QueryGattServices(
+      const std::optional<Uuid>& wanted, BluetoothCacheMode mode) = 0;
 
   /// Raised on the platform's threads, after the change is visible through the getters.
   [[nodiscard]] virtual EventToken OnConnectionStatusChanged(Changed::Handler handler) = 0;

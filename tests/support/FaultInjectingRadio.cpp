@@ -65,8 +65,7 @@ AsyncOperationPtr<BluetoothLEDevice> FaultInjectingRadio::DeviceFromBluetoothAdd
   return plan_->Operation<BluetoothLEDevice>(
       CallKind::DeviceLookUp, [&] { return inner_->DeviceFromBluetoothAddressAsync(address); },
       [plan = plan_](const std::shared_ptr<BluetoothLEDevice>& device) {
-        return std::static_pointer_cast<BluetoothLEDevice>(
-            plan->Wrap<FaultInjectingDevice>(device));
+        return WithFaults(device, plan);
       });
 }
 

@@ -109,11 +109,8 @@ class StormRadio final : public Radio, public std::enable_shared_from_this<Storm
     std::vector<GattPresentationFormat> PresentationFormats() const override {
       return {{4, 0, 0x2700, 1, 0}};
     }
-    AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsAsync(Mode) override {
-      return Done(GattDescriptorsResult{});
-    }
-    AsyncOperationPtr<GattDescriptorsResult> GetDescriptorsForUuidAsync(const Uuid&,
-                                                                        Mode) override {
+    AsyncOperationPtr<GattDescriptorsResult> QueryDescriptors(const std::optional<Uuid>&,
+                                                              Mode) override {
       return Done(GattDescriptorsResult{});
     }
     AsyncOperationPtr<GattReadResult> ReadValueAsync(Mode) override {
@@ -146,22 +143,16 @@ class StormRadio final : public Radio, public std::enable_shared_from_this<Storm
     explicit StormService(Ptr radio) : radio_(std::move(radio)) {}
     std::uint16_t AttributeHandle() const override { return 1; }
     Uuid AttributeUuid() const override { return Uuid::FromAssignedNumber(0x180F); }
-    AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesAsync(Mode) override {
+    AsyncOperationPtr<GattDeviceServicesResult> QueryIncludedServices(const std::optional<Uuid>&,
+                                                                      Mode) override {
       return Done(GattDeviceServicesResult{});
     }
-    AsyncOperationPtr<GattDeviceServicesResult> GetIncludedServicesForUuidAsync(const Uuid&,
-                                                                                Mode) override {
-      return Done(GattDeviceServicesResult{});
-    }
-    AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsAsync(Mode) override {
+    AsyncOperationPtr<GattCharacteristicsResult> QueryCharacteristics(const std::optional<Uuid>&,
+                                                                      Mode) override {
       GattCharacteristicsResult result;
       for (const auto& one : radio_->characteristics_)
         result.characteristics.push_back(one);
       return Done(std::move(result));
-    }
-    AsyncOperationPtr<GattCharacteristicsResult> GetCharacteristicsForUuidAsync(
-        const Uuid&, Mode mode) override {
-      return GetCharacteristicsAsync(mode);
     }
 
    private:
@@ -180,12 +171,9 @@ class StormRadio final : public Radio, public std::enable_shared_from_this<Storm
                                 : BluetoothConnectionStatus::Disconnected;
     }
     std::u16string Name() const override { return u"Storm"; }
-    AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesAsync(Mode) override {
+    AsyncOperationPtr<GattDeviceServicesResult> QueryGattServices(const std::optional<Uuid>&,
+                                                                  Mode) override {
       return Done(GattDeviceServicesResult{{}, {std::make_shared<StormService>(radio_)}});
-    }
-    AsyncOperationPtr<GattDeviceServicesResult> GetGattServicesForUuidAsync(const Uuid&,
-                                                                            Mode mode) override {
-      return GetGattServicesAsync(mode);
     }
     EventToken OnConnectionStatusChanged(Changed::Handler handler) override {
       return radio_->statusChanged_.Add(std::move(handler));

@@ -33,7 +33,7 @@ AsyncOperationPtr<T> CompleteOn(Timeline& timeline, std::shared_ptr<T> result) {
 SimulatedRadio::SimulatedRadio(std::shared_ptr<Timeline> timeline, Scenario scenario)
     : timeline_(std::move(timeline)),
       adapter_(scenario.adapter),
-      adapterFaults_(std::make_shared<simulated::FaultPlan>(timeline_, adapter_.faults)) {
+      adapterFaults_(std::make_shared<FaultPlan>(timeline_, adapter_.faults)) {
   auto traffic = std::make_shared<AirTraffic>();
   traffic->captures = std::move(scenario.captures);
   traffic->radioEvents = std::move(scenario.radioEvents);
@@ -44,7 +44,7 @@ SimulatedRadio::SimulatedRadio(std::shared_ptr<Timeline> timeline, Scenario scen
           std::make_unique<const Advertiser>(address, *peripheral.advertising));
     Reachable& reachable = peripherals_[address];
     if (!peripheral.faults.empty())
-      reachable.faults = std::make_shared<simulated::FaultPlan>(timeline_, peripheral.faults);
+      reachable.faults = std::make_shared<FaultPlan>(timeline_, peripheral.faults);
     reachable.peripheral = std::make_shared<VirtualPeripheral>(timeline_, std::move(peripheral));
   }
   traffic_ = std::move(traffic);
@@ -54,8 +54,7 @@ AsyncOperationPtr<BluetoothAdapter> SimulatedRadio::GetDefaultAdapterAsync() {
   std::shared_ptr<BluetoothAdapter> adapter;
   if (adapter_.present) adapter = std::make_shared<SimulatedAdapter>(adapter_);
   return adapterFaults_->Operation<BluetoothAdapter>(
-      simulated::CallKind::AdapterLookUp,
-      [&] { return CompleteOn(*timeline_, std::move(adapter)); },
+      CallKind::AdapterLookUp, [&] { return CompleteOn(*timeline_, std::move(adapter)); },
       [](const std::shared_ptr<BluetoothAdapter>& found) { return found; });
 }
 
@@ -75,10 +74,8 @@ AsyncOperationPtr<BluetoothLEDevice> SimulatedRadio::DeviceFromBluetoothAddressA
   const auto plan = found->second.faults;
   if (!plan) return lookUp();
   return plan->Operation<BluetoothLEDevice>(
-      simulated::CallKind::DeviceLookUp, lookUp,
-      [plan](const std::shared_ptr<BluetoothLEDevice>& device) {
-        return std::static_pointer_cast<BluetoothLEDevice>(
-            plan->Wrap<simulated::FaultInjectingDevice>(device));
+      CallKind::DeviceLookUp, lookUp, [plan](const std::shared_ptr<BluetoothLEDevice>& device) {
+        return WithFaults(device, plan);
       });
 }
 

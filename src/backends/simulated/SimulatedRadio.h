@@ -30,12 +30,12 @@ class SimulatedRadio final : public Radio {
  private:
   struct Reachable {
     std::shared_ptr<VirtualPeripheral> peripheral;
-    std::shared_ptr<simulated::FaultPlan> faults;  ///< null: none
+    std::shared_ptr<FaultPlan> faults;  ///< null: none
   };
 
   const std::shared_ptr<Timeline> timeline_;
   const AdapterScenario adapter_;
-  const std::shared_ptr<simulated::FaultPlan> adapterFaults_;
+  const std::shared_ptr<FaultPlan> adapterFaults_;
   std::map<std::uint64_t, Reachable> peripherals_;
   std::shared_ptr<const AirTraffic> traffic_;
   Notice notices_;
