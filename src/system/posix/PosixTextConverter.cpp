@@ -1,5 +1,3 @@
-#include "system/posix/PosixTextConverter.h"
-
 #include <algorithm>
 #include <bit>
 #include <cerrno>
@@ -7,7 +5,9 @@
 
 #include "base/NeverDestroyed.h"
 #include "base/Utf.h"
+#include "platform/TextConverter.h"
 #include "system/CodePages.h"
+#include "system/posix/IconvPool.h"
 
 namespace ble {
 namespace posix {
@@ -80,73 +80,80 @@ class Run {
   std::size_t used_ = 0;  // bytes
 };
 
-}  // namespace
+/// UTF-8 by the library's own codec, the pages of one byte a character by the tables that all
+/// systems share, the others through iconv.
+class PosixTextConverter final : public TextConverter {
+ public:
+  ConversionError ToWide(std::uint32_t codePage, std::string_view text,
+                         std::u16string& out) const override {
+    if (codePage != kSystemCodePage && codePage != kUtf8CodePage)
+      return DecodeCodePage(codePage, text, out);
+    return StrictUtf8ToUtf16(text, out) ? ConversionError::None
+                                        : ConversionError::NoUnicodeTranslation;
+  }
 
-ConversionError PosixTextConverter::ToWide(std::uint32_t codePage, std::string_view text,
-                                           std::u16string& out) const {
-  if (codePage != kSystemCodePage && codePage != kUtf8CodePage)
-    return DecodeCodePage(codePage, text, out);
-  return StrictUtf8ToUtf16(text, out) ? ConversionError::None
-                                      : ConversionError::NoUnicodeTranslation;
-}
+  ConversionError ToNarrow(std::uint32_t codePage, std::u16string_view text,
+                           std::string& out) const override {
+    if (codePage != kSystemCodePage && codePage != kUtf8CodePage)
+      return EncodeCodePage(codePage, text, out);
+    out.clear();
+    if (!IsWellFormedUtf16(text)) return ConversionError::NoUnicodeTranslation;
+    AppendUtf8(text, out);
+    return ConversionError::None;
+  }
 
-ConversionError PosixTextConverter::ToNarrow(std::uint32_t codePage, std::u16string_view text,
-                                             std::string& out) const {
-  if (codePage != kSystemCodePage && codePage != kUtf8CodePage)
-    return EncodeCodePage(codePage, text, out);
-  out.clear();
-  if (!IsWellFormedUtf16(text)) return ConversionError::NoUnicodeTranslation;
-  AppendUtf8(text, out);
-  return ConversionError::None;
-}
-
-ConversionError PosixTextConverter::DecodeCodePage(std::uint32_t codePage, std::string_view text,
-                                                   std::u16string& out) const {
-  const MultiBytePage* const page = FindMultiBytePage(codePage);
-  if (page == nullptr) return SingleByteToWide(codePage, text, out);
-  out.clear();
-  const IconvPool::Loan loan = pool_.Borrow({page->charset, kUtf16});
-  if (!loan.Succeeded()) return ConversionError::InvalidParameter;
-  Run run(loan.Get(), text, out);
-  while (run.Convert() != 0) {
-    const std::uint8_t lone = run.Left() > 0 ? static_cast<std::uint8_t>(*run.Rest()) : 0;
-    if (lone < 0x80 || lone > page->lastControl) {
-      out.clear();
-      return ConversionError::NoUnicodeTranslation;
+ private:
+  ConversionError DecodeCodePage(std::uint32_t codePage, std::string_view text,
+                                 std::u16string& out) const {
+    const MultiBytePage* const page = FindMultiBytePage(codePage);
+    if (page == nullptr) return SingleByteToWide(codePage, text, out);
+    out.clear();
+    const IconvPool::Loan loan = pool_.Borrow({page->charset, kUtf16});
+    if (!loan.Succeeded()) return ConversionError::InvalidParameter;
+    Run run(loan.Get(), text, out);
+    while (run.Convert() != 0) {
+      const std::uint8_t lone = run.Left() > 0 ? static_cast<std::uint8_t>(*run.Rest()) : 0;
+      if (lone < 0x80 || lone > page->lastControl) {
+        out.clear();
+        return ConversionError::NoUnicodeTranslation;
+      }
+      run.Skip(1);
+      run.Put(lone);
     }
-    run.Skip(1);
-    run.Put(lone);
+    run.Finish();
+    if (codePage == kJohab) SwapBackslash(out);
+    return ConversionError::None;
   }
-  run.Finish();
-  if (codePage == kJohab) SwapBackslash(out);
-  return ConversionError::None;
-}
 
-ConversionError PosixTextConverter::EncodeCodePage(std::uint32_t codePage, std::u16string_view text,
-                                                   std::string& out) const {
-  const MultiBytePage* const page = FindMultiBytePage(codePage);
-  if (page == nullptr) return WideToSingleByte(codePage, text, out);
-  out.clear();
-  if (!IsWellFormedUtf16(text)) return ConversionError::NoUnicodeTranslation;
-  const IconvPool::Loan loan = pool_.Borrow({kUtf16, page->charset});
-  if (!loan.Succeeded()) return ConversionError::InvalidParameter;
-  std::u16string swapped;
-  if (codePage == kJohab) {
-    swapped = text;
-    SwapBackslash(swapped);
-    text = swapped;
+  ConversionError EncodeCodePage(std::uint32_t codePage, std::u16string_view text,
+                                 std::string& out) const {
+    const MultiBytePage* const page = FindMultiBytePage(codePage);
+    if (page == nullptr) return WideToSingleByte(codePage, text, out);
+    out.clear();
+    if (!IsWellFormedUtf16(text)) return ConversionError::NoUnicodeTranslation;
+    const IconvPool::Loan loan = pool_.Borrow({kUtf16, page->charset});
+    if (!loan.Succeeded()) return ConversionError::InvalidParameter;
+    std::u16string swapped;
+    if (codePage == kJohab) {
+      swapped = text;
+      SwapBackslash(swapped);
+      text = swapped;
+    }
+    Run run(loan.Get(), text, out);
+    while (run.Convert() != 0 && run.Left() > 0) {
+      // The text is well-formed: what stops the conversion is a character the code page lacks.
+      const char16_t lacking = text[text.size() - run.Left() / sizeof(char16_t)];
+      run.Skip(IsHighSurrogate(lacking) ? 2 * sizeof(char16_t) : sizeof(char16_t));
+      run.Put(lacking >= 0x80 && lacking <= page->lastControl ? static_cast<char>(lacking) : '?');
+    }
+    run.Finish();
+    return ConversionError::None;
   }
-  Run run(loan.Get(), text, out);
-  while (run.Convert() != 0 && run.Left() > 0) {
-    // The text is well-formed: what stops the conversion is a character the code page lacks.
-    const char16_t lacking = text[text.size() - run.Left() / sizeof(char16_t)];
-    run.Skip(IsHighSurrogate(lacking) ? 2 * sizeof(char16_t) : sizeof(char16_t));
-    run.Put(lacking >= 0x80 && lacking <= page->lastControl ? static_cast<char>(lacking) : '?');
-  }
-  run.Finish();
-  return ConversionError::None;
-}
 
+  mutable IconvPool pool_;
+};
+
+}  // namespace
 }  // namespace posix
 
 const TextConverter& SystemTextConverter() {
