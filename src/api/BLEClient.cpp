@@ -1,7 +1,6 @@
 #include "api/BLEClient.h"
 
 #include <array>
-#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -14,8 +13,8 @@ namespace {
 using WideTexts = std::array<std::u16string, kMaxEventParameters>;
 
 /// The process-wide lock that serialises the creation of instances.
-std::mutex& CreationMutex() {
-  static NeverDestroyed<std::mutex> mutex;
+Mutex& CreationMutex() {
+  static NeverDestroyed<Mutex> mutex;
   return *mutex;
 }
 
@@ -40,7 +39,7 @@ BLEClient::BLEClient(CorvaneBLE_EventCallback callback, void* userData, bool uni
 
 BLEClient* BLEClient::Create(CorvaneBLE_EventCallback callback, void* userData, bool unicodeEvents,
                              OpenedRadio radio) {
-  const std::lock_guard lock(CreationMutex());
+  const MutexLock lock(CreationMutex());
   const auto client =
       std::make_shared<BLEClient>(callback, userData, unicodeEvents, std::move(radio));
   client->engine_.Attach(client);

@@ -1,5 +1,7 @@
 #include "api/ReturnSlots.h"
 
+#include "base/Mutex.h"
+
 #include <algorithm>
 #include <atomic>
 #include <tuple>
@@ -12,8 +14,8 @@ namespace ble {
 
 /// Every object there is, for threads that end.
 struct ReturnSlots::Everyone {
-  std::mutex mutex;  // guards the list; may be held while taking an object's
-  std::vector<ReturnSlots*> objects;
+  Mutex mutex;  // may be held while taking an object's
+  std::vector<ReturnSlots*> objects GUARDED_BY(mutex);
 };
 
 thread_local constinit std::pair<std::uint64_t, ReturnSlots::Slots*> ReturnSlots::recent{0,
@@ -26,13 +28,13 @@ ReturnSlots::Everyone& ReturnSlots::All() {
 
 ReturnSlots::ReturnSlots() {
   Everyone& all = All();
-  const std::lock_guard lock(all.mutex);
+  const MutexLock lock(all.mutex);
   all.objects.push_back(this);
 }
 
 ReturnSlots::~ReturnSlots() {
   Everyone& all = All();
-  const std::lock_guard lock(all.mutex);
+  const MutexLock lock(all.mutex);
   std::erase(all.objects, this);
 }
 
@@ -50,7 +52,7 @@ std::uint64_t ReturnSlots::NextIdentity() {
 ReturnSlots::Slots& ReturnSlots::MySlots() {
   CallAtThreadEnd(&OnThreadEnd);
   const auto self = std::this_thread::get_id();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (auto& [thread, slots] : threads_) {
     if (thread == self) return slots;
   }
@@ -59,7 +61,7 @@ ReturnSlots::Slots& ReturnSlots::MySlots() {
 }
 
 void ReturnSlots::GiveUp(ThreadList& out) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto mine =
       std::ranges::find(threads_, std::this_thread::get_id(), &ThreadList::value_type::first);
   if (mine != threads_.end()) out.splice(out.end(), threads_, mine);
@@ -69,7 +71,7 @@ void ReturnSlots::OnThreadEnd() {
   recent = {0, nullptr};
   ThreadList mine;  // freed after the lock: a record may be the last to hold what it describes
   Everyone& all = All();
-  const std::lock_guard lock(all.mutex);
+  const MutexLock lock(all.mutex);
   for (ReturnSlots* const each : all.objects)
     each->GiveUp(mine);
 }

@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 
 #include "base/Bytes.h"
+#include "base/Mutex.h"
 #include "frame/PropertyTable.h"
 
 namespace ble {
@@ -68,8 +68,8 @@ class ReturnSlots {
 
   /// Tells this object from every other, also from one that had its address before.
   const std::uint64_t identity_ = NextIdentity();
-  std::mutex mutex_;  // guards the list; the slots belong to their threads
-  ThreadList threads_;
+  Mutex mutex_;
+  ThreadList threads_ GUARDED_BY(mutex_);  ///< the slots belong to their threads
 };
 
 }  // namespace ble

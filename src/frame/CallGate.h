@@ -1,9 +1,9 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
+
+#include "base/Mutex.h"
 
 namespace ble {
 
@@ -50,9 +50,10 @@ class CallGate {
 
   void Close() {
     const std::uint32_t own = HasThisThread() ? 1 : 0;
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     calls_ |= kClosed;
-    left_.wait(lock, [&] { return (calls_ & ~kClosed) <= own; });
+    while ((calls_ & ~kClosed) > own)
+      left_.Wait(lock);
   }
 
  private:
@@ -66,8 +67,8 @@ class CallGate {
 
   void Leave() {
     if ((calls_.fetch_sub(1) & kClosed) == 0) return;
-    const std::lock_guard lock(mutex_);  // the closing thread waits already, or has not looked yet
-    left_.notify_all();
+    const MutexLock lock(mutex_);  // the closing thread waits already, or has not looked yet
+    left_.NotifyAll();
   }
 
   bool HasThisThread() const {
@@ -77,8 +78,8 @@ class CallGate {
   }
 
   std::atomic<std::uint32_t> calls_{0};  // threads inside, and kClosed
-  std::mutex mutex_;                     // guards the wait for their end
-  std::condition_variable left_;
+  Mutex mutex_;                          // guards the wait for their end
+  Condition left_;
 };
 
 }  // namespace ble

@@ -15,7 +15,7 @@ std::string DefaultText(ErrorCode code) {
 
 [[gnu::hot]] ErrorCode ErrorState::Finish(const Status& status) {
   if (!status.Ok()) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!status.Text().empty()) lastText_ = status.Text();
     if (lastText_.empty()) lastText_ = DefaultText(status.Code());
   }
@@ -28,28 +28,28 @@ void ErrorState::Note(const Status& status) {
 }
 
 std::string ErrorState::LastText() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return lastText_;
 }
 
 void ErrorState::SetLastText(std::string_view text) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   lastText_ = text;
 }
 
 std::string ErrorState::EventText() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return eventText_;
 }
 
 void ErrorState::SetEvent(ErrorCode code, std::string_view text) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   eventText_ = text;
   eventCode_ = code;
 }
 
 bool ErrorState::RecordUnhandledEvent(ErrorCode code, std::string_view text) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (!eventText_.empty()) return false;
   eventText_ = text;
   eventCode_ = code;

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <atomic>
-#include <mutex>
 #include <string>
 #include <string_view>
 
+#include "base/Mutex.h"
 #include "frame/Status.h"
 
 namespace ble {
@@ -37,9 +37,9 @@ class ErrorState {
  private:
   std::atomic<ErrorCode> lastCode_ = error::kSuccess;
   std::atomic<ErrorCode> eventCode_ = error::kSuccess;
-  mutable std::mutex mutex_;  // guards the texts
-  std::string lastText_;
-  std::string eventText_;
+  mutable Mutex mutex_;
+  std::string lastText_ GUARDED_BY(mutex_);
+  std::string eventText_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

@@ -40,7 +40,7 @@ std::string Settings::Text(Setting id) const {
     case SettingKind::Text:
       break;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return texts_[static_cast<std::size_t>(id)];
 }
 
@@ -58,7 +58,7 @@ void Settings::SetText(Setting id, std::string_view value) {
     case SettingKind::Text:
       break;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   texts_[static_cast<std::size_t>(id)] = value;
 }
 

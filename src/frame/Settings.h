@@ -3,10 +3,10 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <string_view>
 
+#include "base/Mutex.h"
 #include "frame/SettingTable.h"
 
 namespace ble {
@@ -37,8 +37,8 @@ class Settings {
   /// ZeroMemory belongs to the process: every instance reads and writes the same value.
   inline static std::atomic<std::int32_t> processZeroMemory{0};
   std::array<std::atomic<std::int32_t>, kSettingTable.size()> numbers_{};
-  mutable std::mutex mutex_;  // guards texts_
-  std::array<std::string, kSettingTable.size()> texts_;
+  mutable Mutex mutex_;
+  std::array<std::string, kSettingTable.size()> texts_ GUARDED_BY(mutex_);
 };
 
 /// The setting of a level with a name, without regard to case; null when there is none.

@@ -62,7 +62,7 @@ std::pair<std::shared_ptr<Entry>, bool> GattObjectTree::Store(Index<Entry>& inde
 std::pair<ServicePtr, bool> GattObjectTree::AddService(std::shared_ptr<GattDeviceService> object,
                                                        const GattId& id) {
   auto entry = std::make_shared<ServiceEntry>(std::move(object), id);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   auto [record, isNew] = Store(serviceIndex_, std::move(entry));
   if (isNew) services_.push_back(record);
   return {std::move(record), isNew};
@@ -71,13 +71,13 @@ std::pair<ServicePtr, bool> GattObjectTree::AddService(std::shared_ptr<GattDevic
 std::pair<CharacteristicPtr, bool> GattObjectTree::AddCharacteristic(
     std::shared_ptr<GattCharacteristic> object, const ServicePtr& service, const GattId& id) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (auto known = Find(characteristicIndex_, id.ToKey())) return {std::move(known), false};
   }
   auto entry = std::make_shared<CharacteristicEntry>(std::move(object), id);
   if (!FindCharacteristicByObject(*entry->platform))
     entry->valueChanged = entry->platform->OnValueChanged(valueChanged_);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   auto [record, isNew] = Store(characteristicIndex_, std::move(entry));
   if (!isNew) return {std::move(record), false};
   service->characteristics.push_back(record);
@@ -89,21 +89,21 @@ std::pair<DescriptorPtr, bool> GattObjectTree::AddDescriptor(
     std::shared_ptr<GattDescriptor> object, const CharacteristicPtr& characteristic,
     const GattId& id) {
   auto entry = std::make_shared<DescriptorEntry>(std::move(object), id);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   auto [record, isNew] = Store(descriptorIndex_, std::move(entry));
   if (isNew) characteristic->descriptors.push_back(record);
   return {std::move(record), isNew};
 }
 
 void GattObjectTree::Link(const ServicePtr& child, const ServicePtr& parent) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   AddUnlessPresent(child->parentIds, parent->id);
   AddUnlessPresent(parent->includedIds, child->id);
 }
 
 Result<ServicePtr> GattObjectTree::FindService(std::string_view serviceId) const {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (auto found = Find(serviceIndex_, GattId::ParseKey(serviceId))) return found;
   }
   return Status(error::kNotDiscovered,
@@ -115,7 +115,7 @@ Result<ServicePtr> GattObjectTree::FindService(std::string_view serviceId) const
   const auto service = GattId::ParseKey(serviceId);
   const auto id = GattId::ParseKey(characteristicId);
   if (service && id && GattId::ServiceOf(*id) == *service) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (auto found = Find(characteristicIndex_, id)) return found;
   }
   return NoCharacteristic(serviceId, characteristicId);
@@ -126,7 +126,7 @@ Result<DescriptorPtr> GattObjectTree::FindDescriptor(std::string_view characteri
   const auto characteristic = GattId::ParseKey(characteristicId);
   const auto id = GattId::ParseKey(descriptorId);
   if (characteristic && id && GattId::CharacteristicOf(*id) == *characteristic) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (auto found = Find(descriptorIndex_, id)) return found;
   }
   return Status(error::kNotDiscovered,
@@ -138,7 +138,7 @@ Result<DescriptorPtr> GattObjectTree::FindDescriptor(std::string_view characteri
 Status GattObjectTree::RequireCharacteristic(std::string_view serviceId,
                                              std::string_view characteristicId) const {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (Find(characteristicIndex_, GattId::ParseKey(characteristicId))) return {};
   }
   return NoCharacteristic(serviceId, characteristicId);
@@ -146,67 +146,67 @@ Status GattObjectTree::RequireCharacteristic(std::string_view serviceId,
 
 [[gnu::hot]] CharacteristicPtr GattObjectTree::FindCharacteristicByObject(
     const GattCharacteristic& object) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = objectIndex_.find(&object);
   return found != objectIndex_.end() ? found->second : nullptr;
 }
 
 std::vector<ServicePtr> GattObjectTree::Services() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return services_;
 }
 
 std::vector<CharacteristicPtr> GattObjectTree::CharacteristicsOf(
     const ServiceEntry& service) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return service.characteristics;
 }
 
 std::vector<DescriptorPtr> GattObjectTree::DescriptorsOf(
     const CharacteristicEntry& characteristic) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return characteristic.descriptors;
 }
 
 std::size_t GattObjectTree::ServiceCount() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return services_.size();
 }
 
 std::size_t GattObjectTree::CharacteristicCount(const ServiceEntry& service) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return service.characteristics.size();
 }
 
 std::size_t GattObjectTree::DescriptorCount(const CharacteristicEntry& characteristic) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return characteristic.descriptors.size();
 }
 
 ServicePtr GattObjectTree::ServiceAt(std::size_t index) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return At(services_, index);
 }
 
 CharacteristicPtr GattObjectTree::CharacteristicAt(const ServiceEntry& service,
                                                    std::size_t index) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return At(service.characteristics, index);
 }
 
 DescriptorPtr GattObjectTree::DescriptorAt(const CharacteristicEntry& characteristic,
                                            std::size_t index) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return At(characteristic.descriptors, index);
 }
 
 std::string GattObjectTree::ParentIds(const ServiceEntry& service) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return Join(service.parentIds);
 }
 
 std::string GattObjectTree::IncludedIds(const ServiceEntry& service) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return Join(service.includedIds);
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "frame/Status.h"
 #include "gatt/GattEntries.h"
 #include "gatt/GattId.h"
@@ -84,19 +84,20 @@ class GattObjectTree {
   template <class Entry>
   using Index = std::unordered_map<GattId::Key, std::shared_ptr<Entry>>;
 
-  /// Stores `entry` unless there is a record with its id, or no room; expects mutex_ to be held.
+  /// Stores `entry` unless there is a record with its id, or no room.
   template <class Entry>
-  std::pair<std::shared_ptr<Entry>, bool> Store(Index<Entry>& index, std::shared_ptr<Entry> entry);
+  std::pair<std::shared_ptr<Entry>, bool> Store(Index<Entry>& index, std::shared_ptr<Entry> entry)
+      REQUIRES(mutex_);
 
   const ValueChanged::Handler valueChanged_;
 
-  mutable std::mutex mutex_;  // guards everything below, and the lists inside the records
-  std::vector<ServicePtr> services_;
-  Index<ServiceEntry> serviceIndex_;
-  Index<CharacteristicEntry> characteristicIndex_;
-  Index<DescriptorEntry> descriptorIndex_;
+  mutable Mutex mutex_;  // guards the lists inside the records too
+  std::vector<ServicePtr> services_ GUARDED_BY(mutex_);
+  Index<ServiceEntry> serviceIndex_ GUARDED_BY(mutex_);
+  Index<CharacteristicEntry> characteristicIndex_ GUARDED_BY(mutex_);
+  Index<DescriptorEntry> descriptorIndex_ GUARDED_BY(mutex_);
   /// The first record of each platform object.
-  std::unordered_map<const GattCharacteristic*, CharacteristicPtr> objectIndex_;
+  std::unordered_map<const GattCharacteristic*, CharacteristicPtr> objectIndex_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
+
+#include "base/Mutex.h"
 
 namespace ble {
 
@@ -13,7 +14,7 @@ class KeptText {
   /// Keeps a text and returns it. The pointer is valid as long as this object and until the text
   /// has changed twice: a thread may still use the text that another thread has just replaced.
   const char* Keep(std::string text) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!latest_ || *latest_ != text) {
       earlier_ = std::move(latest_);
       latest_ = std::make_unique<const std::string>(std::move(text));
@@ -22,9 +23,9 @@ class KeptText {
   }
 
  private:
-  std::mutex mutex_;  // guards both
-  std::unique_ptr<const std::string> latest_;
-  std::unique_ptr<const std::string> earlier_;
+  Mutex mutex_;
+  std::unique_ptr<const std::string> latest_ GUARDED_BY(mutex_);
+  std::unique_ptr<const std::string> earlier_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

@@ -8,7 +8,7 @@ namespace ble {
 
 Status Selection::SelectService(std::string_view serviceId) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     characteristicId_.clear();
     descriptors_ = {};
     if (serviceId.empty()) {
@@ -21,7 +21,7 @@ Status Selection::SelectService(std::string_view serviceId) {
   const auto [noService, service] = tree_.FindService(serviceId);
   if (!service) return noService;
   ExposeCharacteristics(service);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   serviceId_ = serviceId;
   return {};
 }
@@ -29,7 +29,7 @@ Status Selection::SelectService(std::string_view serviceId) {
 Status Selection::SelectCharacteristic(std::string_view characteristicId) {
   const std::string serviceId = ServiceId();
   if (characteristicId.empty()) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     characteristicId_.clear();
     descriptors_ = {};
     return {};
@@ -39,7 +39,7 @@ Status Selection::SelectCharacteristic(std::string_view characteristicId) {
       tree_.FindCharacteristic(serviceId, characteristicId);
   if (!characteristic) return noCharacteristic;
   ExposeDescriptors(characteristic);
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   characteristicId_ = characteristicId;
   return {};
 }
@@ -54,43 +54,44 @@ Status Selection::Select(std::string_view serviceId, std::string_view characteri
 }
 
 std::string Selection::ServiceId() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return serviceId_;
 }
 
 std::string Selection::CharacteristicId() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return characteristicId_;
 }
 
 void Selection::ExposeCharacteristics(const ServicePtr& service) {
   const auto count = static_cast<std::int32_t>(tree_.CharacteristicCount(*service));
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   characteristics_ = {service, count, count};
   states_.clear();
 }
 
 void Selection::ExposeDescriptors(const CharacteristicPtr& characteristic) {
   const auto count = static_cast<std::int32_t>(tree_.DescriptorCount(*characteristic));
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   descriptors_ = {characteristic, count, count};
 }
 
 std::int32_t Selection::CharacteristicCount() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return characteristics_.count;
 }
 
 std::int32_t Selection::DescriptorCount() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return descriptors_.count;
 }
 
 void Selection::SetCharacteristicCount(std::int32_t count) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   characteristics_.count = std::max(count, 0);
   characteristics_.shown = std::min(characteristics_.shown, characteristics_.count);
-  std::erase_if(states_, [&](const auto& slot) { return slot.first >= characteristics_.shown; });
+  const std::int32_t shown = characteristics_.shown;
+  std::erase_if(states_, [shown](const auto& slot) { return slot.first >= shown; });
 }
 
 CharacteristicPtr Selection::CharacteristicIn(std::int32_t index) const {
@@ -99,12 +100,12 @@ CharacteristicPtr Selection::CharacteristicIn(std::int32_t index) const {
 }
 
 CharacteristicPtr Selection::CharacteristicAt(std::int32_t index) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return CharacteristicIn(index);
 }
 
 ExposedCharacteristic Selection::ExposedAt(std::int32_t index) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   CharacteristicPtr entry = CharacteristicIn(index);
   std::shared_ptr<CharacteristicState>& state = states_[index];
   if (!state) state = std::make_shared<CharacteristicState>(entry->state);
@@ -112,7 +113,7 @@ ExposedCharacteristic Selection::ExposedAt(std::int32_t index) {
 }
 
 DescriptorPtr Selection::DescriptorAt(std::int32_t index) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (index >= descriptors_.shown) return std::make_shared<DescriptorEntry>();
   return tree_.DescriptorAt(*descriptors_.owner, static_cast<std::size_t>(index));
 }

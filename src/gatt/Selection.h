@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
+#include "base/Mutex.h"
 #include "frame/Status.h"
 #include "gatt/GattObjectTree.h"
 
@@ -68,15 +68,15 @@ class Selection {
     std::int32_t count = 0;
   };
 
-  CharacteristicPtr CharacteristicIn(std::int32_t index) const;  // mutex_ held
+  CharacteristicPtr CharacteristicIn(std::int32_t index) const REQUIRES(mutex_);
 
   GattObjectTree& tree_;
-  mutable std::mutex mutex_;  // guards everything below
-  std::string serviceId_;
-  std::string characteristicId_;
-  ExposedList<ServiceEntry> characteristics_;
-  ExposedList<CharacteristicEntry> descriptors_;
-  std::unordered_map<std::int32_t, std::shared_ptr<CharacteristicState>> states_;
+  mutable Mutex mutex_;
+  std::string serviceId_ GUARDED_BY(mutex_);
+  std::string characteristicId_ GUARDED_BY(mutex_);
+  ExposedList<ServiceEntry> characteristics_ GUARDED_BY(mutex_);
+  ExposedList<CharacteristicEntry> descriptors_ GUARDED_BY(mutex_);
+  std::unordered_map<std::int32_t, std::shared_ptr<CharacteristicState>> states_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

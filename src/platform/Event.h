@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
+
+#include "base/Mutex.h"
 
 namespace ble {
 
@@ -46,7 +47,7 @@ class EventSource {
   using Handler = std::function<void(Args...)>;
 
   [[nodiscard]] EventToken Add(Handler handler) {
-    const std::lock_guard lock(state_->mutex);
+    const MutexLock lock(state_->mutex);
     const std::uint64_t id = ++state_->lastId;
     auto next = std::make_shared<Handlers>(*state_->handlers);
     next->emplace_back(id, std::move(handler));
@@ -59,7 +60,7 @@ class EventSource {
   void Raise(Args... args) const {
     std::shared_ptr<const Handlers> handlers;
     {
-      const std::lock_guard lock(state_->mutex);
+      const MutexLock lock(state_->mutex);
       handlers = state_->handlers;
     }
     for (const auto& [id, handler] : *handlers)
@@ -69,14 +70,15 @@ class EventSource {
  private:
   using Handlers = std::vector<std::pair<std::uint64_t, Handler>>;
   struct State {
-    std::mutex mutex;  // guards both fields; the list itself is replaced, never changed
-    std::uint64_t lastId = 0;
-    std::shared_ptr<const Handlers> handlers = std::make_shared<Handlers>();
+    Mutex mutex;
+    std::uint64_t lastId GUARDED_BY(mutex) = 0;
+    /// Replaced, never changed.
+    std::shared_ptr<const Handlers> handlers GUARDED_BY(mutex) = std::make_shared<Handlers>();
   };
 
   static void Remove(State& state, std::uint64_t id) {
     std::shared_ptr<const Handlers> retired;  // dies after the lock: handlers may own anything
-    const std::lock_guard lock(state.mutex);
+    const MutexLock lock(state.mutex);
     auto next = std::make_shared<Handlers>(*state.handlers);
     std::erase_if(*next, [id](const auto& entry) { return entry.first == id; });
     retired = std::exchange(state.handlers, std::move(next));

@@ -12,7 +12,7 @@ SessionPtr Connection::MakeSession(DevicePtr device) const {
 }
 
 SessionPtr Connection::Replace(SessionPtr next) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return std::exchange(current_, std::move(next));
 }
 
@@ -85,7 +85,7 @@ Status Connection::Disconnect() {
                         "Disconnecting from server ID ", id.View(), ".");
   {
     SessionPtr none = MakeSession(nullptr);
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (current_ != session) return {};  // another call was faster
     current_.swap(none);
   }
@@ -103,12 +103,12 @@ Status Connection::Select(std::string_view serviceId, std::string_view character
 }
 
 [[gnu::hot]] SessionPtr Connection::Current() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return current_;
 }
 
 [[gnu::hot]] CharacteristicPtr Connection::FindByObject(const GattCharacteristic& object) const {
-  const std::lock_guard lock(mutex_);  // cheaper than a reference to the session
+  const MutexLock lock(mutex_);  // cheaper than a reference to the session
   return current_->tree.FindCharacteristicByObject(object);
 }
 

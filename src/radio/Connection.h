@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
+#include "base/Mutex.h"
 #include "frame/ComponentBase.h"
 #include "platform/Radio.h"
 #include "radio/RadioLink.h"
@@ -72,8 +72,8 @@ class Connection {
   void OnGattServicesChanged(const Session& session, const GattServicesChangedEventArgs& args);
 
   const Parts parts_;
-  mutable std::mutex mutex_;  // guards current_; may be held while taking its tree's
-  SessionPtr current_;
+  mutable Mutex mutex_;  // may be held while taking the tree's
+  SessionPtr current_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

@@ -94,7 +94,7 @@ Scanner::Scan Scanner::MakeScan() {
 
 void Scanner::Replace(Scan next) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::swap(scan_, next);
   }
   if (!next.watcher) return;
@@ -104,7 +104,7 @@ void Scanner::Replace(Scan next) {
 }
 
 std::shared_ptr<Scanner::Watcher> Scanner::LatestWatcher() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return scan_.watcher;
 }
 
@@ -132,14 +132,14 @@ Status Scanner::SetActiveScanning(std::int32_t value) {
 
 const HeldAdvertisement* Scanner::CurrentAdvertisement() const {
   const auto self = std::this_thread::get_id();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto mine = std::find_if(reporting_.rbegin(), reporting_.rend(),
                                  [&](const auto& report) { return report.first == self; });
   return mine != reporting_.rend() ? mine->second : nullptr;
 }
 
 Scanner::Lease Scanner::TakeIdle() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (idle_.empty()) idle_.push_back(std::make_unique<HeldAdvertisement>());
   idle_.reserve(idle_.size() + reporting_.size());  // putting back must not fail
   reporting_.emplace_back(std::this_thread::get_id(), idle_.back().get());
@@ -150,7 +150,7 @@ Scanner::Lease Scanner::TakeIdle() {
 
 void Scanner::PutBack(HeldAdvertisement* held) {
   held->Release();
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   std::erase_if(reporting_, [&](const auto& report) { return report.second == held; });
   idle_.emplace_back(held);
 }

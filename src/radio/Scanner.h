@@ -3,13 +3,13 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "frame/ComponentBase.h"
 #include "platform/Radio.h"
 #include "radio/HeldAdvertisement.h"
@@ -84,10 +84,10 @@ class Scanner {
   Parts parts_;
   std::atomic<std::int32_t> activeScanning_{0};
 
-  mutable std::mutex mutex_;  // guards everything below
-  Scan scan_;                 ///< the latest
-  std::vector<std::pair<std::thread::id, const HeldAdvertisement*>> reporting_;
-  std::vector<std::unique_ptr<HeldAdvertisement>> idle_;
+  mutable Mutex mutex_;
+  Scan scan_ GUARDED_BY(mutex_);  ///< the latest
+  std::vector<std::pair<std::thread::id, const HeldAdvertisement*>> reporting_ GUARDED_BY(mutex_);
+  std::vector<std::unique_ptr<HeldAdvertisement>> idle_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

@@ -11,7 +11,7 @@ Session::Session(const ValueChanged::Handler& valueChanged, DevicePtr device)
       isLive_(device_ != nullptr) {}
 
 Session::DevicePtr Session::Device() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return device_;
 }
 
@@ -31,19 +31,19 @@ std::optional<std::u16string> Session::Name() const {
 }
 
 void Session::Keep(EventToken handler) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (device_) handlers_.push_back(std::move(handler));
 }
 
 bool Session::NoteLink(bool isUp) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return device_ && isLive_.exchange(isUp) != isUp;
 }
 
 void Session::End() {
   DevicePtr device;  // both released after the lock
   std::vector<EventToken> handlers;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   device.swap(device_);
   handlers.swap(handlers_);
   isLive_ = false;

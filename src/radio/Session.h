@@ -2,11 +2,11 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "gatt/GattObjectTree.h"
 #include "gatt/Selection.h"
 #include "platform/Radio.h"
@@ -50,10 +50,10 @@ class Session {
   Selection selection;
 
  private:
-  mutable std::mutex mutex_;  // guards everything below
-  DevicePtr device_;
+  mutable Mutex mutex_;
+  DevicePtr device_ GUARDED_BY(mutex_);
   std::atomic<bool> isLive_;  // written under the lock
-  std::vector<EventToken> handlers_;
+  std::vector<EventToken> handlers_ GUARDED_BY(mutex_);
 };
 
 using SessionPtr = std::shared_ptr<Session>;

@@ -3,7 +3,8 @@
 namespace ble::simulated {
 namespace {
 
-constexpr std::string_view kScene = R"json({"comment": "The built-in scene: five ordinary devices on one desk.",
+constexpr std::string_view kScene =
+    R"json({"comment": "The built-in scene: five ordinary devices on one desk.",
   "time": "real",
   "adapter": {"address": "02:C0:5E:00:00:00", "scanStartLatency": 20},
   "peripherals": [
