@@ -9,28 +9,9 @@
 namespace ble::att {
 
 using std::chrono::milliseconds;
+using Outcome = AttReply::Outcome;
 
 namespace {
-
-AttReply Answered(ByteView pdu) {
-  AttReply reply;
-  reply.outcome = AttReply::Outcome::Answered;
-  reply.pdu = pdu;
-  return reply;
-}
-
-AttReply Refused(AttError error) {
-  AttReply reply;
-  reply.outcome = AttReply::Outcome::Refused;
-  reply.error = error;
-  return reply;
-}
-
-AttReply Lost(ChannelError reason) {
-  AttReply reply;
-  reply.reason = reason;
-  return reply;
-}
 
 bool AsksForSecurity(AttError error) {
   return error == AttError::InsufficientAuthentication || error == AttError::InsufficientEncryption;
@@ -77,7 +58,7 @@ void AttBearer::Start(Reply ready) {
   if (dead_) {
     const ChannelError reason = reason_;
     lock.unlock();
-    return reply(Lost(reason));
+    return reply({.reason = reason});
   }
   if (outstanding_) {
     queue_.emplace_back(request, std::move(reply), onRefusal);
@@ -144,9 +125,9 @@ void AttBearer::Shutdown(ChannelError reason) {
   channel_->Close();
   // A link that ends while it is being secured ended because it could not be: the refusal stands.
   for (const Exchange& exchange : refused)
-    exchange.reply(Refused(exchange.refusal));
+    exchange.reply({.outcome = Outcome::Refused, .error = exchange.refusal});
   for (const Exchange& exchange : lost)
-    exchange.reply(Lost(reason));
+    exchange.reply({.reason = reason});
 }
 
 // A request that is answered in time leaves the timer as it is: setting and cancelling one each
@@ -200,7 +181,7 @@ void AttBearer::OnClosed(ChannelError error) {
     next = BeginNext();
   }
   if (next) Transmit(*next);
-  reply(Answered(pdu));
+  reply({.outcome = Outcome::Answered, .pdu = pdu});
 }
 
 void AttBearer::OnErrorResponse(ByteView pdu) {
@@ -229,7 +210,7 @@ void AttBearer::OnErrorResponse(ByteView pdu) {
   }
   if (next) Transmit(*next);
   if (raise) channel_->RaiseSecurity(IfAlive(weak_from_this(), &AttBearer::OnSecurityRaised));
-  if (!retried) refused->reply(Refused(error->error));
+  if (!retried) refused->reply({.outcome = Outcome::Refused, .error = error->error});
 }
 
 void AttBearer::OnSecurityRaised(bool raised) {
@@ -251,7 +232,7 @@ void AttBearer::OnSecurityRaised(bool raised) {
   }
   if (next) Transmit(*next);
   for (const Exchange& exchange : refused)
-    exchange.reply(Refused(exchange.refusal));
+    exchange.reply({.outcome = Outcome::Refused, .error = exchange.refusal});
 }
 
 [[gnu::hot]] void AttBearer::OnHandleValue(ByteView pdu) {

@@ -30,7 +30,7 @@ struct AttReply {
     Lost,      ///< no answer will come: the channel ended
   };
   Outcome outcome = Outcome::Lost;
-  ByteView pdu;      ///< Answered: the whole response, valid only during the call
+  ByteView pdu{};    ///< Answered: the whole response, valid only during the call
   AttError error{};  ///< Refused
   ChannelError reason = ChannelError::None;  ///< Lost
 };

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <optional>
 #include <tuple>
-#include <type_traits>
 
 #include "base/ByteReader.h"
 #include "base/Uuid.h"
@@ -246,7 +245,7 @@ struct ExecuteWriteRequest {
 /// Read the next field of a PDU; false when its bytes are no value of its type.
 template <class Byte>
 bool TakeField(ByteReader& reader, Byte& field) {
-  static_assert(std::is_enum_v<Byte> && sizeof(Byte) == 1);
+  static_assert(sizeof(Byte) == 1);
   field = static_cast<Byte>(reader.U8());
   return true;
 }
@@ -269,6 +268,13 @@ inline bool TakeField(ByteReader& reader, Uuid& field) {
   return uuid.has_value();
 }
 
+/// Reads fields that take up all of `bytes`; false when they do not.
+template <class Record, class... Fields>
+bool TakeFields(ByteView bytes, Record& record, Fields Record::*... fields) {
+  ByteReader reader(bytes);
+  return (TakeField(reader, record.*fields) && ...) && reader.Ok() && reader.AtEnd();
+}
+
 /// Reads a whole PDU; nothing when it is not a `Message`.
 template <class Message>
 std::optional<Message> Parse(ByteView pdu) {
@@ -277,10 +283,8 @@ std::optional<Message> Parse(ByteView pdu) {
   if (std::find(kOpcodes.begin(), kOpcodes.end(), opcode) == kOpcodes.end()) return std::nullopt;
   Message message;
   if constexpr (kOpcodes.size() > 1) message.opcode = opcode;
-  ByteReader reader(pdu.subspan(1));
-  const auto take = [&](auto... fields) { return (TakeField(reader, message.*fields) && ...); };
-  const bool taken = std::apply(take, Message::kFields);
-  if (!taken || !reader.Ok() || !reader.AtEnd()) return std::nullopt;
+  const auto take = [&](auto... fields) { return TakeFields(pdu.subspan(1), message, fields...); };
+  if (!std::apply(take, Message::kFields)) return std::nullopt;
   return message;
 }
 

@@ -97,13 +97,9 @@ auto ReadByType(Opcode opcode, std::uint16_t type) {
 
 // Handle, group end, UUID.
 std::optional<Element<ServiceRecord>> ParseService(ByteView bytes) {
-  ByteReader reader(bytes);
   ServiceRecord record;
-  record.handle = reader.U16();
-  record.end = reader.U16();
-  const auto uuid = Uuid::FromAttForm(reader.TakeRest());
-  if (!uuid) return std::nullopt;
-  record.uuid = *uuid;
+  if (!TakeFields(bytes, record, &ServiceRecord::handle, &ServiceRecord::end, &ServiceRecord::uuid))
+    return std::nullopt;
   return Element<ServiceRecord>{record, record.end};
 }
 
@@ -129,24 +125,19 @@ std::optional<Element<IncludeRecord>> ParseInclude(ByteView bytes) {
 
 // Handle, then the declaration: properties, value handle, UUID.
 std::optional<Element<CharacteristicRecord>> ParseCharacteristic(ByteView bytes) {
-  ByteReader reader(bytes);
-  CharacteristicRecord record;
-  record.handle = reader.U16();
-  record.properties = reader.U8();
-  record.valueHandle = reader.U16();
-  const auto uuid = Uuid::FromAttForm(reader.TakeRest());
-  if (!uuid || record.valueHandle <= record.handle) return std::nullopt;
-  record.uuid = *uuid;
+  using Record = CharacteristicRecord;
+  Record record;
+  if (!TakeFields(bytes, record, &Record::handle, &Record::properties, &Record::valueHandle,
+                  &Record::uuid) ||
+      record.valueHandle <= record.handle)
+    return std::nullopt;
   return Element<CharacteristicRecord>{record, record.valueHandle};
 }
 
 std::optional<Element<DescriptorRecord>> ParseDescriptor(ByteView bytes) {
-  ByteReader reader(bytes);
   DescriptorRecord record;
-  record.handle = reader.U16();
-  const auto uuid = Uuid::FromAttForm(reader.TakeRest());
-  if (!uuid) return std::nullopt;
-  record.uuid = *uuid;
+  if (!TakeFields(bytes, record, &DescriptorRecord::handle, &DescriptorRecord::uuid))
+    return std::nullopt;
   return Element<DescriptorRecord>{record, record.handle};
 }
 
