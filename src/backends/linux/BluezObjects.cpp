@@ -42,6 +42,11 @@ std::string WhyNoObjects(const BusError& error) {
   return "BlueZ does not answer: " + error.text;
 }
 
+template <auto field, auto read>
+void Take(DeviceObject& device, BusReader& reader) {
+  device.*field = (reader.*read)();
+}
+
 void TakeServiceUuids(DeviceObject& device, BusReader& reader) {
   device.serviceUuids.clear();
   for (const std::string& text : reader.Texts())
@@ -91,25 +96,16 @@ constexpr DeviceProperty kDeviceProperties[] = {
        device.randomAddress = reader.Text() == "random";
      },
      {}},
-    {"Adapter",
-     [](DeviceObject& device, BusReader& reader) { device.adapterPath = reader.Text(); },
-     {}},
-    {"Name",
-     [](DeviceObject& device, BusReader& reader) { device.name = reader.Text(); },
-     {false, true}},
-    {"RSSI", [](DeviceObject& device, BusReader& reader) { device.rssi = reader.Int16(); }, kHeard},
-    {"TxPower", [](DeviceObject& device, BusReader& reader) { device.txPower = reader.Int16(); },
-     kHeard},
-    {"UUIDs", &TakeServiceUuids, {}},
-    {"ManufacturerData", &TakeManufacturerData, kHeard},
-    {"ServiceData", &TakeServiceData, kHeard},
-    {"AdvertisingFlags", &TakeAdvertisingFlags, {}},
-    {"Paired",
-     [](DeviceObject& device, BusReader& reader) { device.paired = reader.Boolean(); },
-     {}},
-    {"Bonded",
-     [](DeviceObject& device, BusReader& reader) { device.bonded = reader.Boolean(); },
-     {}},
+    {"Adapter", Take<&DeviceObject::adapterPath, &BusReader::Text>, {}},
+    {"Name", Take<&DeviceObject::name, &BusReader::Text>, {false, true}},
+    {"RSSI", Take<&DeviceObject::rssi, &BusReader::Int16>, kHeard},
+    {"TxPower", Take<&DeviceObject::txPower, &BusReader::Int16>, kHeard},
+    {"UUIDs", TakeServiceUuids, {}},
+    {"ManufacturerData", TakeManufacturerData, kHeard},
+    {"ServiceData", TakeServiceData, kHeard},
+    {"AdvertisingFlags", TakeAdvertisingFlags, {}},
+    {"Paired", Take<&DeviceObject::paired, &BusReader::Boolean>, {}},
+    {"Bonded", Take<&DeviceObject::bonded, &BusReader::Boolean>, {}},
     {"Class", [](DeviceObject& device, BusReader&) { device.classic = true; }, {}},
 };
 

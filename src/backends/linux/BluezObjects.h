@@ -16,11 +16,11 @@
 
 namespace ble::linux_radio {
 
-/// What BlueZ says of an adapter (org.bluez.Adapter1).
 /// What to tell the user where there is no adapter.
 inline constexpr const char* kNoAdapter =
     "There is no Bluetooth adapter; is one plugged in, and its driver loaded?";
 
+/// What BlueZ says of an adapter (org.bluez.Adapter1).
 struct AdapterObject {
   std::string path;  ///< ends in the adapter's name, such as "hci0"
   std::uint64_t address = 0;
