@@ -1,11 +1,31 @@
 #include "support/FaultInjectingRadio.h"
 
+#include <functional>
 #include <utility>
 
 #include "backends/simulated/FaultInjectingGatt.h"
 
 namespace ble::simulated {
 namespace {
+
+/// Counts a synchronous call; the fault it is due for, if any. Throws where that has it throw.
+const Fault* CountCall(FaultPlan& plan) {
+  const Fault* const fault = plan.Count(CallKind::Watch);
+  if (fault != nullptr && (fault->kind == Fault::Kind::Throw || fault->kind == Fault::Kind::Fail ||
+                           fault->kind == Fault::Kind::GattStatus))
+    throw FaultPlan::Failure(*fault);
+  return fault;
+}
+
+bool IsDropped(const Fault& fault) {
+  return fault.kind == Fault::Kind::Hang || fault.kind == Fault::Kind::Null;
+}
+
+void Call(FaultPlan& plan, std::function<void()> call) {
+  const Fault* const fault = CountCall(plan);
+  if (fault == nullptr) return call();
+  if (!IsDropped(*fault)) plan.Divert(*fault, std::move(call));
+}
 
 class FaultInjectingWatcher final : public BluetoothLEAdvertisementWatcher {
  public:
@@ -15,17 +35,17 @@ class FaultInjectingWatcher final : public BluetoothLEAdvertisementWatcher {
 
   BluetoothLEAdvertisementWatcherStatus Status() const override { return inner_->Status(); }
   void SetScanningMode(BluetoothLEScanningMode mode) override {
-    plan_->Call([inner = inner_, mode] { inner->SetScanningMode(mode); });
+    Call(*plan_, [inner = inner_, mode] { inner->SetScanningMode(mode); });
   }
   void SetAdvertisementFilter(BluetoothLEAdvertisementFilter filter) override {
-    plan_->Call(
-        [inner = inner_, filter = std::move(filter)] { inner->SetAdvertisementFilter(filter); });
+    Call(*plan_,
+         [inner = inner_, filter = std::move(filter)] { inner->SetAdvertisementFilter(filter); });
   }
   void Start() override {
-    plan_->Call([inner = inner_] { inner->Start(); });
+    Call(*plan_, [inner = inner_] { inner->Start(); });
   }
   void Stop() override {
-    plan_->Call([inner = inner_] { inner->Stop(); });
+    Call(*plan_, [inner = inner_] { inner->Stop(); });
   }
   Latch::SignalPtr Begun() override { return inner_->Begun(); }
   Latch::SignalPtr Over() override { return inner_->Over(); }
@@ -56,8 +76,10 @@ AsyncOperationPtr<BluetoothAdapter> FaultInjectingRadio::GetDefaultAdapterAsync(
 }
 
 std::shared_ptr<BluetoothLEAdvertisementWatcher> FaultInjectingRadio::CreateAdvertisementWatcher() {
-  return plan_->Create<BluetoothLEAdvertisementWatcher>(
-      [&] { return plan_->Wrap<FaultInjectingWatcher>(inner_->CreateAdvertisementWatcher()); });
+  // What delays or diverts an operation leaves this call alone.
+  const Fault* const fault = CountCall(*plan_);
+  if (fault != nullptr && IsDropped(*fault)) return nullptr;
+  return plan_->Wrap<FaultInjectingWatcher>(inner_->CreateAdvertisementWatcher());
 }
 
 AsyncOperationPtr<BluetoothLEDevice> FaultInjectingRadio::DeviceFromBluetoothAddressAsync(

@@ -52,45 +52,6 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
     return operation;
   }
 
-  /// Counts a synchronous call without a result and makes it, or lets it go wrong.
-  void Call(std::function<void()> call) {
-    const Fault* const fault = Count(CallKind::Watch);
-    if (fault == nullptr) return call();
-    switch (fault->kind) {
-      case Fault::Kind::Throw:
-      case Fault::Kind::Fail:
-      case Fault::Kind::GattStatus:
-        throw Failure(*fault);
-      case Fault::Kind::Hang:
-      case Fault::Kind::Null:
-        return;
-      case Fault::Kind::Late:
-      case Fault::Kind::OtherThread:
-        return Divert(*fault, std::move(call));
-    }
-  }
-
-  /// Counts a synchronous call that makes an object and makes it, or lets it go wrong: what delays
-  /// or diverts an operation leaves such a call alone.
-  template <class T>
-  std::shared_ptr<T> Create(const std::function<std::shared_ptr<T>()>& create) {
-    const Fault* const fault = Count(CallKind::Watch);
-    if (fault == nullptr) return create();
-    switch (fault->kind) {
-      case Fault::Kind::Throw:
-      case Fault::Kind::Fail:
-      case Fault::Kind::GattStatus:
-        throw Failure(*fault);
-      case Fault::Kind::Hang:
-      case Fault::Kind::Null:
-        return nullptr;
-      case Fault::Kind::Late:
-      case Fault::Kind::OtherThread:
-        break;
-    }
-    return create();
-  }
-
   /// The one wrapper of a backend's object while anybody holds it: identity carries over.
   template <class Wrapper, class Inner>
   std::shared_ptr<Wrapper> Wrap(const std::shared_ptr<Inner>& inner) {
@@ -103,21 +64,7 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
     return wrapper;
   }
 
- private:
-  template <class T>
-  using ResultOrFailure = std::pair<std::shared_ptr<T>, std::shared_ptr<const PlatformFailure>>;
-
-  template <class T, class Convert>
-  static ResultOrFailure<T> Outcome(AsyncOperation<T>& finished, const Convert& convert) {
-    try {
-      const auto result = finished.GetResults();
-      return {result ? convert(result) : nullptr, nullptr};
-    } catch (const PlatformFailure& failure) {
-      return {nullptr, std::make_shared<const PlatformFailure>(failure)};
-    }
-  }
-
-  /// The first fault that this call is due for, if any.
+  /// Counts a call; the first fault that it is due for, if any.
   const Fault* Count(CallKind call) {
     const Fault* due = nullptr;
     const std::lock_guard lock(mutex_);
@@ -133,6 +80,32 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
 
   static PlatformFailure Failure(const Fault& fault) {
     return {fault.failureResult, fault.failureText};
+  }
+
+  /// Runs `finish` after the fault's delay or elsewhere. The other thread is joined here, so that
+  /// virtual time does not go on without it.
+  void Divert(const Fault& fault, std::function<void()> finish) {
+    if (fault.kind == Fault::Kind::OtherThread) {
+      std::thread(std::move(finish)).join();
+    } else if (fault.delay <= fault.delay.zero()) {
+      finish();
+    } else if (const auto executor = executor_.lock()) {
+      executor->PostAfter(fault.delay, std::move(finish));
+    }
+  }
+
+ private:
+  template <class T>
+  using ResultOrFailure = std::pair<std::shared_ptr<T>, std::shared_ptr<const PlatformFailure>>;
+
+  template <class T, class Convert>
+  static ResultOrFailure<T> Outcome(AsyncOperation<T>& finished, const Convert& convert) {
+    try {
+      const auto result = finished.GetResults();
+      return {result ? convert(result) : nullptr, nullptr};
+    } catch (const PlatformFailure& failure) {
+      return {nullptr, std::make_shared<const PlatformFailure>(failure)};
+    }
   }
 
   template <class T>
@@ -166,18 +139,6 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
       return result;
     } else {
       return nullptr;
-    }
-  }
-
-  /// Runs `finish` after the fault's delay or elsewhere. The other thread is joined here, so that
-  /// virtual time does not go on without it.
-  void Divert(const Fault& fault, std::function<void()> finish) {
-    if (fault.kind == Fault::Kind::OtherThread) {
-      std::thread(std::move(finish)).join();
-    } else if (fault.delay <= fault.delay.zero()) {
-      finish();
-    } else if (const auto executor = executor_.lock()) {
-      executor->PostAfter(fault.delay, std::move(finish));
     }
   }
 
