@@ -25,12 +25,7 @@ Attribute Declaration(std::uint16_t type) {
 Attribute FromScenario(const AttributeScenario& scenario) {
   Attribute attribute;
   attribute.type = scenario.uuid;
-  attribute.value = scenario.value;
-  attribute.maxLength = scenario.maxLength;
-  attribute.readError = scenario.readError;
-  attribute.writeError = scenario.writeError;
-  attribute.responseDelay = scenario.responseDelay;
-  attribute.neverResponds = scenario.neverResponds;
+  static_cast<AttributeRules&>(attribute) = scenario;
   return attribute;
 }
 
@@ -60,11 +55,10 @@ ServiceScenario GenericAttribute() {
   return service;
 }
 
-bool HasDescriptor(const CharacteristicScenario& characteristic, std::uint16_t type) {
-  return std::any_of(characteristic.descriptors.begin(), characteristic.descriptors.end(),
-                     [uuid = Uuid::FromAssignedNumber(type)](const DescriptorScenario& descriptor) {
-                       return descriptor.uuid == uuid;
-                     });
+/// Whether an attribute or a service of a list has this assigned number.
+template <class Scenario>
+bool Lists(const std::vector<Scenario>& list, std::uint16_t number) {
+  return std::ranges::find(list, Uuid::FromAssignedNumber(number), &Scenario::uuid) != list.end();
 }
 
 }  // namespace
@@ -167,7 +161,7 @@ class DatabaseBuilder {
     if (subscribable && hosted.configurationHandle == 0) {
       if (!AddConfiguration(Declaration(gatt_uuid::kClientConfiguration), {}, hosted)) return false;
     }
-    if (extended && !HasDescriptor(scenario, gatt_uuid::kExtendedProperties)) {
+    if (extended && !Lists(scenario.descriptors, gatt_uuid::kExtendedProperties)) {
       Attribute descriptor = Declaration(gatt_uuid::kExtendedProperties);
       AppendU16(descriptor.value, static_cast<std::uint16_t>(extended >> 8));
       if (!Add(std::move(descriptor), std::nullopt)) return false;
@@ -223,13 +217,6 @@ namespace {
 
 constexpr std::uint32_t kGenericAccessHandles = 5;     ///< service, 2 characteristics
 constexpr std::uint32_t kGenericAttributeHandles = 4;  ///< service, characteristic, configuration
-
-bool Lists(const std::vector<ServiceScenario>& services, std::uint16_t uuid) {
-  return std::any_of(services.begin(), services.end(),
-                     [guid = Uuid::FromAssignedNumber(uuid)](const ServiceScenario& service) {
-                       return service.uuid == guid;
-                     });
-}
 
 }  // namespace
 

@@ -17,20 +17,14 @@
 
 namespace ble::simulated {
 
-/// One attribute of a server, with its rules.
-struct Attribute {
+/// One attribute of a server. The value of a client configuration belongs to a connection instead.
+struct Attribute : AttributeRules {
   std::uint16_t handle = 0;
   Uuid type;
-  Bytes value;  ///< unused by a client configuration, whose value belongs to a connection
   bool readable = true;
   bool writable = false;         ///< by Write Request, Prepare Write
   bool writableCommand = false;  ///< by Write Command
-  std::size_t maxLength = 512;
-  std::optional<std::uint8_t> readError;
-  std::optional<std::uint8_t> writeError;
-  std::chrono::milliseconds responseDelay{0};
-  bool neverResponds = false;
-  std::uint16_t groupEnd = 0;  ///< service declarations: the last handle of the service
+  std::uint16_t groupEnd = 0;    ///< service declarations: the last handle of the service
 
   /// Why the attribute cannot be read, if it cannot.
   std::optional<att::AttError> ReadRefusal() const {

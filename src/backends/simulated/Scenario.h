@@ -26,22 +26,26 @@ struct AdapterScenario {
   milliseconds scanStartLatency{0};          ///< from Start to Started
   bool neverStarts = false;                  ///< the watcher stays Created
   std::optional<BluetoothError> startError;  ///< Start ends in Aborted with this reason
-  std::vector<simulated::Fault> faults;      ///< of its look-up
+  std::vector<Fault> faults;                 ///< of its look-up
 };
 
 /// Whatever interval a scenario asks for, none is shorter: nothing may fill one point in time.
 inline constexpr std::chrono::milliseconds kShortestInterval{1};
 
-/// Access rules of one attribute. Errors are ATT error bytes, sent instead of an answer.
-struct AttributeScenario {
-  std::optional<std::uint16_t> handle;  ///< assigned in order when absent
-  Uuid uuid;
+/// What an attribute holds and how it answers. Errors are ATT error bytes, sent instead of an
+/// answer.
+struct AttributeRules {
   Bytes value;
   std::size_t maxLength = 512;  ///< longest value that can be written
   std::optional<std::uint8_t> readError;
   std::optional<std::uint8_t> writeError;
   milliseconds responseDelay{0};
   bool neverResponds = false;
+};
+
+struct AttributeScenario : AttributeRules {
+  std::optional<std::uint16_t> handle;  ///< assigned in order when absent
+  Uuid uuid;
 };
 
 struct DescriptorScenario : AttributeScenario {
@@ -103,8 +107,7 @@ struct PeripheralScenario {
   std::uint16_t mtu = 247;        ///< ATT_MTU the server offers, at least 23
   std::vector<ServiceScenario> services;
   std::vector<PeripheralEvent> events;
-  std::vector<simulated::Fault>
-      faults;  ///< of the look-up of the device and of its GATT operations
+  std::vector<Fault> faults;  ///< of the look-up of the device and of its GATT operations
 };
 
 struct CaptureScenario {
