@@ -83,13 +83,24 @@ class JsonObject {
 
   JsonNode At(std::string_view key) const { return node_.Member(key); }
 
+  /// All set `target` to what the member says, if there is one: a boolean, what `reader` makes of
+  /// it, what `reader` makes of each element, or what its name stands for.
   void Read(std::string_view key, bool& target) const {
-    Read(key, target, [](const JsonNode& node) { return node.Boolean(); });
+    if (node_.Has(key)) target = At(key).Boolean();
   }
-  /// Sets `target` to what `reader` makes of the member, if there is one.
   template <class T, class Reader>
   void Read(std::string_view key, T& target, Reader reader) const {
-    if (node_.Has(key)) target = reader(node_.Member(key));
+    if (node_.Has(key)) target = reader(At(key));
+  }
+  template <class T, class Reader>
+  void ReadAll(std::string_view key, std::vector<T>& target, Reader reader) const {
+    if (!node_.Has(key)) return;
+    for (const JsonNode& element : At(key).Elements())
+      target.push_back(reader(element));
+  }
+  template <class T, std::size_t N>
+  void ReadName(std::string_view key, T& target, const NamedValue<T> (&names)[N]) const {
+    if (node_.Has(key)) target = At(key).OneOf(names);
   }
 
  private:

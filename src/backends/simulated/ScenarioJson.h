@@ -20,6 +20,8 @@ Uuid ReadUuid(const JsonNode& node);
 std::uint64_t ReadAddress(const JsonNode& node);
 /// "0201 06", [2, 1, 6] or {"utf8": "text"}.
 Bytes ReadBytes(const JsonNode& node, std::size_t maxSize);
+/// An attribute value: up to 512 bytes (Bluetooth Core 5.4, Vol 3 Part F, 3.2.9).
+Bytes ReadValue(const JsonNode& node);
 /// A whole number of milliseconds, up to a day.
 milliseconds ReadDuration(const JsonNode& node);
 /// A duration after which something happens again: at least one millisecond, or time would stand
@@ -30,9 +32,21 @@ BluetoothError ReadBluetoothError(const JsonNode& node);
 std::uint8_t ReadAttError(const JsonNode& node);
 
 /// An unsigned number of the width of `T`, at least `lowest`; hexadecimal text is allowed.
-template <class T>
-T ReadUnsigned(const JsonNode& node, T lowest = 0) {
+template <class T, T lowest = 0>
+T ReadUnsigned(const JsonNode& node) {
   return static_cast<T>(node.IntegerOrHex(lowest, std::numeric_limits<T>::max()));
+}
+
+/// A number of the width of `T` in a range.
+template <class T, std::int64_t lowest, std::int64_t highest>
+T ReadInteger(const JsonNode& node) {
+  return static_cast<T>(node.Integer(lowest, highest));
+}
+
+/// A text of at most `maxBytes`.
+template <std::size_t maxBytes>
+std::string ReadText(const JsonNode& node) {
+  return node.Text(maxBytes);
 }
 
 /// The bytes of advertising data, given as bytes or as an object of named fields in their order.
@@ -46,8 +60,8 @@ std::vector<ServiceScenario> ReadServices(const JsonNode& node);
 
 PeripheralScenario ReadPeripheral(const JsonNode& node);
 AdapterScenario ReadAdapter(const JsonNode& node);
-std::vector<simulated::Fault> ReadAdapterFaults(const JsonNode& node);
-std::vector<simulated::Fault> ReadPeripheralFaults(const JsonNode& node);
+std::vector<Fault> ReadAdapterFaults(const JsonNode& node);
+std::vector<Fault> ReadPeripheralFaults(const JsonNode& node);
 CaptureScenario ReadCapture(const JsonNode& node);
 RadioEvent ReadRadioEvent(const JsonNode& node);
 

@@ -42,8 +42,8 @@ void AppendFlags(const JsonNode& node, Bytes& payload) {
 }
 
 void AppendTxPower(const JsonNode& node, Bytes& payload) {
-  const auto power = static_cast<std::uint8_t>(node.Integer(-127, 127));
-  AppendChecked(node, data_type::kTxPowerLevel, {power}, payload);
+  const auto power = ReadInteger<std::int8_t, -127, 127>(node);
+  AppendChecked(node, data_type::kTxPowerLevel, {static_cast<std::uint8_t>(power)}, payload);
 }
 
 void AppendAppearance(const JsonNode& node, Bytes& payload) {
@@ -116,14 +116,11 @@ AdvertisingScenario ReadAdvertising(const JsonNode& node) {
   const JsonObject object(node, {"interval", "type", "rssi", "data", "scanResponse", "count"});
   AdvertisingScenario advertising;
   object.Read("interval", advertising.interval, ReadInterval);
-  object.Read("type", advertising.type, [](const JsonNode& type) { return type.OneOf(kTypes); });
-  object.Read("rssi", advertising.rssi, [](const JsonNode& rssi) {
-    return static_cast<std::int16_t>(rssi.Integer(-127, 20));
-  });
+  object.ReadName("type", advertising.type, kTypes);
+  object.Read("rssi", advertising.rssi, ReadInteger<std::int16_t, -127, 20>);
   object.Read("data", advertising.data, ReadAdvertisingData);
   object.Read("scanResponse", advertising.scanResponse, ReadAdvertisingData);
-  object.Read("count", advertising.count,
-              [](const JsonNode& count) { return ReadUnsigned<std::uint32_t>(count); });
+  object.Read("count", advertising.count, ReadUnsigned<std::uint32_t>);
   const bool scannable = advertising.type == BluetoothLEAdvertisementType::ConnectableUndirected ||
                          advertising.type == BluetoothLEAdvertisementType::ScannableUndirected;
   if (advertising.scanResponse && !scannable)

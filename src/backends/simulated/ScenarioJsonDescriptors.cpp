@@ -32,14 +32,10 @@ std::uint16_t ReadUnit(const JsonNode& node) {
 Bytes ReadPresentationFormat(const JsonNode& node) {
   const JsonObject object(node, {"format", "exponent", "unit", "namespace", "description"});
   GattPresentationFormat format{ReadFormat(object.At("format")), 0, 0x2700, 1, 0};
-  object.Read("exponent", format.exponent, [](const JsonNode& exponent) {
-    return static_cast<std::int32_t>(exponent.Integer(-128, 127));
-  });
+  object.Read("exponent", format.exponent, ReadInteger<std::int8_t, -128, 127>);
   object.Read("unit", format.unit, ReadUnit);
-  object.Read("namespace", format.nameSpace,
-              [](const JsonNode& value) { return ReadUnsigned<std::uint8_t>(value); });
-  object.Read("description", format.description,
-              [](const JsonNode& value) { return ReadUnsigned<std::uint16_t>(value); });
+  object.Read("namespace", format.nameSpace, ReadUnsigned<std::uint8_t>);
+  object.Read("description", format.description, ReadUnsigned<std::uint16_t>);
   Bytes bytes{format.formatType, static_cast<std::uint8_t>(format.exponent)};
   AppendU16(bytes, format.unit);
   bytes.push_back(format.nameSpace);
@@ -51,7 +47,7 @@ Bytes ReadPresentationFormat(const JsonNode& node) {
 Bytes ReadAggregateFormat(const JsonNode& node) {
   Bytes bytes;
   for (const JsonNode& handle : node.Elements())
-    AppendU16(bytes, ReadUnsigned<std::uint16_t>(handle, 1));
+    AppendU16(bytes, ReadUnsigned<std::uint16_t, 1>(handle));
   if (bytes.empty() || bytes.size() > 512) node.Fail("must list 1 to 256 handles");
   return bytes;
 }

@@ -3,9 +3,6 @@
 namespace ble::simulated {
 namespace {
 
-using simulated::CallKind;
-using simulated::Fault;
-
 constexpr NamedValue<CallKind> kAdapterCalls[] = {{"lookUp", CallKind::AdapterLookUp}};
 constexpr NamedValue<CallKind> kPeripheralCalls[] = {
     {"lookUp", CallKind::DeviceLookUp},
@@ -54,14 +51,11 @@ template <std::size_t N>
 std::vector<Fault> ReadFaults(const JsonNode& list, const NamedValue<CallKind> (&calls)[N]) {
   return ReadAll(list, [&](const JsonNode& node) {
     const JsonObject object(node, {"operation", "delay", "result", "first", "count"});
-    const auto readCount = [](const JsonNode& count) {
-      return ReadUnsigned<std::uint32_t>(count, 1);
-    };
     Fault fault;
     fault.call = object.At("operation").OneOf(calls);
     object.Read("delay", fault.delay, ReadDuration);
-    object.Read("first", fault.first, readCount);
-    object.Read("count", fault.count, readCount);
+    object.Read("first", fault.first, ReadUnsigned<std::uint32_t, 1>);
+    object.Read("count", fault.count, ReadUnsigned<std::uint32_t, 1>);
     if (node.Has("result"))
       ReadResult(object.At("result"), fault);
     else if (!node.Has("delay"))

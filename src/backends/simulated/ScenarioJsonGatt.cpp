@@ -9,7 +9,6 @@ namespace {
 
 namespace properties = gatt_characteristic_properties;
 
-constexpr std::size_t kMaxValue = 512;  // Bluetooth Core 5.4, Vol 3 Part F, 3.2.9
 constexpr std::size_t kMaxId = 64;
 
 constexpr NamedValue<std::uint32_t> kProperties[] = {
@@ -24,10 +23,6 @@ constexpr NamedValue<std::uint32_t> kProperties[] = {
     {"reliableWrites", properties::kReliableWrites},
     {"writableAuxiliaries", properties::kWritableAuxiliaries},
 };
-
-std::uint16_t ReadHandle(const JsonNode& node) {
-  return ReadUnsigned<std::uint16_t>(node, 1);
-}
 
 std::uint32_t ReadProperties(const JsonNode& node) {
   std::uint32_t bits = 0;
@@ -44,8 +39,7 @@ ValueStream ReadStream(const JsonNode& node) {
   ValueStream stream;
   object.Read("interval", stream.interval, ReadInterval);
   object.Read("repeat", stream.repeat);
-  stream.values = ReadAll(object.At("values"),
-                          [](const JsonNode& value) { return ReadBytes(value, kMaxValue); });
+  stream.values = ReadAll(object.At("values"), ReadValue);
   if (stream.values.empty()) object.At("values").Fail("must not be empty");
   return stream;
 }
@@ -58,8 +52,7 @@ CharacteristicScenario ReadCharacteristic(const JsonNode& node) {
   characteristic.uuid = ReadUuid(object.At("uuid"));
   ReadAttributeRules(object, characteristic);
   characteristic.properties = ReadProperties(object.At("properties"));
-  object.Read("descriptors", characteristic.descriptors,
-              [](const JsonNode& list) { return ReadAll(list, ReadDescriptor); });
+  object.ReadAll("descriptors", characteristic.descriptors, ReadDescriptor);
   object.Read("stream", characteristic.stream, ReadStream);
   object.Read("echo", characteristic.echo);
   const bool sends =
@@ -75,14 +68,11 @@ ServiceScenario ReadService(const JsonNode& node) {
   const JsonObject object(node, {"id", "handle", "uuid", "primary", "includes", "characteristics"});
   ServiceScenario service;
   service.uuid = ReadUuid(object.At("uuid"));
-  const auto readId = [](const JsonNode& id) { return id.Text(kMaxId); };
-  object.Read("id", service.id, readId);
-  object.Read("handle", service.handle, ReadHandle);
+  object.Read("id", service.id, ReadText<kMaxId>);
+  object.Read("handle", service.handle, ReadUnsigned<std::uint16_t, 1>);
   object.Read("primary", service.primary);
-  object.Read("includes", service.includes,
-              [&](const JsonNode& list) { return ReadAll(list, readId); });
-  object.Read("characteristics", service.characteristics,
-              [](const JsonNode& list) { return ReadAll(list, ReadCharacteristic); });
+  object.ReadAll("includes", service.includes, ReadText<kMaxId>);
+  object.ReadAll("characteristics", service.characteristics, ReadCharacteristic);
   return service;
 }
 
@@ -106,12 +96,9 @@ void CheckIds(const std::vector<JsonNode>& nodes, const std::vector<ServiceScena
 }  // namespace
 
 void ReadAttributeRules(const JsonObject& object, AttributeScenario& attribute) {
-  object.Read("handle", attribute.handle, ReadHandle);
-  object.Read("value", attribute.value,
-              [](const JsonNode& value) { return ReadBytes(value, kMaxValue); });
-  object.Read("maxLength", attribute.maxLength, [](const JsonNode& length) {
-    return static_cast<std::size_t>(length.Integer(0, kMaxValue));
-  });
+  object.Read("handle", attribute.handle, ReadUnsigned<std::uint16_t, 1>);
+  object.Read("value", attribute.value, ReadValue);
+  object.Read("maxLength", attribute.maxLength, ReadInteger<std::size_t, 0, 512>);
   object.Read("readError", attribute.readError, ReadAttError);
   object.Read("writeError", attribute.writeError, ReadAttError);
   object.Read("responseDelay", attribute.responseDelay, ReadDuration);

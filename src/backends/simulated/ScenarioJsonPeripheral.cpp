@@ -12,9 +12,7 @@ constexpr NamedValue<PeripheralEvent::Kind> kEventKinds[] = {
     {"changeServices", PeripheralEvent::Kind::ChangeServices},
 };
 
-std::string ReadName(const JsonNode& node) {
-  return node.Text(248);  // Bluetooth Core 5.4, Vol 3 Part C, 3.2.2.1
-}
+constexpr std::size_t kMaxName = 248;  // Bluetooth Core 5.4, Vol 3 Part C, 3.2.2.1
 
 /// A key that belongs to one kind of event must be there for it and for no other.
 void CheckBelongs(const JsonNode& node, const JsonObject& object, std::string_view key,
@@ -30,9 +28,8 @@ PeripheralEvent ReadPeripheralEvent(const JsonNode& node) {
   PeripheralEvent event;
   event.kind = object.At("kind").OneOf(kEventKinds);
   object.Read("at", event.at, ReadDuration);
-  object.Read("afterRequests", event.afterRequests,
-              [](const JsonNode& count) { return ReadUnsigned<std::uint32_t>(count, 1); });
-  object.Read("name", event.name, ReadName);
+  object.Read("afterRequests", event.afterRequests, ReadUnsigned<std::uint32_t, 1>);
+  object.Read("name", event.name, ReadText<kMaxName>);
   object.Read("services", event.services, ReadServices);
   if (node.Has("at") == node.Has("afterRequests"))
     node.Fail("must have either at or afterRequests");
@@ -51,18 +48,15 @@ PeripheralScenario ReadPeripheral(const JsonNode& node) {
              "responseDelay", "mtu", "services", "events", "faults"});
   PeripheralScenario peripheral;
   peripheral.address = ReadAddress(object.At("address"));
-  object.Read("addressType", peripheral.randomAddress,
-              [](const JsonNode& type) { return type.OneOf(kAddressTypes); });
-  object.Read("name", peripheral.name, ReadName);
+  object.ReadName("addressType", peripheral.randomAddress, kAddressTypes);
+  object.Read("name", peripheral.name, ReadText<kMaxName>);
   object.Read("advertising", peripheral.advertising, ReadAdvertising);
   object.Read("connectable", peripheral.connectable);
   object.Read("connectLatency", peripheral.connectLatency, ReadDuration);
   object.Read("responseDelay", peripheral.responseDelay, ReadDuration);
-  object.Read("mtu", peripheral.mtu,
-              [](const JsonNode& mtu) { return static_cast<std::uint16_t>(mtu.Integer(23, 517)); });
+  object.Read("mtu", peripheral.mtu, ReadInteger<std::uint16_t, 23, 517>);
   object.Read("services", peripheral.services, ReadServices);
-  object.Read("events", peripheral.events,
-              [](const JsonNode& list) { return ReadAll(list, ReadPeripheralEvent); });
+  object.ReadAll("events", peripheral.events, ReadPeripheralEvent);
   object.Read("faults", peripheral.faults, ReadPeripheralFaults);
   return peripheral;
 }

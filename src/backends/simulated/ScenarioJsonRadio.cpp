@@ -38,7 +38,7 @@ CaptureScenario ReadCapture(const JsonNode& node) {
   }
   const JsonObject object(node, {"file", "pace", "repeat"});
   capture.file = ReadPath(object.At("file"));
-  object.Read("pace", capture.pace, [](const JsonNode& pace) { return pace.OneOf(kPaces); });
+  object.ReadName("pace", capture.pace, kPaces);
   object.Read("repeat", capture.repeat);
   if (capture.repeat && capture.pace == CaptureScenario::Pace::Fast)
     object.At("repeat").Fail("a capture played as fast as possible would never let time pass");

@@ -77,6 +77,10 @@ Bytes ReadBytes(const JsonNode& node, std::size_t maxSize) {
   return bytes;
 }
 
+Bytes ReadValue(const JsonNode& node) {
+  return ReadBytes(node, 512);
+}
+
 milliseconds ReadDuration(const JsonNode& node) {
   return milliseconds(node.Integer(0, kDayInMilliseconds));
 }
@@ -91,7 +95,7 @@ BluetoothError ReadBluetoothError(const JsonNode& node) {
 
 std::uint8_t ReadAttError(const JsonNode& node) {
   if (node.IsString() && !node.Text(64).starts_with("0x")) return node.OneOf(kAttErrors);
-  return ReadUnsigned<std::uint8_t>(node, 1);
+  return ReadUnsigned<std::uint8_t, 1>(node);
 }
 
 }  // namespace ble::simulated

@@ -29,19 +29,13 @@ Scenario ReadScenario(const JsonNode& root) {
                           {"$schema", "time", "adapter", "peripherals", "captures", "radioEvents"});
   Scenario scenario;
   std::string schema;  // for editors
-  object.Read("$schema", schema, [](const JsonNode& node) { return node.Text(4096); });
-  object.Read("time", scenario.virtualTime,
-              [](const JsonNode& time) { return time.OneOf(kTimes); });
+  object.Read("$schema", schema, ReadText<4096>);
+  object.ReadName("time", scenario.virtualTime, kTimes);
   object.Read("adapter", scenario.adapter, ReadAdapter);
-  object.Read("peripherals", scenario.peripherals, [](const JsonNode& list) {
-    auto peripherals = ReadAll(list, ReadPeripheral);
-    CheckAddresses(list, peripherals);
-    return peripherals;
-  });
-  object.Read("captures", scenario.captures,
-              [](const JsonNode& list) { return ReadAll(list, ReadCapture); });
-  object.Read("radioEvents", scenario.radioEvents,
-              [](const JsonNode& list) { return ReadAll(list, ReadRadioEvent); });
+  object.ReadAll("peripherals", scenario.peripherals, ReadPeripheral);
+  if (!scenario.peripherals.empty()) CheckAddresses(object.At("peripherals"), scenario.peripherals);
+  object.ReadAll("captures", scenario.captures, ReadCapture);
+  object.ReadAll("radioEvents", scenario.radioEvents, ReadRadioEvent);
   return scenario;
 }
 
