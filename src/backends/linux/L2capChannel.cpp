@@ -53,10 +53,11 @@ bool MaySendLater(int socket, int error) {
 
 L2capChannel::L2capChannel(std::shared_ptr<EventLoop> loop, FileDescriptor socket,
                            std::shared_ptr<void> keepAlive)
-    : LendableInput(socket.Get()),
-      keepAlive_(std::move(keepAlive)),
+    : keepAlive_(std::move(keepAlive)),
       loop_(std::move(loop)),
-      socket_(std::move(socket)) {}
+      socket_(std::move(socket)),
+      input_(
+          socket_.Get(), [this] { return TakeOne(); }, [this](bool ended) { GiveBack(ended); }) {}
 
 L2capChannel::~L2capChannel() {
   loop_->Unwatch(watch_);
@@ -72,7 +73,7 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
   listener_ = std::move(listener);
   if (!open_) return;
   watch_ = loop_->Watch(socket_.Get(), kInput, IfAlive(weak_from_this(), &L2capChannel::OnReady));
-  loop_->Lend(weak_from_this());
+  loop_->Lend(std::shared_ptr<LendableInput>(shared_from_this(), &input_));
 }
 
 [[gnu::hot]] bool L2capChannel::Send(ByteView pdu) {
@@ -158,6 +159,7 @@ void L2capChannel::ReceiveAll() {
 
 // Only what raises no event may be handled here. The answer to the ATT_MTU does: the link is there.
 [[gnu::hot]] LendableInput::Taken L2capChannel::TakeOne() {
+  using Taken = LendableInput::Taken;
   PduBuffer buffer;
   ByteView pdu;
   bool isForWaiter = false;

@@ -22,7 +22,6 @@ namespace ble::linux_radio {
 /// is called on the radio's thread; a wait inside one of its calls runs the next call nested.
 /// Responses may come on a thread of the host instead, one that waits in the loop.
 class L2capChannel final : public att::AttChannel,
-                           public LendableInput,
                            public std::enable_shared_from_this<L2capChannel> {
  public:
   /// `keepAlive` lives as long as the channel: whatever the loop belongs to.
@@ -40,8 +39,8 @@ class L2capChannel final : public att::AttChannel,
  private:
   using PduBuffer = std::array<std::uint8_t, att::kMaxMtu>;
 
-  Taken TakeOne() override;
-  void GiveBack(bool ended) override;
+  LendableInput::Taken TakeOne();
+  void GiveBack(bool ended);
 
   void Listen(std::weak_ptr<Listener> listener);
   void OnReady(std::uint32_t events);
@@ -63,6 +62,7 @@ class L2capChannel final : public att::AttChannel,
   const std::shared_ptr<void> keepAlive_;
   const std::shared_ptr<EventLoop> loop_;
   const FileDescriptor socket_;  // closed with the channel; shut down when the channel ends
+  LendableInput input_;
   std::atomic<bool> open_{true};
 
   std::mutex mutex_;           // guards what waits to be sent

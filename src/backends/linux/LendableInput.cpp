@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 namespace ble::linux_radio {
 namespace {
@@ -31,7 +32,10 @@ FileDescriptor Watch(int input, const EventFd& wake, const TimerFd& alarm) {
 
 }  // namespace
 
-LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_, alarm_)) {}
+LendableInput::LendableInput(int descriptor, TakeOne takeOne, GiveBack giveBack)
+    : takeOne_(std::move(takeOne)),
+      giveBack_(std::move(giveBack)),
+      epoll_(Watch(descriptor, wake_, alarm_)) {}
 
 [[gnu::hot]] bool LendableInput::TakeUntil(const WakeSignal& signal, TimePoint end) {
   if (!epoll_ || inUse_.exchange(true)) return false;
@@ -47,7 +51,7 @@ LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_, a
     SetAlarm(end);
     const Taken taken = TakeNext(signal);
     if (taken >= Taken::Enough) {
-      GiveBack(taken == Taken::End);
+      giveBack_(taken == Taken::End);
       return false;
     }
     if (!signal.IsSet() && std::chrono::steady_clock::now() >= end) break;
@@ -91,7 +95,7 @@ LendableInput::LendableInput(int descriptor) : epoll_(Watch(descriptor, wake_, a
 [[gnu::hot]] LendableInput::Taken LendableInput::TakeAll() {
   auto taken = Taken::One;
   while (taken == Taken::One)
-    taken = TakeOne();
+    taken = takeOne_();
   return taken;
 }
 
