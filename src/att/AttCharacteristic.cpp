@@ -182,7 +182,7 @@ GattDescriptorsResult AttCharacteristic::Publish(const std::vector<DescriptorRec
 
 void AttCharacteristic::SearchDescriptors(const BearerPtr& bearer, Found<DescriptorRecord> found) {
   // That of the beginning: what changes meanwhile makes the handle out of date.
-  const std::uint32_t version = context_->DatabaseVersion();
+  const std::uint16_t version = context_->DatabaseVersion();
   DiscoverDescriptors(
       bearer, static_cast<std::uint16_t>(valueHandle_ + 1), end_,
       [self = shared_from_this(), version, found = std::move(found)](
@@ -191,16 +191,15 @@ void AttCharacteristic::SearchDescriptors(const BearerPtr& bearer, Found<Descrip
           self->descriptors_.Store(records);
           for (const DescriptorRecord& record : records)
             if (record.uuid == Uuid::FromAssignedNumber(gatt_uuid::kClientConfiguration))
-              self->configuration_ = version << 16 | record.handle;
+              self->configuration_ = FoundHandle{record.handle, version};
         }
         found(status, std::move(records));
       });
 }
 
 std::uint16_t AttCharacteristic::KnownConfiguration() const {
-  const std::uint32_t known = configuration_;
-  if (known >> 16 != context_->DatabaseVersion()) return 0;
-  return static_cast<std::uint16_t>(known & 0xFFFF);
+  const FoundHandle known = configuration_;
+  return known.version == context_->DatabaseVersion() ? known.handle : std::uint16_t{0};
 }
 
 void AttCharacteristic::WithConfiguration(const BearerPtr& bearer, ConfigurationFound use) {

@@ -67,6 +67,12 @@ class AttCharacteristic final : public GattCharacteristic,
   using ConfigurationFound =
       std::function<void(const GattResult& status, std::uint16_t descriptorHandle)>;
 
+  /// Where the client configuration descriptor was found, and in which version of the database.
+  struct FoundHandle {
+    std::uint16_t handle = 0;  ///< 0: it was not
+    std::uint16_t version = 0;
+  };
+
   GattDescriptorsResult Publish(const std::vector<DescriptorRecord>& records, const Wanted& wanted);
   /// Searches the server and remembers what it finds.
   void SearchDescriptors(const BearerPtr& bearer, Found<DescriptorRecord> found);
@@ -81,9 +87,7 @@ class AttCharacteristic final : public GattCharacteristic,
   const Uuid uuid_;
   std::atomic<std::uint8_t> properties_;
   std::atomic<std::uint16_t> end_;
-  // The client configuration descriptor: its handle, 0 when there is none, and above that the
-  // version of the database it was found in.
-  std::atomic<std::uint32_t> configuration_{0};
+  std::atomic<FoundHandle> configuration_{FoundHandle{}};
   LastKnown<DescriptorRecord> descriptors_;
   CharacteristicDescription description_;
   KnownValue value_;

@@ -42,7 +42,7 @@ class GattContext final : public AttLink::Observer,
 
   /// Differs whenever the server's handles may have come to mean other attributes: after a services
   /// change, and on each new link.
-  std::uint32_t DatabaseVersion() const { return databaseVersion_; }
+  std::uint16_t DatabaseVersion() const { return databaseVersion_; }
 
   /// Asks the server for Service Changed indications (Bluetooth Core 5.4, Vol 3 Part G, 7.1), once
   /// per link, when it has a Generic Attribute service. Failing changes nothing for anybody.
