@@ -23,7 +23,8 @@ endif()
 # Sets the compile and link options of a target. All objects of a program must use the same
 # sanitizers.
 function(corvaneble_target target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic
+                                           $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
   if(CORVANEBLE_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

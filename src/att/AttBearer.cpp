@@ -54,10 +54,10 @@ void AttBearer::Start(Reply ready) {
 }
 
 [[gnu::hot]] void AttBearer::Request(const Pdu& request, Reply reply, OnRefusal onRefusal) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (dead_) {
     const ChannelError reason = reason_;
-    lock.unlock();
+    lock.Unlock();
     return reply({.reason = reason});
   }
   if (outstanding_) {
@@ -66,7 +66,7 @@ void AttBearer::Start(Reply ready) {
   }
   outstanding_.emplace(request, std::move(reply), onRefusal);
   Begin();
-  lock.unlock();
+  lock.Unlock();
   Transmit(request);
 }
 
@@ -109,7 +109,7 @@ void AttBearer::Shutdown(ChannelError reason) {
   std::vector<Exchange> lost;
   std::vector<Exchange> refused;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (dead_) return;
     dead_ = true;
     reason_ = reason;
@@ -134,7 +134,7 @@ void AttBearer::Shutdown(ChannelError reason) {
 // would cost more than to find now and then that there is time left.
 void AttBearer::OnTimer() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     timer_ = 0;
     if (!outstanding_) return;
     const auto left = std::chrono::ceil<milliseconds>(outstanding_->deadline - executor_->Now());
@@ -174,7 +174,7 @@ void AttBearer::OnClosed(ChannelError error) {
   Reply reply;
   std::optional<Pdu> next;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!IsOutstanding(request)) return;
     reply = std::move(outstanding_->reply);
     outstanding_.reset();
@@ -192,7 +192,7 @@ void AttBearer::OnErrorResponse(ByteView pdu) {
   bool raise = false;
   bool retried = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!IsOutstanding(error->request)) return;
     refused.swap(outstanding_);
     if (AsksForSecurity(error->error) && refused->onRefusal == OnRefusal::SecureLink &&
@@ -217,7 +217,7 @@ void AttBearer::OnSecurityRaised(bool raised) {
   std::vector<Exchange> refused;
   std::optional<Pdu> next;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (dead_) return;
     security_ = raised ? Security::Raised : Security::Refused;
     refused.swap(awaitingSecurity_);

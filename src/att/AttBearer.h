@@ -6,7 +6,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -15,6 +14,7 @@
 #include "att/AttPdu.h"
 #include "base/Callback.h"
 #include "base/Executor.h"
+#include "base/Mutex.h"
 
 namespace ble::att {
 
@@ -104,11 +104,10 @@ class AttBearer final : public AttChannel::Listener,
     AttError refusal{};        ///< why it waits for security
   };
 
-  // All four expect mutex_ to be held.
-  void Begin();
-  void SetTimer(std::chrono::milliseconds delay);
-  std::optional<Pdu> BeginNext();
-  bool IsOutstanding(Opcode request) const;
+  void Begin() REQUIRES(mutex_);
+  void SetTimer(std::chrono::milliseconds delay) REQUIRES(mutex_);
+  std::optional<Pdu> BeginNext() REQUIRES(mutex_);
+  bool IsOutstanding(Opcode request) const REQUIRES(mutex_);
 
   void Transmit(ByteView pdu);
   void Shutdown(ChannelError reason);
@@ -127,14 +126,15 @@ class AttBearer final : public AttChannel::Listener,
 
   std::atomic<std::uint16_t> mtu_{kDefaultMtu};
 
-  mutable std::mutex mutex_;  // guards everything below; never held across a callback
-  std::optional<Exchange> outstanding_;
-  std::deque<Exchange> queue_;
-  std::vector<Exchange> awaitingSecurity_;
-  Executor::TaskId timer_ = 0;  ///< for the first deadline of some that came one by one; 0: none
-  Security security_ = Security::Untried;
+  mutable Mutex mutex_;  // never held across a callback
+  std::optional<Exchange> outstanding_ GUARDED_BY(mutex_);
+  std::deque<Exchange> queue_ GUARDED_BY(mutex_);
+  std::vector<Exchange> awaitingSecurity_ GUARDED_BY(mutex_);
+  /// For the first deadline of the requests so far; 0: none.
+  Executor::TaskId timer_ GUARDED_BY(mutex_) = 0;
+  Security security_ GUARDED_BY(mutex_) = Security::Untried;
   std::atomic<bool> dead_{false};  // set under the lock
-  ChannelError reason_ = ChannelError::None;
+  ChannelError reason_ GUARDED_BY(mutex_) = ChannelError::None;
 };
 
 using BearerPtr = std::shared_ptr<AttBearer>;

@@ -30,31 +30,31 @@ AttLink::~AttLink() {
 }
 
 [[gnu::hot]] std::shared_ptr<AttBearer> AttLink::UsableBearer() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return state_ == State::Open && bearer_->IsUsable() ? bearer_ : nullptr;
 }
 
 void AttLink::WithBearerLater(Use use) {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   if (state_ == State::Closed) {
-    lock.unlock();
+    lock.Unlock();
     return use(nullptr, ChannelError::Unreachable);
   }
   if (state_ == State::Open && bearer_->IsUsable()) {  // by now
     const std::shared_ptr<AttBearer> bearer = bearer_;
-    lock.unlock();
+    lock.Unlock();
     return use(bearer, ChannelError::None);
   }
   // A channel that is still closing comes first: OnBearerClosed opens the next one.
   waiting_.push_back(std::move(use));
   if (state_ != State::Idle) return;
   state_ = State::Opening;
-  lock.unlock();
+  lock.Unlock();
   OpenChannel();
 }
 
 bool AttLink::IsOpen() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return announced_;
 }
 
@@ -62,7 +62,7 @@ void AttLink::Close() {
   std::shared_ptr<AttBearer> bearer;
   std::vector<Use> waiting;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     state_ = State::Closed;
     announced_ = false;
     bearer.swap(bearer_);
@@ -86,7 +86,7 @@ void AttLink::OnChannel(std::shared_ptr<AttChannel> channel, ChannelError error)
   if (!channel) return OnNoChannel(error);
   const auto bearer = std::make_shared<AttBearer>(std::move(channel), executor_, weak_from_this());
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (state_ != State::Opening) return;  // closed meanwhile; the bearer closes the channel
     bearer_ = bearer;
     channelSince_ = executor_->Now();
@@ -100,7 +100,7 @@ void AttLink::OnChannel(std::shared_ptr<AttChannel> channel, ChannelError error)
 void AttLink::OnNoChannel(ChannelError error) {
   std::vector<Use> waiting;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (state_ != State::Closed) state_ = State::Idle;
     channels_ = 0;
     waiting.swap(waiting_);
@@ -116,7 +116,7 @@ void AttLink::OnReady(const std::shared_ptr<AttBearer>& bearer, const AttReply& 
   const bool ready = reply.outcome != AttReply::Outcome::Lost;
   std::vector<Use> waiting;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!bearer || bearer_ != bearer) return;  // its end has answered what was waiting
     state_ = State::Open;
     announced_ = ready;
@@ -140,7 +140,7 @@ void AttLink::OnBearerClosed(ChannelError) {
   bool announced = false;
   bool reopen = false;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (state_ == State::Closed) return;
     retired.swap(bearer_);
     announced = std::exchange(announced_, false);

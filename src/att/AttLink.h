@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "att/AttBearer.h"
 #include "att/AttChannel.h"
 #include "base/Executor.h"
+#include "base/Mutex.h"
 
 namespace ble::att {
 
@@ -64,20 +64,21 @@ class AttLink final : public AttBearer::Listener, public std::enable_shared_from
   void OpenChannel();
   void OnChannel(std::shared_ptr<AttChannel> channel, ChannelError error);
   void OnNoChannel(ChannelError error);
-  bool WasNeverEstablished() const;  ///< expects mutex_ to be held
+  bool WasNeverEstablished() const REQUIRES(mutex_);
   void OnReady(const std::shared_ptr<AttBearer>& bearer, const AttReply& reply);
 
   const std::shared_ptr<AttConnector> connector_;
   const std::shared_ptr<Executor> executor_;
   const std::weak_ptr<Observer> observer_;
 
-  mutable std::mutex mutex_;  // guards everything below; never held across a callback
-  State state_ = State::Idle;
-  bool announced_ = false;  // the observer knows that the link is open
-  std::shared_ptr<AttBearer> bearer_;
-  std::vector<Use> waiting_;
-  Executor::TimePoint channelSince_{};
-  int channels_ = 0;  ///< opened since the link was last ready or given up
+  mutable Mutex mutex_;  // never held across a callback
+  State state_ GUARDED_BY(mutex_) = State::Idle;
+  bool announced_ GUARDED_BY(mutex_) = false;  ///< the observer knows that the link is open
+  std::shared_ptr<AttBearer> bearer_ GUARDED_BY(mutex_);
+  std::vector<Use> waiting_ GUARDED_BY(mutex_);
+  Executor::TimePoint channelSince_ GUARDED_BY(mutex_){};
+  /// Opened since the link was last ready or given up.
+  int channels_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace ble::att

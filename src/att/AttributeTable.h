@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 #include <vector>
 
 #include "att/GattSearch.h"
+#include "base/Mutex.h"
 
 namespace ble::att {
 
@@ -43,12 +43,13 @@ class AttributeTable {
   using ByHandle = std::unordered_map<std::uint16_t, std::weak_ptr<T>>;
 
   template <class T, class Same, class Make>
-  std::shared_ptr<T> FindOrMake(ByHandle<T>& objects, std::uint16_t handle, Same same, Make make);
+  std::shared_ptr<T> FindOrMake(ByHandle<T> AttributeTable::*objects, std::uint16_t handle,
+                                Same same, Make make);
 
-  mutable std::mutex mutex_;  // guards the maps; no object dies under it
-  ByHandle<AttService> services_;
-  ByHandle<AttCharacteristic> characteristics_;  // by value handle
-  ByHandle<AttDescriptor> descriptors_;
+  mutable Mutex mutex_;  // no object dies under it
+  ByHandle<AttService> services_ GUARDED_BY(mutex_);
+  ByHandle<AttCharacteristic> characteristics_ GUARDED_BY(mutex_);  ///< by value handle
+  ByHandle<AttDescriptor> descriptors_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble::att

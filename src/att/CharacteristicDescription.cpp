@@ -65,7 +65,7 @@ bool CharacteristicDescription::Understands(const Uuid& descriptorUuid) {
 void CharacteristicDescription::Adopt(std::uint32_t databaseVersion,
                                       const std::vector<DescriptorRecord>& descriptors) {
   std::vector<Entry> next;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   for (const DescriptorRecord& descriptor : descriptors) {
     if (!Understands(descriptor.uuid)) continue;
     const Entry* const known = databaseVersion == databaseVersion_ ? Find(descriptor) : nullptr;
@@ -84,7 +84,7 @@ CharacteristicDescription::Entry* CharacteristicDescription::Find(
 }
 
 void CharacteristicDescription::Learn(const DescriptorRecord& descriptor, ByteView value) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Entry* const entry = Find(descriptor);
   if (entry == nullptr) return;
   entry->state = State::Read;
@@ -92,7 +92,7 @@ void CharacteristicDescription::Learn(const DescriptorRecord& descriptor, ByteVi
 }
 
 bool CharacteristicDescription::Fail(const DescriptorRecord& descriptor, bool unanswered) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   Entry* const entry = Find(descriptor);
   if (entry == nullptr) return false;
   entry->value.clear();
@@ -101,7 +101,7 @@ bool CharacteristicDescription::Fail(const DescriptorRecord& descriptor, bool un
 }
 
 bool CharacteristicDescription::Misses(const Uuid& descriptorUuid) const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
     return entry.descriptor.uuid == descriptorUuid &&
            (entry.state == State::Unread || entry.state == State::Refused);
@@ -116,13 +116,13 @@ ByteView CharacteristicDescription::ValueOf(std::uint16_t assignedNumber) const 
 }
 
 std::uint32_t CharacteristicDescription::ExtendedProperties() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const ByteView value = ValueOf(gatt_uuid::kExtendedProperties);
   return value.size() == 2 ? ParseExtendedProperties(value) : 0;
 }
 
 std::u16string CharacteristicDescription::UserDescription() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return ParseUserDescription(ValueOf(gatt_uuid::kUserDescription));
 }
 
@@ -130,7 +130,7 @@ std::vector<GattPresentationFormat> CharacteristicDescription::PresentationForma
   std::map<std::uint16_t, GattPresentationFormat> formats;  // by handle of the descriptor
   std::vector<std::uint16_t> aggregate;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const Entry& entry : entries_) {
       if (!Is(entry.descriptor, gatt_uuid::kPresentationFormat)) continue;
       if (const auto format = ParsePresentationFormat(entry.value))

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "att/GattSearch.h"
+#include "base/Mutex.h"
 #include "platform/Gatt.h"
 
 namespace ble::att {
@@ -46,14 +46,14 @@ class CharacteristicDescription {
     Bytes value;
   };
 
-  // Both expect mutex_ to be held.
-  Entry* Find(const DescriptorRecord& descriptor);
+  Entry* Find(const DescriptorRecord& descriptor) REQUIRES(mutex_);
   /// The value of the first descriptor of a type; empty when it is not known.
-  ByteView ValueOf(std::uint16_t assignedNumber) const;
+  ByteView ValueOf(std::uint16_t assignedNumber) const REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;  // guards everything below
-  std::uint32_t databaseVersion_ = 0;
-  std::vector<Entry> entries_;  // of types that are understood, in the order of their handles
+  mutable Mutex mutex_;
+  std::uint32_t databaseVersion_ GUARDED_BY(mutex_) = 0;
+  /// Of types that are understood, in the order of their handles.
+  std::vector<Entry> entries_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble::att

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "att/AttLink.h"
 #include "att/AttStatus.h"
 #include "att/GattSearch.h"
+#include "base/Mutex.h"
 
 /// What the operations of all GATT objects have in common.
 namespace ble::att {
@@ -34,17 +34,17 @@ template <class T>
 class LastKnown {
  public:
   void Store(std::span<const T> items) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     items_.assign(items.begin(), items.end());
   }
   std::vector<T> Get() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return items_;
   }
 
  private:
-  mutable std::mutex mutex_;  // guards the items
-  std::vector<T> items_;
+  mutable Mutex mutex_;
+  std::vector<T> items_ GUARDED_BY(mutex_);
 };
 
 using KnownValue = LastKnown<std::uint8_t>;

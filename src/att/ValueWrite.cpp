@@ -70,7 +70,7 @@ class LongWrite : public std::enable_shared_from_this<LongWrite> {
 
 void LongWriteQueue::Run(Job job) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     waiting_.push_back(std::move(job));
   }
   RunNext();
@@ -79,7 +79,7 @@ void LongWriteQueue::Run(Job job) {
 void LongWriteQueue::RunNext() {
   Job job;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (running_ || waiting_.empty()) return;
     running_ = true;
     job = std::move(waiting_.front());
@@ -87,7 +87,7 @@ void LongWriteQueue::RunNext() {
   }
   job([self = shared_from_this()] {
     {
-      const std::lock_guard lock(self->mutex_);
+      const MutexLock lock(self->mutex_);
       self->running_ = false;
     }
     self->RunNext();

@@ -4,9 +4,9 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 #include "att/AttBearer.h"
+#include "base/Mutex.h"
 #include "platform/Gatt.h"
 
 /// Writing whole attribute values (Bluetooth Core 5.4, Vol 3 Part G, 4.9 and 4.12), however many
@@ -27,9 +27,9 @@ class LongWriteQueue : public std::enable_shared_from_this<LongWriteQueue> {
  private:
   void RunNext();
 
-  std::mutex mutex_;  // guards both fields; not held while a job runs
-  std::deque<Job> waiting_;
-  bool running_ = false;
+  Mutex mutex_;  // not held while a job runs
+  std::deque<Job> waiting_ GUARDED_BY(mutex_);
+  bool running_ GUARDED_BY(mutex_) = false;
 };
 
 /// Writes a value with a response: Write Request when it fits, else Prepare Write and Execute

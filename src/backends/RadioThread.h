@@ -1,12 +1,12 @@
 #pragma once
 
 #include <exception>
-#include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include "base/Mutex.h"
 #include "base/TaskQueue.h"
 #include "platform/PlatformFailure.h"
 
@@ -38,7 +38,7 @@ class TaskThread {
  public:
   void Cancel(Executor::TaskId id) {
     TaskQueue::Taken forgotten;  // dies after the lock
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     forgotten = queue_.Take(id);
   }
 
@@ -50,7 +50,7 @@ class TaskThread {
     TaskQueue dropped;  // dies after the lock
     std::thread thread;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       stopped_ = true;
       std::swap(dropped, queue_);
       thread = std::move(thread_);
@@ -64,10 +64,10 @@ class TaskThread {
     }
   }
 
-  mutable std::mutex mutex_;  // guards every field below, also of derived classes; no task holds it
-  std::thread thread_;
-  bool stopped_ = false;
-  TaskQueue queue_;
+  mutable Mutex mutex_;  // guards fields of derived classes too; no task runs under it
+  std::thread thread_ GUARDED_BY(mutex_);
+  bool stopped_ GUARDED_BY(mutex_) = false;
+  TaskQueue queue_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

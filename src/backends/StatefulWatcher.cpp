@@ -7,24 +7,24 @@ StatefulWatcher::~StatefulWatcher() {
 }
 
 BluetoothLEAdvertisementWatcherStatus StatefulWatcher::Status() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return status_;
 }
 
 void StatefulWatcher::SetScanningMode(BluetoothLEScanningMode mode) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   mode_ = mode;
 }
 
 void StatefulWatcher::SetAdvertisementFilter(BluetoothLEAdvertisementFilter filter) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   filter_ = std::move(filter);
 }
 
 void StatefulWatcher::Start() {
   ScanOrderPtr order;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (order_) return;
     order_ = order = std::make_shared<ScanOrder>(mode_, std::move(filter_), received_);
   }
@@ -33,7 +33,7 @@ void StatefulWatcher::Start() {
 
 void StatefulWatcher::Stop() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!order_ || order_->over.exchange(true)) return;
     status_ = WatcherStatus::Stopping;
   }
@@ -43,7 +43,7 @@ void StatefulWatcher::Stop() {
 
 bool StatefulWatcher::OnListening() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (order_->over || status_ == WatcherStatus::Started) return false;
     status_ = WatcherStatus::Started;
   }
@@ -53,7 +53,7 @@ bool StatefulWatcher::OnListening() {
 
 bool StatefulWatcher::OnSilent() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (status_ != WatcherStatus::Stopping) return false;
     status_ = WatcherStatus::Stopped;
   }
@@ -63,7 +63,7 @@ bool StatefulWatcher::OnSilent() {
 
 bool StatefulWatcher::OnAborted() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (order_->over.exchange(true)) return false;
     status_ = WatcherStatus::Aborted;
   }

@@ -2,9 +2,9 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <utility>
 
+#include "base/Mutex.h"
 #include "platform/BluetoothAdvertisement.h"
 
 namespace ble {
@@ -68,11 +68,11 @@ class StatefulWatcher : public BluetoothLEAdvertisementWatcher {
   Latch begun_;
   Latch over_;
 
-  mutable std::mutex mutex_;  // guards the fields below; not held while anything is called
-  WatcherStatus status_ = WatcherStatus::Created;
-  BluetoothLEScanningMode mode_ = BluetoothLEScanningMode::Passive;
-  BluetoothLEAdvertisementFilter filter_;
-  ScanOrderPtr order_;  ///< null until `Start`
+  mutable Mutex mutex_;  // not held while anything is called
+  WatcherStatus status_ GUARDED_BY(mutex_) = WatcherStatus::Created;
+  BluetoothLEScanningMode mode_ GUARDED_BY(mutex_) = BluetoothLEScanningMode::Passive;
+  BluetoothLEAdvertisementFilter filter_ GUARDED_BY(mutex_);
+  ScanOrderPtr order_ GUARDED_BY(mutex_);  ///< null until `Start`
 };
 
 }  // namespace ble

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "base/WakeSignal.h"
 
 namespace ble {
@@ -19,7 +19,7 @@ class Latch {
   void Open() {
     std::vector<std::shared_ptr<WakeSignal>> waiting;  // set after the lock
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       isOpen_ = true;
       waiting.swap(waiting_);
     }
@@ -29,7 +29,7 @@ class Latch {
 
   SignalPtr Signal() {
     auto signal = std::make_shared<WakeSignal>();
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isOpen_) {
       signal->Set();  // nobody waits for it yet
     } else {
@@ -39,9 +39,9 @@ class Latch {
   }
 
  private:
-  std::mutex mutex_;  // guards both fields
-  bool isOpen_ = false;
-  std::vector<std::shared_ptr<WakeSignal>> waiting_;
+  Mutex mutex_;
+  bool isOpen_ GUARDED_BY(mutex_) = false;
+  std::vector<std::shared_ptr<WakeSignal>> waiting_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble

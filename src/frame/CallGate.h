@@ -50,10 +50,10 @@ class CallGate {
 
   void Close() {
     const std::uint32_t own = HasThisThread() ? 1 : 0;
-    MutexLock lock(mutex_);
+    const MutexLock lock(mutex_);
     calls_ |= kClosed;
     while ((calls_ & ~kClosed) > own)
-      left_.Wait(lock);
+      left_.Wait(mutex_);
   }
 
  private:

@@ -24,7 +24,7 @@ DescriptorWatch::DescriptorWatch() : epoll_(epoll_create1(EPOLL_CLOEXEC)) {
 }
 
 DescriptorWatch::Id DescriptorWatch::Add(int fd, std::uint32_t events, ReadyHandler handler) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const Id id = ++lastId_;
   if (closed_) return id;
   watches_.emplace(id, Watched{fd, events, std::make_shared<ReadyHandler>(std::move(handler))});
@@ -33,7 +33,7 @@ DescriptorWatch::Id DescriptorWatch::Add(int fd, std::uint32_t events, ReadyHand
 }
 
 void DescriptorWatch::SetEvents(Id id, std::uint32_t events) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto watched = watches_.find(id);
   if (watched == watches_.end()) return;
   const int fd = watched->second.fd;
@@ -45,7 +45,7 @@ void DescriptorWatch::SetEvents(Id id, std::uint32_t events) {
 
 void DescriptorWatch::Remove(Id id) {
   std::shared_ptr<ReadyHandler> forgotten;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto watched = watches_.find(id);
   if (watched == watches_.end()) return;
   epoll_ctl(epoll_.Get(), EPOLL_CTL_DEL, watched->second.fd, nullptr);
@@ -55,7 +55,7 @@ void DescriptorWatch::Remove(Id id) {
 
 void DescriptorWatch::Close() {
   Watches forgotten;
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   closed_ = true;
   forgotten.swap(watches_);
 }
@@ -71,7 +71,7 @@ void DescriptorWatch::Wait(std::chrono::milliseconds limit) {
 }
 
 std::shared_ptr<DescriptorWatch::ReadyHandler> DescriptorWatch::HandlerOf(Id id) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto watched = watches_.find(id);
   return watched != watches_.end() ? watched->second.handler : nullptr;
 }

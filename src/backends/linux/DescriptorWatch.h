@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 
 #include "backends/linux/EventFd.h"
 #include "backends/linux/FileDescriptor.h"
+#include "base/Mutex.h"
 
 namespace ble::linux_radio {
 
@@ -50,10 +50,10 @@ class DescriptorWatch {
 
   const FileDescriptor epoll_;
   const EventFd wake_;
-  std::mutex mutex_;  // guards every field below; no handler dies under it
-  bool closed_ = false;
-  Id lastId_ = 0;
-  Watches watches_;
+  Mutex mutex_;  // no handler dies under it
+  bool closed_ GUARDED_BY(mutex_) = false;
+  Id lastId_ GUARDED_BY(mutex_) = 0;
+  Watches watches_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble::linux_radio

@@ -19,7 +19,7 @@ constexpr milliseconds kLongestWait = std::chrono::hours(1);
 class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<Core> {
  public:
   TaskId Submit(SteadyClock::time_point due, Task task) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const TaskId id = queue_.NewId();
     if (stopped_) return id;
     StartThread();
@@ -30,7 +30,7 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
 
   WatchId Watch(int fd, std::uint32_t events, ReadyHandler handler) {
     const WatchId id = descriptors_.Add(fd, events, std::move(handler));
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!stopped_) StartThread();
     return id;
   }
@@ -61,7 +61,7 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
   }
 
   void Lend(std::weak_ptr<LendableInput> input) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     lent_ = std::move(input);
   }
 
@@ -73,8 +73,7 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
   }
 
  private:
-  // Down to `TimeToSleep` all expect mutex_ to be held.
-  void StartThread() {
+  void StartThread() REQUIRES(mutex_) {
     if (threadId_.load() != std::thread::id()) return;
     thread_ = StartRadioThread([self = shared_from_this()] {
       while (!self->IsStopped())
@@ -85,7 +84,7 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
   /// How long the thread may sleep. A time it once meant to wake at stands, though the task for it
   /// was cancelled: a wake-up for nothing now and then costs less than being woken for each new
   /// task that, like most, bounds something and will be cancelled too.
-  milliseconds TimeToSleep(milliseconds limit) {
+  milliseconds TimeToSleep(milliseconds limit) REQUIRES(mutex_) {
     const auto now = SteadyClock::now();
     if (sleepsUntil_ <= now) sleepsUntil_ = now + kLongestWait;
     if (!queue_.IsEmpty()) sleepsUntil_ = std::min(sleepsUntil_, queue_.FirstDue());
@@ -94,19 +93,19 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
   }
 
   std::shared_ptr<LendableInput> LentInput() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return lent_.lock();
   }
 
   bool IsStopped() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return stopped_;
   }
 
   bool RunDueTask() {
     TaskQueue::Taken due;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (!queue_.IsDue(SteadyClock::now())) return false;
       due = queue_.TakeFirst();
     }
@@ -118,7 +117,7 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
   void RunOnce(milliseconds limit) {
     if (RunDueTask()) return;
     {
-      const std::lock_guard lock(mutex_);
+      const MutexLock lock(mutex_);
       if (stopped_) return;
       limit = TimeToSleep(limit);
     }
@@ -127,9 +126,9 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
 
   DescriptorWatch descriptors_;
   std::atomic<std::thread::id> threadId_;  ///< set under the lock; stays when it was detached
-  // Below: guarded by the lock of TaskThread.
-  std::weak_ptr<LendableInput> lent_;
-  SteadyClock::time_point sleepsUntil_{};  ///< when the thread wakes without being woken
+  std::weak_ptr<LendableInput> lent_ GUARDED_BY(mutex_);
+  /// When the thread wakes without being woken.
+  SteadyClock::time_point sleepsUntil_ GUARDED_BY(mutex_){};
 };
 
 EventLoop::EventLoop() : core_(std::make_shared<Core>()) {}

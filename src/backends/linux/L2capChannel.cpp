@@ -82,7 +82,7 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
     if (SendNow(pdu)) return true;
     if (!MaySendLater(socket_.Get(), errno)) return false;
   }
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   isCongested_ = true;
   waiting_.emplace_back(pdu.begin(), pdu.end());
   loop_->Post(
@@ -92,7 +92,7 @@ void L2capChannel::Listen(std::weak_ptr<Listener> listener) {
 
 void L2capChannel::WhenSent(Callback<void()> done) {
   if (isCongested_) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (isCongested_ && open_) return whenSent_.push_back(std::move(done));
   }
   done();
@@ -149,7 +149,7 @@ void L2capChannel::ReceiveAll() {
 
 // What another thread has kept comes first: values must not overtake each other.
 [[gnu::hot]] ssize_t L2capChannel::Next(PduBuffer& pdu) {
-  const std::lock_guard lock(inputMutex_);
+  const MutexLock lock(inputMutex_);
   if (kept_.empty()) return recv(socket_.Get(), pdu.data(), pdu.size(), MSG_DONTWAIT);
   const Bytes next = std::move(kept_.front());
   kept_.pop_front();
@@ -164,7 +164,7 @@ void L2capChannel::ReceiveAll() {
   ByteView pdu;
   bool isForWaiter = false;
   {
-    const std::lock_guard lock(inputMutex_);
+    const MutexLock lock(inputMutex_);
     if (kept_.size() >= kMostKept) return Taken::Enough;
     const ssize_t size = recv(socket_.Get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (size < 0 && IsTemporary(errno)) return Taken::Nothing;
@@ -196,7 +196,7 @@ void L2capChannel::GiveBack(bool ended) {
 
 void L2capChannel::SendWaiting() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     while (!waiting_.empty()) {
       if (!SendNow(waiting_.front())) return;
       waiting_.pop_front();
@@ -210,7 +210,7 @@ void L2capChannel::SendWaiting() {
 void L2capChannel::RunWhenSent() {
   std::vector<Callback<void()>> ready;
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ready.swap(whenSent_);
   }
   for (const Callback<void()>& done : ready)

@@ -7,7 +7,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "att/AttChannel.h"
@@ -15,6 +14,7 @@
 #include "backends/linux/EventLoop.h"
 #include "backends/linux/FileDescriptor.h"
 #include "backends/linux/LendableInput.h"
+#include "base/Mutex.h"
 
 namespace ble::linux_radio {
 
@@ -65,13 +65,14 @@ class L2capChannel final : public att::AttChannel,
   LendableInput input_;
   std::atomic<bool> open_{true};
 
-  std::mutex mutex_;           // guards what waits to be sent
-  std::deque<Bytes> waiting_;  ///< PDUs that the kernel does not take yet
-  std::vector<Callback<void()>> whenSent_;
+  Mutex mutex_;
+  std::deque<Bytes> waiting_ GUARDED_BY(mutex_);  ///< PDUs that the kernel does not take yet
+  std::vector<Callback<void()>> whenSent_ GUARDED_BY(mutex_);
   std::atomic<bool> isCongested_{false};  ///< something waits; written under the lock
 
-  std::mutex inputMutex_;  // held while a PDU is received; guards what was received and not handled
-  std::deque<Bytes> kept_;  ///< PDUs for the radio's thread that another has taken
+  Mutex inputMutex_;  // held while a PDU is received
+  /// PDUs for the radio's thread that another thread has taken.
+  std::deque<Bytes> kept_ GUARDED_BY(inputMutex_);
 
   std::weak_ptr<Listener> listener_;  // set before the first PDU is asked for
 

@@ -75,7 +75,7 @@ LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device)
                                             const DeviceObject& now, DeviceChange change) {
         if (!change.name || now.path != path) return;
         {
-          const std::lock_guard lock(kept->mutex);
+          const MutexLock lock(kept->mutex);
           if (kept->name == now.name) return;
           kept->name = now.name;
         }
@@ -85,7 +85,7 @@ LinuxDevice::LinuxDevice(LinuxSession& session, const DeviceObject& device)
 
 std::u16string LinuxDevice::Name() const {
   std::u16string name;
-  const std::lock_guard lock(name_->mutex);
+  const MutexLock lock(name_->mutex);
   AppendUtf16(name_->name, name);
   return name;
 }

@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "att/AttDevice.h"
 #include "backends/linux/LinuxSession.h"
+#include "base/Mutex.h"
 
 namespace ble::linux_radio {
 
@@ -24,8 +24,8 @@ class LinuxDevice final : public att::AttDevice {
  private:
   class Relink;
   struct NameKeeper {
-    mutable std::mutex mutex;  // guards the name
-    std::string name;
+    Mutex mutex;
+    std::string name GUARDED_BY(mutex);
   };
 
   const std::uint64_t address_;

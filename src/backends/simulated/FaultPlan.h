@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <type_traits>
 #include <unordered_map>
@@ -13,6 +12,7 @@
 
 #include "backends/simulated/Fault.h"
 #include "base/Executor.h"
+#include "base/Mutex.h"
 #include "platform/Async.h"
 #include "platform/Gatt.h"
 #include "platform/PlatformFailure.h"
@@ -28,7 +28,7 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
       : executor_(std::move(executor)), faults_(std::move(faults)), seen_(faults_.size()) {}
 
   std::uint32_t CallCount() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return calls_;
   }
 
@@ -56,7 +56,7 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
   template <class Wrapper, class Inner>
   std::shared_ptr<Wrapper> Wrap(const std::shared_ptr<Inner>& inner) {
     if (!inner) return nullptr;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::weak_ptr<void>& known = wrappers_[inner.get()];
     if (auto wrapper = std::static_pointer_cast<Wrapper>(known.lock())) return wrapper;
     auto wrapper = std::make_shared<Wrapper>(inner, shared_from_this());
@@ -67,7 +67,7 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
   /// Counts a call; the first fault that it is due for, if any.
   const Fault* Count(CallKind call) {
     const Fault* due = nullptr;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ++calls_;
     for (std::size_t i = 0; i < faults_.size(); ++i) {
       const Fault& fault = faults_[i];
@@ -145,10 +145,11 @@ class FaultPlan : public std::enable_shared_from_this<FaultPlan> {
   const std::weak_ptr<Executor> executor_;
   const std::vector<Fault> faults_;
 
-  mutable std::mutex mutex_;         // guards everything below
-  std::vector<std::uint32_t> seen_;  ///< by fault: the calls of its kind
-  std::uint32_t calls_ = 0;
-  std::unordered_map<const void*, std::weak_ptr<void>> wrappers_;  ///< by the backend's object
+  mutable Mutex mutex_;
+  std::vector<std::uint32_t> seen_ GUARDED_BY(mutex_);  ///< by fault: the calls of its kind
+  std::uint32_t calls_ GUARDED_BY(mutex_) = 0;
+  /// By the backend's object.
+  std::unordered_map<const void*, std::weak_ptr<void>> wrappers_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble::simulated

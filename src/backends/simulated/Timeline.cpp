@@ -1,7 +1,6 @@
 #include "backends/simulated/Timeline.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <utility>
 #include <vector>
 
@@ -33,45 +32,43 @@ class Timeline::Core : public TaskThread, public std::enable_shared_from_this<Co
 
   TimePoint Now() const {
     if (!virtual_) return std::chrono::steady_clock::now();
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return now_;
   }
 
   TaskId PostAfter(milliseconds delay, Task task) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return Submit(LockedNow() + delay, std::move(task));
   }
 
   TaskId PostAt(TimePoint due, Task task) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return Submit(std::max(due, LockedNow()), std::move(task));
   }
 
   bool IsRadioThread() const {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return thread_.get_id() == std::this_thread::get_id();
   }
 
   /// Waits until `signal` is set or `duration` has passed.
   void Wait(milliseconds duration, const WakeSignal* signal) {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     const bool nested = thread_.get_id() == std::this_thread::get_id();
-    if (virtual_) return WaitVirtual(lock, duration, signal, nested);
-    if (nested) return WaitNested(lock, duration, signal);
-    lock.unlock();
+    if (virtual_) return WaitVirtual(duration, signal, nested);
+    if (nested) return WaitNested(duration, signal);
+    lock.Unlock();
     std::this_thread::sleep_for(duration);  // for a signal, the system's pump waits
   }
 
   void Stop() {
     StopAnd([this] {
-      wake_.notify_one();
-      waitFinished_.notify_all();
+      wake_.NotifyOne();
+      waitFinished_.NotifyAll();
     });
   }
 
  private:
-  using Lock = std::unique_lock<std::mutex>;
-
   /// A thread that waits in virtual time.
   struct Waiter {
     TimePoint end;
@@ -79,49 +76,51 @@ class Timeline::Core : public TaskThread, public std::enable_shared_from_this<Co
     bool finished = false;
   };
 
-  TimePoint LockedNow() const { return virtual_ ? now_ : std::chrono::steady_clock::now(); }
+  TimePoint LockedNow() const REQUIRES(mutex_) {
+    return virtual_ ? now_ : std::chrono::steady_clock::now();
+  }
 
-  TaskId Submit(TimePoint due, Task task) {
+  TaskId Submit(TimePoint due, Task task) REQUIRES(mutex_) {
     const TaskId id = queue_.NewId();
     if (stopped_) return id;
     if (!thread_.joinable())
       thread_ = StartRadioThread([self = shared_from_this()] { self->Run(); });
-    if (queue_.Add(id, due, std::move(task))) wake_.notify_one();
+    if (queue_.Add(id, due, std::move(task))) wake_.NotifyOne();
     return id;
   }
 
   void Run() {
-    Lock lock(mutex_);
+    const MutexLock lock(mutex_);
     while (!stopped_) {
       if (virtual_) {
-        if (!AdvanceVirtual(lock)) wake_.wait(lock);
+        if (!AdvanceVirtual()) wake_.Wait(mutex_);
       } else if (queue_.IsEmpty()) {
-        wake_.wait(lock);
-      } else if (!RunDueTask(lock)) {
-        wake_.wait_until(lock, TimePoint(queue_.FirstDue()));
+        wake_.Wait(mutex_);
+      } else if (!RunDueTask()) {
+        wake_.WaitUntil(mutex_, TimePoint(queue_.FirstDue()));
       }
     }
   }
 
-  void RunFirstTask(Lock& lock) {
+  void RunFirstTask() REQUIRES(mutex_) {
     TaskQueue::Taken first = queue_.TakeFirst();
     ++running_;
-    lock.unlock();
+    mutex_.Unlock();
     RunOnRadioThread(first.mapped());
     first = {};
-    lock.lock();
+    mutex_.Lock();
     --running_;
   }
 
-  bool RunDueTask(Lock& lock) {
+  bool RunDueTask() REQUIRES(mutex_) {
     if (!queue_.IsDue(LockedNow())) return false;
-    RunFirstTask(lock);
+    RunFirstTask();
     return true;
   }
 
   /// One step of virtual time, on the radio's thread: a task, or the end of the earliest wait.
   /// False when nobody waits, so that time stands still.
-  bool AdvanceVirtual(Lock& lock) {
+  bool AdvanceVirtual() REQUIRES(mutex_) {
     if (waiters_.empty()) return false;
     if (Finish([](const Waiter& waiter) { return waiter.signal && waiter.signal->IsSet(); }))
       return true;  // the time goes on only if somebody still waits for it
@@ -131,23 +130,23 @@ class Timeline::Core : public TaskThread, public std::enable_shared_from_this<Co
         }))->end;
     if (queue_.IsDue(end)) {
       now_ = std::max(now_, queue_.FirstDue());
-      RunFirstTask(lock);
+      RunFirstTask();
       return true;
     }
     now_ = std::max(now_, end);
-    Finish([this](const Waiter& waiter) { return waiter.end <= now_; });
+    Finish([end](const Waiter& waiter) { return waiter.end <= end; });
     return true;
   }
 
   template <class Predicate>
-  bool Finish(Predicate isFinished) {
+  bool Finish(Predicate isFinished) REQUIRES(mutex_) {
     const auto count = std::erase_if(
         waiters_, [&](Waiter* waiter) { return waiter->finished = isFinished(*waiter); });
-    if (count > 0) waitFinished_.notify_all();
+    if (count > 0) waitFinished_.NotifyAll();
     return count > 0;
   }
 
-  void WaitVirtual(Lock& lock, milliseconds duration, const WakeSignal* signal, bool nested) {
+  void WaitVirtual(milliseconds duration, const WakeSignal* signal, bool nested) REQUIRES(mutex_) {
     Waiter waiter{now_ + duration, signal};
     if (signal && signal->IsSet()) return;
     if (!queue_.IsDue(waiter.end) && waiters_.empty() && running_ == 0) {
@@ -157,33 +156,35 @@ class Timeline::Core : public TaskThread, public std::enable_shared_from_this<Co
     waiters_.push_back(&waiter);
     if (nested) {
       while (!waiter.finished && !stopped_)
-        AdvanceVirtual(lock);
+        AdvanceVirtual();
     } else {
-      wake_.notify_one();
-      waitFinished_.wait(lock, [&] { return waiter.finished || stopped_; });
+      wake_.NotifyOne();
+      while (!waiter.finished && !stopped_)
+        waitFinished_.Wait(mutex_);
     }
     if (!waiter.finished) std::erase(waiters_, &waiter);
   }
 
-  void WaitNested(Lock& lock, milliseconds duration, const WakeSignal* signal) {
+  void WaitNested(milliseconds duration, const WakeSignal* signal) REQUIRES(mutex_) {
     const TimePoint end = std::chrono::steady_clock::now() + duration;
     while (!stopped_ && !(signal && signal->IsSet())) {
-      if (RunDueTask(lock)) continue;
+      if (RunDueTask()) continue;
       TimePoint next = std::chrono::steady_clock::now();
       if (next >= end) return;
       next = signal ? std::min(end, next + kSignalCheck) : end;
       if (!queue_.IsEmpty()) next = std::min(next, queue_.FirstDue());
-      wake_.wait_until(lock, next);
+      wake_.WaitUntil(mutex_, next);
     }
   }
 
   const bool virtual_;
-  std::condition_variable wake_;          // the radio's thread waits for work
-  std::condition_variable waitFinished_;  // virtual mode: other threads wait for their waits
-  // Below: guarded by the lock of TaskThread.
-  int running_ = 0;               ///< tasks begun and not finished; more than one when waits nest
-  TimePoint now_{};               ///< virtual mode
-  std::vector<Waiter*> waiters_;  ///< virtual mode; owned by the waiting threads
+  Condition wake_;          // the radio's thread waits for work
+  Condition waitFinished_;  // virtual mode: other threads wait for their waits
+  /// Tasks begun and not finished; more than one when waits nest.
+  int running_ GUARDED_BY(mutex_) = 0;
+  TimePoint now_ GUARDED_BY(mutex_){};  ///< virtual mode
+  /// Virtual mode; owned by the waiting threads.
+  std::vector<Waiter*> waiters_ GUARDED_BY(mutex_);
 };
 
 Timeline::Timeline(Mode mode)

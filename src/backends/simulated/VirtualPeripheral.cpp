@@ -37,7 +37,7 @@ VirtualPeripheral::VirtualPeripheral(TimelineRef timeline, PeripheralScenario sc
 }
 
 std::string VirtualPeripheral::Name() const {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return name_;
 }
 
@@ -95,7 +95,7 @@ void VirtualPeripheral::DropLinks() {
 
 void VirtualPeripheral::ChangeName(const std::string& name) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     name_ = name;
   }
   if (Attribute* value = database_.Find(database_.ValueHandleOf(gatt_uuid::kDeviceName)))

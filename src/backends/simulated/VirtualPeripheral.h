@@ -2,13 +2,13 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "backends/simulated/AttributeDatabase.h"
 #include "backends/simulated/Scenario.h"
 #include "backends/simulated/TimelineRef.h"
+#include "base/Mutex.h"
 #include "platform/Event.h"
 
 namespace ble::simulated {
@@ -64,8 +64,8 @@ class VirtualPeripheral : public std::enable_shared_from_this<VirtualPeripheral>
   EventSource<> nameChanged_;
   EventSource<> backInReach_;
 
-  mutable std::mutex mutex_;  // guards name_
-  std::string name_;
+  mutable Mutex mutex_;
+  std::string name_ GUARDED_BY(mutex_);
 
   AttributeDatabase database_;
   std::vector<Pending> events_;

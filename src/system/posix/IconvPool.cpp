@@ -23,7 +23,7 @@ bool IconvPool::Loan::Succeeded() const {
 
 IconvPool::Loan IconvPool::Borrow(const Conversion& conversion) {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     auto& idle = idle_[conversion];
     idle.reserve(kMaxIdlePerConversion);  // so that giving back allocates nothing
     if (!idle.empty()) {
@@ -38,7 +38,7 @@ IconvPool::Loan IconvPool::Borrow(const Conversion& conversion) {
 void IconvPool::GiveBack(const Conversion& conversion, iconv_t descriptor) {
   iconv(descriptor, nullptr, nullptr, nullptr, nullptr);  // back to the initial state
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     auto& idle = idle_[conversion];
     if (idle.size() < kMaxIdlePerConversion) {
       idle.push_back(descriptor);

@@ -3,10 +3,11 @@
 #include <iconv.h>
 
 #include <map>
-#include <mutex>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "base/Mutex.h"
 
 namespace ble::posix {
 
@@ -46,8 +47,8 @@ class IconvPool {
  private:
   void GiveBack(const Conversion& conversion, iconv_t descriptor);
 
-  std::mutex mutex_;  // guards idle_
-  std::map<Conversion, std::vector<iconv_t>> idle_;
+  Mutex mutex_;
+  std::map<Conversion, std::vector<iconv_t>> idle_ GUARDED_BY(mutex_);
 };
 
 }  // namespace ble::posix

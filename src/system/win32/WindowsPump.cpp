@@ -17,7 +17,7 @@ WakeEvents::~WakeEvents() {
 }
 
 HANDLE WakeEvents::Take() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   if (free_.empty()) return CreateEventA(nullptr, FALSE, FALSE, nullptr);
   HANDLE event = free_.back();
   free_.pop_back();
@@ -27,7 +27,7 @@ HANDLE WakeEvents::Take() {
 void WakeEvents::Return(HANDLE event) {
   if (event == nullptr) return;
   ResetEvent(event);  // the wait may have ended otherwise
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   free_.push_back(event);
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <mutex>
 #include <vector>
 
+#include "base/Mutex.h"
 #include "platform/Clock.h"
 #include "system/win32/MessageWindow.h"
 
@@ -35,8 +35,8 @@ class WakeEvents {
   HANDLE Take();
   void Return(HANDLE event);
 
-  std::mutex mutex_;  // guards the events that nobody has
-  std::vector<HANDLE> free_;
+  Mutex mutex_;
+  std::vector<HANDLE> free_ GUARDED_BY(mutex_);  ///< events that no thread uses
 };
 
 /// Keeps the windows of a waiting thread alive. Any thread may take steps, each with a message
