@@ -31,7 +31,7 @@ ServiceScenario Service(Uuid uuid, std::optional<std::uint16_t> handle = {}) {
   return service;
 }
 
-/// Generic Access on 1 to 5, Generic Attribute on 6 to 9, then the two services below.
+/// Generic Access has the handles 1 to 5, Generic Attribute 6 to 9; the two services below follow.
 std::vector<ServiceScenario> Services() {
   ServiceScenario heart = Service(Uuid16(0x180D), 0x0010);
   heart.id = "heart";
@@ -211,7 +211,7 @@ TEST_F(AttServerTest, SendsValuesAsTheClientSubscribed) {
   Ask({0x12, 0x14, 0, 2, 0});
   server_.SendValue(heart, Bytes{3});
   server_.SendValue(heart, Bytes{4});
-  EXPECT_EQ(sent_, (std::vector<Bytes>{{0x1D, 0x13, 0, 3}}));  // one until it is confirmed
+  EXPECT_EQ(sent_, (std::vector<Bytes>{{0x1D, 0x13, 0, 3}}));  // only one until it is confirmed
   Ask({0x1E});
   Ask({0x1E});
   Ask({0x1E});
@@ -219,7 +219,7 @@ TEST_F(AttServerTest, SendsValuesAsTheClientSubscribed) {
   EXPECT_EQ(configured_,
             (std::vector<std::pair<std::uint16_t, std::uint16_t>>{{0x13, 1}, {0x13, 2}}));
 
-  AttServer other(database_, 64, *this);  // another connection has subscriptions of its own
+  AttServer other(database_, 64, *this);  // each connection has its own subscriptions
   EXPECT_EQ(other.Configuration(heart), 0);
 
   sent_.clear();
@@ -245,7 +245,7 @@ TEST(AttributeDatabase, RefusesHandlesThatCollide) {
     const char* error;
   } const cases[] = {
       {{wide, Service(Uuid16(0x180F), 0x14)}, nullptr},
-      {{wide, Service(Uuid16(0x180F), 0x02)}, nullptr},  // the generic services move behind
+      {{wide, Service(Uuid16(0x180F), 0x02)}, nullptr},  // the generic services follow
       {{wide, Service(Uuid16(0x180F), 0x13)}, "0x0013: the service lies inside"},
       {{wide, wide}, "0x0010: the service lies inside"},
       {{backwards}, "0x0010: handle 0x0010 is not behind"},

@@ -5,7 +5,7 @@
 
 #include "att/GattClient.h"
 
-// The GATT client against a peer that follows a script of exact PDUs, in hexadecimal.
+// Tests the GATT client with a peer that follows a script of exact PDUs, in hexadecimal.
 namespace ble::att {
 namespace {
 
@@ -37,7 +37,7 @@ std::string Repeat(const std::string& word, std::size_t count) {
   return text;
 }
 
-// Runs everything on the test's own thread, when told to; time passes in Advance alone.
+// Runs all tasks on the thread of the test; time passes only in Advance.
 class ManualExecutor final : public Executor {
  public:
   TimePoint Now() const override { return TimePoint(now_); }
@@ -73,13 +73,13 @@ class Peer final : public AttConnector, public std::enable_shared_from_this<Peer
  public:
   explicit Peer(std::shared_ptr<ManualExecutor> executor) : executor_(std::move(executor)) {}
 
-  // The next PDU to arrive, and what it is answered with: nothing, one PDU, several, "|" between
-  // them, or the end of the link.
+  // Expects a PDU next, and responds with nothing, with one PDU, with several (separated by "|"),
+  // or by ending the link.
   Peer& On(const std::string& request, const std::string& answers = "") {
     script_.emplace_back(request, answers);
     return *this;
   }
-  // Agrees on an ATT_MTU of 23.
+  // Expects the MTU exchange, with an ATT_MTU of 23.
   Peer& Opens() { return On(kOffer, "03 17 00"); }
 
   void Say(const std::string& pdu) {
@@ -171,7 +171,7 @@ class AttTest : public testing::Test {
 
   void Run() { executor->Advance(milliseconds(0)); }
 
-  // What a finished operation gave; null when it has not finished.
+  // The result of a completed operation; null if it has not completed.
   template <class T>
   std::shared_ptr<T> Finish(const AsyncOperationPtr<T>& operation) {
     const auto result = std::make_shared<std::shared_ptr<T>>();
@@ -248,7 +248,7 @@ TEST_F(AttTest, WhatIsFoundAgainIsTheSameObject) {
   peer->On("06 01 00 FF FF 00 28 0F 18", "07 10 00 FF FF");
   const auto again = Finish(client->GetGattServicesForUuidAsync(kBattery, kUncached));
   EXPECT_EQ(again->services.at(0), service);
-  peer->On("08 10 00 FF FF 03 28", "01 08 10 00 0A");  // it ends elsewhere now
+  peer->On("08 10 00 FF FF 03 28", "01 08 10 00 0A");  // it has another end now
   EXPECT_TRUE(Finish(service->GetCharacteristicsAsync(kUncached))->characteristics.empty());
 }
 
@@ -259,7 +259,7 @@ TEST_F(AttTest, AnIncludeDoesNotContradictWhatTheServiceSaysItself) {
       .On("10 20 00 FF FF 00 28", "11 14 20 00 2F 00 " + kCustomUuid)
       .On("10 30 00 FF FF 00 28", "01 10 30 00 0A");
   const auto found = Finish(client->GetGattServicesAsync(kUncached));
-  const auto include = [&] {  // under two bytes of its UUID, and with too many handles
+  const auto include = [&] {  // with two bytes of its UUID and too large a range
     peer->On("08 10 00 1F 00 02 28", "09 08 11 00 20 00 FF FF EF BE")
         .On("08 12 00 1F 00 02 28", "01 08 12 00 0A");
   };
@@ -274,7 +274,7 @@ TEST_F(AttTest, AnIncludeDoesNotContradictWhatTheServiceSaysItself) {
   EXPECT_TRUE(
       Finish(included->services[0]->GetCharacteristicsAsync(kUncached))->characteristics.empty());
 
-  // On another link its handles may mean another service, until it says itself that they do not.
+  // On another link its handles may belong to another service, until its own declaration is read.
   peer->Hangup(ChannelError::Unreachable);
   Run();
   peer->Opens();
@@ -319,16 +319,16 @@ TEST_F(AttTest, DescriptorQueryReadsWhatDescribesTheCharacteristic) {
   EXPECT_EQ(characteristic->CharacteristicProperties(), 0x23AU);
   EXPECT_EQ(characteristic->UserDescription(), u"T\u00E9");
   const auto formats = characteristic->PresentationFormats();
-  ASSERT_EQ(formats.size(), 2U);  // the aggregate's order
+  ASSERT_EQ(formats.size(), 2U);  // in the order of the aggregate
   EXPECT_EQ(formats[0].formatType, 6);
   EXPECT_EQ(formats[1], (GattPresentationFormat{4, -2, 0x27AD, 1, 0}));
-  // The configuration's handle is known now.
+  // The handle of the configuration descriptor is known now.
   peer->On("12 18 00 02 00", "13");
   ExpectStatus(
       Finish(characteristic->WriteClientCharacteristicConfigurationDescriptorWithResultAsync(
           GattClientCharacteristicConfigurationDescriptorValue::Indicate)),
       GattCommunicationStatus::Success);
-  // What is written to a description is what it says from then on.
+  // A write changes the cached description.
   peer->On("12 14 00 41", "13");
   Finish(found->descriptors[1]->WriteValueWithResultAsync(FromHex("41")));
   EXPECT_EQ(characteristic->UserDescription(), u"A");
@@ -354,7 +354,7 @@ TEST_F(AttTest, WhatDescribesIsReadWithoutPairingAndReadAgainWhenItWasRefused) {
   Finish(characteristic->GetDescriptorsAsync(kUncached));
   EXPECT_EQ(peer->raises, 0);
   const Uuid userDescription = Uuid::FromAssignedNumber(0x2901);
-  for (const char* const answer : {"01 0A 1E 00 05", "0B 41"}) {  // told once
+  for (const char* const answer : {"01 0A 1E 00 05", "0B 41"}) {  // reported once
     EXPECT_TRUE(characteristic->MissesDescription(userDescription));
     peer->On("04 13 00 1F 00", "05 01 1E 00 01 29 1F 00 00 29").On("0A 1E 00", answer);
     Finish(characteristic->GetDescriptorsForUuidAsync(userDescription, kUncached));
@@ -364,7 +364,7 @@ TEST_F(AttTest, WhatDescribesIsReadWithoutPairingAndReadAgainWhenItWasRefused) {
   EXPECT_FALSE(characteristic->MissesDescription(userDescription));
   EXPECT_EQ(notices, "The descriptor with handle 0x001E could not be read: protocol error 0x05.");
 
-  // A complete query leaves nothing of what the one before found; silence is told, not repeated.
+  // A complete query replaces all results; a missing response is reported and not retried.
   notices.clear();
   peer->On("04 13 00 1F 00", "05 01 1F 00 00 29").On("0A 1F 00");
   const auto query = characteristic->GetDescriptorsAsync(kUncached);
@@ -478,7 +478,7 @@ TEST_F(AttTest, ValuesFromTheServerReachTheirCharacteristic) {
   peer->On("1E").On("1E");
   for (const char* pdu : {"1B 12 00 01", "1D 12 00 02", "1B 12 00", "1D 55 00 06",
                           "23 12 00 01 00 03 12 00 02 00 04 05",
-                          // These are not what they say they are.
+                          // Their contents do not match their types.
                           "1B 12", "23 12 00 01 00 03 12 00 03 00 04 05", "23 12 00 01"})
     peer->Say(pdu);
   Run();
@@ -516,7 +516,7 @@ TEST_F(AttTest, RequestsOfThePeerAreAnswered) {
 
 TEST_F(AttTest, SilenceFor30SecondsEndsTheBearerAndTheNextOperationOpensAnother) {
   const auto characteristic = OpenCharacteristic();
-  executor->Advance(milliseconds(10'000));  // answered requests end nothing
+  executor->Advance(milliseconds(10'000));  // no time-out after a response
   peer->On("0A 12 00");
   const auto silent = characteristic->ReadValueAsync(kUncached);
   const auto queued = characteristic->ReadValueAsync(kUncached);
@@ -551,7 +551,7 @@ TEST_F(AttTest, OperationsWaitForOneOpeningAndShareItsFailure) {
   EXPECT_EQ(linkChanges, "");
 }
 
-// As when the peripheral did not hear that it is connected to.
+// Happens if the peripheral did not receive the connection request.
 TEST_F(AttTest, ALinkThatIsNeverEstablishedIsOpenedTwiceMore) {
   for (int i = 0; i < 3; ++i)
     peer->On(kOffer, kHangsUp);
@@ -631,12 +631,12 @@ TEST_F(AttTest, ClosingWhileTheChannelOpensEndsTheOperationAndTheChannel) {
   EXPECT_FALSE(peer->IsOpen());
 }
 
-// Answers that do not make sense end a search with Invalid PDU instead of being believed.
+// Responses that make no sense end a discovery with Invalid PDU.
 TEST_F(AttTest, HostileAnswersEndTheSearch) {
   const auto characteristic = OpenCharacteristic();
   const auto service =
       Finish(client->GetGattServicesForUuidAsync(kBattery, BluetoothCacheMode::Cached));
-  EXPECT_TRUE(service->services.empty());  // only a full search fills the cache
+  EXPECT_TRUE(service->services.empty());  // only a full discovery fills the cache
   const std::pair<const char*, const char*> services[] = {
       {"no elements", "11 06"},
       {"no length", "11"},

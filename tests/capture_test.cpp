@@ -148,9 +148,9 @@ TEST(AdvertisingReports, ALastFragmentThatIsLostSilencesNobody) {
     const auto sink = [&](const hci::AdvertisingReport&) { ++completed; };
     if (reports.TakeEvent(ByteReader(event, 0), sink)) ++refused;
   };
-  for (int i = 0; i < 10; ++i)  // the ninth is more than there can be
+  for (int i = 0; i < 10; ++i)  // the ninth exceeds the limit
     take(Extended(0x21, Bytes(200)));
-  take(Extended(0x01, {1}));  // the end of a packet whose beginning is unknown
+  take(Extended(0x01, {1}));  // the end of a packet without its beginning
   EXPECT_EQ(completed, 0);
   take(Extended(0x01, {1}));
   EXPECT_EQ(completed, 1);
@@ -191,7 +191,7 @@ TEST(Capture, MalformedAnywhereRejectsTheWhole) {
   EXPECT_EQ(offsetOf(longer), 20);
 }
 
-/// What btmon reads out of the same file, in the words of `Describe`.
+/// The output of btmon for the same file, in the format of `Describe`.
 std::string ReadWithBtmon(const std::string& file) {
   std::string output;
   std::FILE* const pipe = popen(("btmon -r '" + file + "' 2>/dev/null").c_str(), "r");

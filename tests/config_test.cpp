@@ -88,7 +88,7 @@ TEST(Config, EverySettingIsKnownAndKeepsWhatItIsGiven) {
     EXPECT_EQ(host.Config(name + "=" + value), "") << name;
     EXPECT_EQ(host.Config(name), value) << name;
   }
-  host.Config("ZeroMemory=False");  // it is the process's
+  host.Config("ZeroMemory=False");  // it belongs to the process
 }
 
 TEST(Config, UnknownNamesFail) {
@@ -113,7 +113,7 @@ TEST(Config, CodePageDecidesHowTextsAreConverted) {
     int codePage;
     std::u16string sent;
     const char* narrow;
-    const char16_t* wide;  // what comes back: without what the code page lacks
+    const char16_t* wide;  // the result: without characters that the code page lacks
   };
   for (const Case& each :
        {Case{1252, u"\u00E9\u20AC\u4E2D", "\xE9\x80?", u"\u00E9\u20AC?"},

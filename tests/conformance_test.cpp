@@ -1,5 +1,5 @@
-// What every radio must do, asked of the seam itself. The same cases run on each backend that
-// offers the peripheral of support/Backend.h.
+// The requirements for every radio, tested with the platform interfaces. The same cases run on each
+// backend that has the peripheral of support/Backend.h.
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ using CccdValue = GattClientCharacteristicConfigurationDescriptorValue;
 
 class Conformance : public testing::TestWithParam<Backend> {
  protected:
-  /// Ends with the operation, or far too late: time may be real, and the machine busy.
+  /// Waits for the operation, with a very long limit: time may be real, and the machine busy.
   template <class T>
   std::shared_ptr<T> Await(const AsyncOperationPtr<T>& operation) {
     const WakeSignal& done = operation->Done();
@@ -34,7 +34,7 @@ class Conformance : public testing::TestWithParam<Backend> {
 
   void Pass(std::chrono::milliseconds time) { radio.clock->Sleep(time); }
 
-  /// Lets time pass until something is so; says whether it has become so.
+  /// Lets time pass until a condition is true. Returns whether it became true.
   template <class Condition>
   bool Until(Condition condition) {
     for (int step = 0; !condition(); ++step) {

@@ -1,4 +1,4 @@
-// The C++ wrapper as a host compiles it: C++17, the shared library, the public headers alone.
+// Tests the C++ wrapper as a host: C++17, the shared library, only the public headers.
 #include <corvaneble/corvaneble.hpp>
 #include <cstdlib>
 #include <memory>
@@ -143,7 +143,7 @@ TEST(CppWrapper, MovesAndEndsInsideAHandler) {
   try {
     owned->Connect("C0FFEE000001");
   } catch (const Error&) {
-    // The call may fail for it.
+    // The call may fail because of it.
   }
   EXPECT_EQ(owned, nullptr);
 }

@@ -134,7 +134,7 @@ TEST(Exports, EventStringConvertsOnceAndKeepsWhatItOwns) {
   EXPECT_EQ(CorvaneBLE_EvtStr(&record, 0, nullptr, CORVANEBLE_STRING_NARROW), narrow);
   EXPECT_EQ(record.ownership, 1U);
   CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_ATTACH, "abc", CORVANEBLE_STRING_NARROW);
-  EXPECT_EQ(record.narrow, narrow);  // an equal text leaves the owned copy in place
+  EXPECT_EQ(record.narrow, narrow);  // an equal text keeps the owned copy
   CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_COPY, "other", CORVANEBLE_STRING_NARROW);
   EXPECT_EQ(record.wide, nullptr);
   CorvaneBLE_EvtStr(&record, CORVANEBLE_STRING_ATTACH, nullptr, CORVANEBLE_STRING_WIDE);
@@ -165,7 +165,7 @@ TEST(Exports, NullStreamsAnswerEveryOperation) {
   }
 }
 
-/// Notes which operation ran with what; answers recognisably.
+/// Records the operations and their arguments; returns recognisable results.
 class NotingStream final : public Stream {
  public:
   explicit NotingStream(std::string& notes) : notes_(notes) {}

@@ -1,4 +1,4 @@
-// Whole programs of host calls, with every platform call in them going wrong in every way.
+// Runs whole host programs, and injects every fault into each of their platform calls.
 
 #include <gtest/gtest.h>
 
@@ -43,12 +43,12 @@ constexpr const char* kLevel = "002000300000";
 constexpr const char* kStream = "002000400000";
 constexpr const char* kLong = "002000500000";
 
-/// A host program, as steps that each give a code. The first failure ends it.
+/// A host program: steps that each return a code. The first failure ends it.
 using Step = std::function<int(Host&)>;
 struct Program {
   const char* name;
   std::vector<Step> steps;
-  std::set<int> codes = {};  ///< what a look-up that failed unnoticed makes of it
+  std::set<int> codes = {};  ///< further codes, after a look-up that failed unnoticed
   std::string events = "";   ///< of the device
 };
 
@@ -129,9 +129,9 @@ int RunProgram(const Program& program, Host& host) {
   return 0;
 }
 
-/// Whatever went wrong before, this must succeed.
+/// Must succeed after any fault.
 void ExpectUsable(Host& host) {
-  host.Pump(30'000);  // what is late arrives
+  host.Pump(30'000);  // late completions arrive
   host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 60);
   EXPECT_EQ(RunProgram({"usable",
                         {Call(CORVANEBLE_METHOD_STOP_SCANNING), kDisconnect, kConnect, kDiscoverAll,
@@ -154,8 +154,8 @@ struct FaultyHost {
   std::unique_ptr<Host> host;
 };
 
-/// A way to go wrong, and the codes that a program may then end with. 0 is always among them: some
-/// failures only leave a property at its default.
+/// A fault, and the codes that a program may then end with. 0 is always allowed: some failures only
+/// leave a property at its default.
 struct Way {
   Fault::Kind kind;
   GattResult gatt;

@@ -8,7 +8,7 @@
 namespace ble::tests {
 namespace {
 
-/// A meter at a fixed set of handles, and a second device.
+/// A meter with fixed handles, and a second device.
 constexpr const char* kMeter = R"({"peripherals": [
   {"address": "00A050C4E2F1", "name": "Meter", "services": [
     {"uuid": "180F", "handle": 32, "characteristics": [
@@ -90,7 +90,7 @@ TEST(Connect, LinkNameAndServiceChangesBecomeEvents) {
 }
 
 TEST(Connect, WhatTheHostConnectsToInsideDisconnectedIsLeftWhole) {
-  for (const int times : {1, 2}) {  // a handler that does it always would never come to an end
+  for (const int times : {1, 2}) {  // a handler that always connects would never end
     const auto host = ConnectedTo(R"({"peripherals": [
       {"address": "00A050C4E2F1", "services": [{"uuid": "180F"}]},
       {"address": "00A050C4E2F2"}, {"address": "00A050C4E2F3"}]})",
@@ -242,7 +242,8 @@ TEST(Discover, IncludedServicesAreLinkedAndCyclesEnd) {
   EXPECT_EQ(host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES, {"", "050000000000"}), 0);
   host->Forget();
   ASSERT_EQ(host->Do(CORVANEBLE_METHOD_DISCOVER_SERVICES, {"180A", "010000000000"}), 0);
-  ASSERT_EQ(host->Events(CORVANEBLE_EVENT_DISCOVERED).size(), 1U);  // 512 is included, not wanted
+  ASSERT_EQ(host->Events(CORVANEBLE_EVENT_DISCOVERED).size(),
+            1U);  // 512 is included, not requested
   EXPECT_EQ(host->Events(CORVANEBLE_EVENT_DISCOVERED)[0].Text(1), "030000000000");
   EXPECT_EQ(host->Get(CORVANEBLE_PROPERTY_SERVICE_COUNT), 5);
 }

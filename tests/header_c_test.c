@@ -1,5 +1,4 @@
-/* The public header as a C99 host uses it: compiled as C, linked with the library, without a radio.
- */
+/* Compiles the public header as C99 and calls the library, without a radio. */
 #include <corvaneble/corvaneble.h>
 #include <stdio.h>
 #include <string.h>
@@ -35,7 +34,7 @@ static void TestInstance(void) {
          CORVANEBLE_ERROR_UNKNOWN);
   EXPECT(CorvaneBLE_BLEClient_Do(client, CORVANEBLE_METHOD_CONFIG, 2, params, lengths, NULL) ==
          CORVANEBLE_ERROR_NONE);
-  memcpy(&version, &params[1], sizeof version); /* GCC 12 takes a cast for the array itself */
+  memcpy(&version, &params[1], sizeof version); /* GCC 12 would mistake a cast for the array */
   EXPECT(strcmp(version, "20.0.7928") == 0);
   EXPECT(CorvaneBLE_BLEClient_CheckIndex(client, CORVANEBLE_PROPERTY_SERVICE_ID, 0) ==
          CORVANEBLE_ERROR_INDEX_OUT_OF_RANGE);

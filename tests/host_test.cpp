@@ -1,4 +1,4 @@
-// What holds for all properties, all methods and all radios alike.
+// Tests rules that hold for all properties, methods and radios.
 
 #include <gtest/gtest.h>
 
@@ -70,7 +70,7 @@ TEST(Properties, OnlyTheWritableOnesAreWritten) {
         << info.name;
     EXPECT_EQ(CorvaneBLE_BLEClient_CheckIndex(host->Handle(), property, 0), 0) << info.name;
     if (info.type != PropertyType::Text) continue;
-    const char16_t lone[] = {0xD800, 0};  // no text: that is said before anything else
+    const char16_t lone[] = {0xD800, 0};  // invalid text: checked before anything else
     EXPECT_EQ(host->Set(CORVANEBLE_WIDE + property, reinterpret_cast<std::intptr_t>(lone), 99),
               1113)
         << info.name;
@@ -166,7 +166,8 @@ TEST(Discover, IncludesThatNestWithoutEndAreGivenUp) {
 }
 
 TEST(Radios, TheNameDecides) {
-  SetEnvironment("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere");  // whatever this machine has
+  SetEnvironment("DBUS_SYSTEM_BUS_ADDRESS",
+                 "unix:path=/nowhere");  // ignores the bus of this machine
   const struct {
     const char* name;
     int code;

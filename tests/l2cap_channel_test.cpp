@@ -1,5 +1,5 @@
-// Who takes what from an ATT channel: the thread that waits, or the radio's. The channel is one end
-// of a pair of local sockets, which keep packets apart as the kernel's ATT sockets do.
+// Tests which thread reads a PDU from an ATT channel: the waiting thread or that of the radio. The
+// channel is one end of a local socket pair, which preserves packets like the kernel's ATT sockets.
 
 #include "backends/linux/L2capChannel.h"
 
@@ -23,7 +23,7 @@ using att::Opcode;
 
 constexpr auto kLimit = 30s;
 
-/// Notes what arrives and where.
+/// Records what arrives, and on which thread.
 class Recorder final : public att::AttChannel::Listener {
  public:
   struct Arrival {
@@ -55,7 +55,7 @@ class Recorder final : public att::AttChannel::Listener {
 
   std::vector<Arrival> responses;
   std::vector<Arrival> values;
-  att::ChannelError reason{};  // set before closed is
+  att::ChannelError reason{};  // set before `closed`
   WakeSignal closed;
 
  private:
@@ -83,11 +83,11 @@ class L2capChannelTest : public testing::Test {
     std::memcpy(pdu + 1, &number, sizeof number);
     EXPECT_EQ(::send(peer.Get(), pdu, sizeof pdu, 0), 5);
   }
-  /// Until `release` is given its value.
+  /// Blocks until `release` has a value.
   void HoldRadiosThread() {
     loop->Post([held = release.get_future().share()] { held.wait(); });
   }
-  /// Ends only when the signal is set, or far too late.
+  /// Waits for the signal, with a very long limit.
   void WaitFor(const WakeSignal& signal) const {
     const auto begin = std::chrono::steady_clock::now();
     loop->Step(kLimit, &signal);
@@ -154,7 +154,7 @@ TEST_F(L2capChannelTest, AWaitLastsAsLongAsItShould) {
   WakeSignal answered, never;
   recorder->SetAnswered(&answered);
   Say(Opcode::ReadResponse, 0);
-  loop->Step(30ms, &answered);  // leaves an alarm behind that comes too early for the next wait
+  loop->Step(30ms, &answered);  // leaves a timer that fires too early for the next wait
   EXPECT_TRUE(answered.IsSet());
   for (const auto wait : {60ms, 5ms}) {
     const auto begin = std::chrono::steady_clock::now();
@@ -183,7 +183,7 @@ TEST_F(L2capChannelTest, WhatDoesNotFitIntoTheSocketFollowsInOrder) {
 TEST_F(L2capChannelTest, NothingIsKeptForALinkThatHasEnded) {
   FileDescriptor unconnected(::socket(AF_UNIX, SOCK_SEQPACKET, 0));
   const auto ended = std::make_shared<L2capChannel>(loop, std::move(unconnected), nullptr);
-  EXPECT_FALSE(ended->Send(std::array{std::uint8_t{0x52}}));  // ENOTCONN, as while being secured
+  EXPECT_FALSE(ended->Send(std::array{std::uint8_t{0x52}}));  // ENOTCONN, as during pairing
 }
 
 TEST_F(L2capChannelTest, AWaitOnTheRadiosThreadEndsForWhatAnotherThreadSets) {
@@ -223,7 +223,7 @@ TEST_F(L2capChannelTest, WhatCameBeforeTheEndIsHandledBeforeIt) {
 }
 
 TEST_F(L2capChannelTest, AWaitingThreadKeepsOnlySoMuchForARadiosThreadThatIsHeldUp) {
-  constexpr std::uint32_t kMore = 270;  // than are kept, and as many as fit into the socket beside
+  constexpr std::uint32_t kMore = 270;  // the channel keeps fewer; the socket takes the rest
   HoldRadiosThread();
   WakeSignal answered;
   recorder->SetAnswered(&answered);
@@ -243,7 +243,7 @@ TEST_F(L2capChannelTest, AWaitingThreadKeepsOnlySoMuchForARadiosThreadThatIsHeld
 
 TEST_F(L2capChannelTest, NothingIsLostOrOvertakenBetweenTheThreads) {
   constexpr std::uint32_t kRounds = 300;
-  constexpr std::uint32_t kValues = 3;  // a round, around its response
+  constexpr std::uint32_t kValues = 3;  // per round, before and after its response
   const std::jthread server([this] {
     std::uint8_t request[8];
     for (std::uint32_t next = 0; ::recv(peer.Get(), request, sizeof request, 0) > 0;) {

@@ -33,7 +33,7 @@ TEST(Wait, ExpiresAfterTheTimeoutAndLeavesTheInstanceUsable) {
   std::string value;
   EXPECT_EQ(host.Read("002000280000", "", value), 301);
   EXPECT_EQ(host.LastError(), "Timeout.");
-  EXPECT_EQ(host.Read("002000210000", "", value), 0);  // the late answer disturbs nobody
+  EXPECT_EQ(host.Read("002000210000", "", value), 0);  // a late response has no effect
   EXPECT_EQ(value, "d");
   EXPECT_EQ(CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle()), 0);
   EXPECT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 0), 0);  // no limit
@@ -81,7 +81,7 @@ TEST(Destroy, WorksFromInsideAnyCallback) {
   for (const int where :
        {CORVANEBLE_EVENT_ADVERTISEMENT, CORVANEBLE_EVENT_START_SCAN, CORVANEBLE_EVENT_CONNECTED,
         CORVANEBLE_EVENT_DISCOVERED, CORVANEBLE_EVENT_VALUE, CORVANEBLE_EVENT_LOG}) {
-    // Real time: a destroyed instance cannot be pumped to let virtual time pass.
+    // Real time: virtual time would need a call to the destroyed instance.
     const auto radio = OpenScenario(std::string(R"({"time": "real", )") + (kSlowMeter + 1));
     Host host(radio);
     std::atomic<int> after = 0;
@@ -91,7 +91,7 @@ TEST(Destroy, WorksFromInsideAnyCallback) {
       if (event.id == where && !destroyed) {
         host.Destroy();
         destroyed = true;
-        return 7;  // what is returned by then changes nothing
+        return 7;  // after Destroy, the return value has no effect
       }
       return 0;
     };
@@ -120,7 +120,9 @@ TEST(Destroy, EndsWhatAnotherThreadWaitsFor) {
   ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
   ASSERT_EQ(host.Discover("180F"), 0);
   std::atomic<bool> reading = false;
-  host.onEvent = [&](const HostEvent&) { return reading = true, 0; };  // the log, as it begins
+  host.onEvent = [&](const HostEvent&) {
+    return reading = true, 0;
+  };  // the first Log event of the read
   std::thread destroyer([&] {
     while (!reading)
       std::this_thread::yield();
@@ -144,7 +146,7 @@ TEST(Destroy, ReleasesTheInstanceEvenIfThePlatformThrows) {
 }
 
 TEST(ReturnSlots, EndWithTheirThreadOrWithTheirInstance) {
-  const auto record = std::make_shared<int>();  // held once by every slot there is
+  const auto record = std::make_shared<int>();  // every slot holds one reference
   std::optional<ReturnSlots> first{std::in_place};
   ReturnSlots second;
   const auto use = [&] { first->OfConfig().record = second.OfConfig().record = record; };
@@ -207,7 +209,7 @@ TEST(ReturnedTexts, OfSeveralRecordsAreValidAtOnce) {
     EXPECT_STREQ(returned, text);
 }
 
-/// Ends the process while eight instances scan, their names converted on the radios' threads.
+/// Exits the process during eight scans, whose threads convert device names.
 [[noreturn]] void EndInTheMiddleOfScans() {
   static std::atomic<int> heard;
   std::string devices;

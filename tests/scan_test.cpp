@@ -8,7 +8,7 @@
 namespace ble::tests {
 namespace {
 
-/// A strap with everything in its packet, and a beacon with nothing.
+/// A strap with all fields in its packet, and a beacon with none.
 constexpr const char* kTraffic = R"({"peripherals": [
   {"address": "00:A0:50:C4:E2:F1", "advertising": {"interval": 100, "rssi": -42,
     "data": {"services": ["180D", "180F"], "name": "Strap", "txPower": -12,
@@ -209,7 +209,7 @@ TEST(Events, AFailingHandlerIsRecordedOnceAndReported) {
   EXPECT_STREQ(CorvaneBLE_BLEClient_GetEventError(own.Handle()), "mine");
 }
 
-/// Counts Log events whose texts came as UTF-16.
+/// Counts Log events with UTF-16 texts.
 int32_t CORVANEBLE_CALL CountWideLogs(void* userData, int32_t eventId, int32_t paramCount,
                                       const intptr_t* params, const int32_t* /*lengths*/) {
   const bool isWide =
@@ -233,7 +233,7 @@ TEST(Events, UnicodeEventsCarryUtf16) {
   EXPECT_EQ(count, 1);
 }
 
-/// Notes how long the text of a StartScan event is; nothing for a null one.
+/// Records the length of the text of a StartScan event, unless it is null.
 int32_t CORVANEBLE_CALL MeasureFilter(void* userData, int32_t eventId, int32_t /*paramCount*/,
                                       const intptr_t* params, const int32_t* /*lengths*/) {
   if (eventId != CORVANEBLE_EVENT_START_SCAN || params[0] == 0) return 0;

@@ -74,7 +74,7 @@ TEST(Scenario, AdvertisingFieldsBecomeSectionsInTheirOrder) {
   const Bytes expected = {2,    0x0A, 0xFC, 2,    0x01, 6,    3,    0x03, 0x0D, 0x18, 5,
                           0x05, 0x78, 0x56, 0x34, 0x12, 4,    0xFF, 0x4C, 0x00, 0x01, 3,
                           0x09, 'h',  'i',  5,    0x20, 0x78, 0x56, 0x34, 0x12, 0xAA, 0x55};
-  // The last section lacks its last byte on purpose: raw bytes are taken as they are.
+  // The last section lacks its last byte on purpose: raw bytes are copied unchanged.
   const Bytes data =
       AdvertisingData(R"({"txPower": -4, "flags": 6, "services": ["180D", "12345678"],
       "manufacturer": [{"company": "0x004C", "data": [1]}], "name": "hi",
@@ -135,7 +135,7 @@ TEST(Scenario, BuiltInSceneIsOneARadioCouldSend) {
   EXPECT_FALSE(scene.virtualTime);
   EXPECT_EQ(scene.peripherals.size(), 5U);
   for (const PeripheralScenario& peripheral : scene.peripherals) {
-    // What a legacy advertising packet holds.
+    // The limit of a legacy advertising packet.
     EXPECT_LE(peripheral.advertising->data.size(), 31U) << peripheral.name;
     EXPECT_LE(peripheral.advertising->scanResponse.value_or(Bytes()).size(), 31U);
     // A random static address has its two highest bits set; the others are locally administered.

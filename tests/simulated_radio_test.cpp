@@ -59,7 +59,7 @@ class SimulatedRadioTest : public testing::Test {
     opened_.radio = faulty_;
   }
 
-  /// The result, or null when there is none after a minute. May throw `PlatformFailure`.
+  /// Returns the result, or null if there is none after a minute. May throw `PlatformFailure`.
   template <class T>
   std::shared_ptr<T> Await(const AsyncOperationPtr<T>& operation) {
     opened_.pump->Step(std::chrono::seconds(60), &operation->Done());
@@ -68,7 +68,7 @@ class SimulatedRadioTest : public testing::Test {
 
   void Sleep(int duration) { opened_.clock->Sleep(milliseconds(duration)); }
 
-  /// Connects, finds the measurement, and counts what comes from it; false at the first failure.
+  /// Connects, discovers the measurement and counts its values. Returns false at the first failure.
   bool Subscribe() {
     if (!Await(opened_.radio->GetDefaultAdapterAsync())) return false;
     device_ = Await(opened_.radio->DeviceFromBluetoothAddressAsync(kStrap));

@@ -12,7 +12,7 @@
 namespace ble::tests {
 namespace {
 
-/// Threads that do something over and over until they are told to stop.
+/// Threads that repeat an action until they are stopped.
 class Storm {
  public:
   explicit Storm(std::vector<std::function<void()>> gusts) {
@@ -55,7 +55,7 @@ std::vector<std::function<void()>> AllGusts(const std::shared_ptr<StormRadio>& r
           }};
 }
 
-/// Everything a host does in the life of a connection. Codes depend on the weather.
+/// All operations of a host on a connection. Their codes depend on timing.
 void LiveOn(CorvaneBLE_Handle handle) {
   const auto call = [&](int method, const char* a = "", const char* b = "") {
     std::intptr_t params[] = {reinterpret_cast<std::intptr_t>(a),
@@ -86,7 +86,7 @@ TEST(Storm, EventsFromManyThreadsAgainstEveryCall) {
   std::atomic<std::uint64_t> answered = 0;
   std::atomic<int> values = 0;
   host.onEvent = [&](const HostEvent& event) {
-    // What a careless host does: asks for anything from inside the callback.
+    // Calls many functions inside the callback, like a careless host.
     const char* name = reinterpret_cast<const char*>(host.Get(CORVANEBLE_PROPERTY_SERVER_NAME));
     const char* error = CorvaneBLE_BLEClient_GetLastError(host.Handle());
     const char* uuid =
@@ -105,7 +105,7 @@ TEST(Storm, EventsFromManyThreadsAgainstEveryCall) {
   };
   {
     const Storm storm(AllGusts(radio));
-    // The scheduler decides when the wind rises; values need a moment when something is known.
+    // The threads start at an arbitrary time; values arrive only after a characteristic is known.
     for (int round = 0; round < 12 || values == 0 || storm.Count() < 1000; ++round) {
       LiveOn(host.Handle());
     }
@@ -114,7 +114,7 @@ TEST(Storm, EventsFromManyThreadsAgainstEveryCall) {
   EXPECT_EQ(host.Text(CORVANEBLE_PROPERTY_SERVER_ID), "");
 }
 
-/// Counts callbacks, and those that come after they must not.
+/// Counts callbacks, and those that run after Destroy has returned.
 struct Silence {
   std::atomic<bool> destroyed = false;
   std::atomic<int> before = 0;

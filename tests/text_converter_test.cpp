@@ -62,7 +62,7 @@ TEST(TextConverter, ThereAndBack) {
       {10000, "\x8A\xDB", u"\u00E4\u20AC"},
       {20866, "\xC1", u"\u0430"},
       {65000, "a+AOQ-b", u"a\u00E4b"},
-#ifndef _WIN32  // Wine has no such page, Windows does
+#ifndef _WIN32  // Wine does not have this page
       {54936, "\xD6\xD0\x81\x30\x81\x30", u"\u4E2D\u0080"},
 #endif
   };
@@ -109,7 +109,7 @@ TEST(TextConverter, WhatACodePageLacksBecomesAQuestionMark) {
   EXPECT_EQ(narrow, "?ab?");
   EXPECT_EQ(Converter().ToNarrow(1252, u"\U0001F600", narrow), kNone);
   EXPECT_EQ(narrow, "?");
-  for (const std::uint32_t codePage : {1252U, 932U}) {  // no look-alike either
+  for (const std::uint32_t codePage : {1252U, 932U}) {  // no similar character either
     EXPECT_EQ(Converter().ToNarrow(codePage, u"\u0100", narrow), kNone);
     EXPECT_EQ(narrow, "?") << codePage;
   }

@@ -26,7 +26,7 @@ TEST(Timeline, VirtualTimeStandsStillUnlessSomebodyWaits) {
   EXPECT_EQ(runs, 1);
   timeline.Sleep(milliseconds(1));
   EXPECT_EQ(runs, 2);
-  timeline.Sleep(std::chrono::hours(1));  // nothing to do: only the time changes
+  timeline.Sleep(std::chrono::hours(1));  // no tasks: only the time changes
   EXPECT_EQ(Elapsed(timeline), std::chrono::hours(1) + milliseconds(50));
 }
 
@@ -39,7 +39,7 @@ TEST(Timeline, RunsTasksInOrderOfDueTimeThenOfSubmission) {
   timeline.PostAfter(milliseconds(20), record(4));
   timeline.PostAfter(milliseconds(10), [&] {
     record(2)();
-    timeline.Post(record(3));  // now, behind what is due now already
+    timeline.Post(record(3));  // now, after the tasks that are already due
   });
   timeline.PostAfter(milliseconds(5), record(1));
   const auto cancelled = timeline.PostAfter(milliseconds(7), record(99));
@@ -158,7 +158,7 @@ TEST(Timeline, SeveralThreadsWaitAtOnce) {
   }
   for (std::thread& host : hosts)
     host.join();
-  EXPECT_GE(ticks, 800);  // the slowest host alone waited for 200 times 4 ms
+  EXPECT_GE(ticks, 800);  // the slowest host waited 200 times 4 ms
 }
 
 }  // namespace

@@ -172,7 +172,7 @@ TEST(ErrorState, TextAndCodeGoTheirOwnWays) {
   ErrorState errors;
   EXPECT_EQ(errors.Finish(Status(12345)), 12345);
   EXPECT_EQ(errors.LastText(), "[12345] (no description available)");
-  EXPECT_EQ(errors.Finish(Status(301)), 301);  // a text is there already: it stays
+  EXPECT_EQ(errors.Finish(Status(301)), 301);  // the stored text stays
   EXPECT_EQ(errors.LastText(), "[12345] (no description available)");
   errors.SetLastText("");
   errors.Finish(Status(301));

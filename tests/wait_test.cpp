@@ -21,7 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 using Operation = CompletableOperation<int>;
 
-/// Time that only passes in steps, and a pump that notes how long each may take.
+/// A clock that advances only in steps, and a pump that records the limit of each step.
 class ManualTime final : public Clock, public MessagePump {
  public:
   ManualTime(std::uint32_t now, bool hasQueue) : now_(now), hasQueue_(hasQueue) {}
@@ -33,7 +33,7 @@ class ManualTime final : public Clock, public MessagePump {
     steps.push_back(wait);
     Advance(wait);
     if (onStep) onStep();
-    return false;  // as with a window that is gone; no wait minds
+    return false;  // as for a closed window; waits ignore it
   }
 
   std::vector<std::chrono::milliseconds> steps;
@@ -181,7 +181,7 @@ TEST(Scanner, EachThreadSeesTheAdvertisementItIsReporting) {
     if (event.id != CORVANEBLE_EVENT_ADVERTISEMENT) return 0;
     ++reporting;
     for (int i = 0; i < 10'000 && reporting < 2; ++i)
-      std::this_thread::yield();  // side by side
+      std::this_thread::yield();  // lets both threads run
     if (host.Config("ManufacturerCompanyId[0]") != "76") ++wrong;
     return 0;
   };

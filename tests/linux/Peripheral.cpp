@@ -51,15 +51,15 @@ void WaitUntilNoLink() {
     if (waited < patience) continue;
     patience += kLinger;
     try {
-      Tell("drop");  // who lets go of a link before it is there leaves it to BlueZ, which keeps it
+      Tell("drop");  // BlueZ keeps a link that its user closes before it is established
     } catch (const std::runtime_error&) {
-      // It has ended meanwhile, or is dropped the next time.
+      // The link has ended meanwhile, or the next iteration drops it.
     }
   }
 }
 
 OpenedRadio OpenLinux() {
-  WaitUntilNoLink();  // BlueZ's server does not answer a link that is opened while one ends
+  WaitUntilNoLink();  // BlueZ's server ignores a link that opens while another ends
   Tell("reset");
   return linux_radio::OpenLinuxRadio("hci0", linux_radio::Absence::Fails);
 }
@@ -71,7 +71,7 @@ std::vector<Backend> Backends() {
                   {0x5C0A180A, 0x7D2E, 0x4B1F, {0x9A, 0x63, 0x1E, 0x5F, 0x2C, 0x8D, 0x7B, 0x40}}};
   backend.longestWrite = 508;  // BlueZ's server counts the last part with its header, to 512
   backend.beHeard = [] { Tell("advertise"); };
-  backend.responses = geteuid() == 0 ? 8 : 0;  // only the controller itself tells of them
+  backend.responses = geteuid() == 0 ? 8 : 0;  // only the controller reports them
   return {backend};
 }
 

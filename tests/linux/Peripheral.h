@@ -8,24 +8,24 @@
 
 namespace ble::tests {
 
-/// The address that the second virtual controller always has.
+/// The address of the second virtual controller.
 inline constexpr std::uint64_t kPeripheralAddress = 0x00AA01010001;
 inline constexpr const char* kPeripheralId = "00AA01010001";
 
-/// For what takes moments on an idle machine: an emulated one may be slow.
+/// A limit for short operations: the emulated machine may be slow.
 inline constexpr std::chrono::seconds kLongTime{300};
 
-/// Has the peripheral of the virtual machine (vm/peripheral.py) do something; throws when it says
-/// that it could not.
+/// Sends a command to the peripheral of the virtual machine (vm/peripheral.py). Throws if the
+/// command fails.
 void Tell(const std::string& command);
 
-/// The radio on the first controller, with a peripheral whose values are the first ones.
+/// The radio on the first controller, with a peripheral whose values are the initial ones.
 OpenedRadio OpenLinux();
 
-/// Waits until the kernel has ended every link, which it does some seconds after the last use.
+/// Waits until the kernel has ended every link, some seconds after its last use.
 void WaitUntilNoLink();
 
-/// Runs a command of the guest's shell; throws when it fails.
+/// Runs a shell command in the guest. Throws if it fails.
 void Shell(const std::string& command);
 
 }  // namespace ble::tests

@@ -1,5 +1,5 @@
-// The Linux radio from end to end: the exported functions, BlueZ, two virtual controllers and the
-// peripheral of vm/peripheral.py. Run by scripts/vm; time here is real.
+// Tests the Linux radio end to end: the exported functions, BlueZ, two virtual controllers and the
+// peripheral of vm/peripheral.py. scripts/vm runs it, in real time.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -25,7 +25,7 @@ constexpr const char* kNotified = "5C0A0004-7D2E-4B1F-9A63-1E5F2C8D7B40";
 constexpr const char* kIndicated = "5C0A0005-7D2E-4B1F-9A63-1E5F2C8D7B40";
 constexpr const char* kForbidden = "5C0A0006-7D2E-4B1F-9A63-1E5F2C8D7B40";
 
-/// A method of BlueZ, called by its own command.
+/// Calls a method of BlueZ.
 void CallBluez(const std::string& path, const std::string& interfaceMethodArguments) {
   Shell("busctl call org.bluez /org/bluez/" + path + " org.bluez." + interfaceMethodArguments +
         " >/dev/null 2>&1");
@@ -36,7 +36,7 @@ void Power(bool on) {
         (on ? "true" : "false"));
 }
 
-/// Both sides forget each other: their keys, and that they ever met.
+/// Removes the devices, and so the keys, on both sides.
 void Forget() {
   for (const char* const side : {"hci0 dev_00_AA_01_01_00_01", "hci1 dev_00_AA_01_00_00_00"}) {
     const std::string adapter(side, 4);
@@ -44,7 +44,7 @@ void Forget() {
     try {
       CallBluez(adapter, "Adapter1 RemoveDevice o " + device);
     } catch (const std::runtime_error&) {
-      // It knew nothing to forget.
+      // There was no such device.
     }
   }
 }
@@ -71,7 +71,7 @@ class LinuxRadio : public testing::Test {
     return "";
   }
 
-  /// Whether something that throws while its time has not come does not.
+  /// Runs an action. Returns whether it threw no exception.
   template <class Action>
   static bool Succeeds(Action action) {
     try {
@@ -82,7 +82,7 @@ class LinuxRadio : public testing::Test {
     }
   }
 
-  /// Lets real time pass until the peripheral's doings have shown; says whether they have.
+  /// Lets real time pass until a condition is true. Returns whether it became true.
   template <class Condition>
   bool Within(Condition condition, std::chrono::seconds limit = kLongTime) {
     const auto end = std::chrono::steady_clock::now() + limit;
@@ -96,12 +96,12 @@ class LinuxRadio : public testing::Test {
     const auto hasPart = [&](const auto& line) { return line.find(part) != std::string::npos; };
     return Within([&] { return std::ranges::any_of(host.Lines(event), hasPart); }, limit);
   }
-  /// The same for what a command to the peripheral brings about, which sends each packet but once.
+  /// The same, but repeats a command to the peripheral: this sends each packet only once.
   bool SeesAfter(const std::string& command, std::int32_t event, const std::string& part) {
     return Within([&] { return Succeeds([&] { Tell(command); }) && Sees(event, part, 5s); });
   }
 
-  /// BlueZ may need a moment before it can scan, and once more before it does.
+  /// BlueZ may need some time before it can scan, and again before the scan begins.
   bool IsScanning() {
     if (host.Get(CORVANEBLE_PROPERTY_SCANNING) == 0)
       host.Do(CORVANEBLE_METHOD_START_SCANNING, {""});
@@ -113,7 +113,7 @@ class LinuxRadio : public testing::Test {
              Sees(CORVANEBLE_EVENT_ADVERTISEMENT, kPeripheralId, 1s);
     });
   }
-  /// Reaches the peripheral when it can be reached again.
+  /// Connects to the peripheral as soon as that is possible again.
   bool DiscoversAgain() {
     return Within([&] { return Succeeds([] { Tell("advertise"); }) && host.Discover() == 0; });
   }
@@ -121,7 +121,7 @@ class LinuxRadio : public testing::Test {
   Host host{OpenLinux()};
 };
 
-/// Those that only root may do.
+/// Tests that need root.
 class LinuxRadioAsRoot : public LinuxRadio {};
 
 TEST_F(LinuxRadio, AScanTellsWhatADeviceAdvertises) {
@@ -204,7 +204,7 @@ TEST_F(LinuxRadio, RefusalsAreToldApart) {
             CORVANEBLE_ERROR_READ_NOT_PERMITTED);
   EXPECT_EQ(host.Write(CORVANEBLE_METHOD_WRITE_VALUE, Find("180A", "2A50"), "x"),
             CORVANEBLE_ERROR_WRITE_NOT_PERMITTED);
-  const int refusal = host.Read(Find(kOwnService, kSecret), "", value);  // neither side may pair
+  const int refusal = host.Read(Find(kOwnService, kSecret), "", value);  // pairing is rejected
   EXPECT_TRUE(refusal == CORVANEBLE_ERROR_INSUFFICIENT_AUTHENTICATION ||
               refusal == CORVANEBLE_ERROR_INSUFFICIENT_ENCRYPTION)
       << host.LastError();
@@ -212,8 +212,8 @@ TEST_F(LinuxRadio, RefusalsAreToldApart) {
 
 TEST_F(LinuxRadio, AThousandValuesArriveInOrder) {
   Connect();
-  // In bursts that fit into the kernel's socket: it throws the rest of a longer one away when this
-  // process does not get to run.
+  // In bursts that fit into the buffer of the kernel's socket: the kernel drops the rest if this
+  // process does not run in time.
   constexpr std::size_t kBurst = 100;
   const struct {
     const char* uuid;
@@ -267,8 +267,8 @@ TEST_F(LinuxRadio, ALostLinkIsReportedAndComesBack) {
 
 TEST_F(LinuxRadio, APeripheralThatGoesAwayDuringAReadEndsIt) {
   Connect();
-  // The name, for BlueZ answers it by itself: BlueZ 5.66 crashes some seconds after a link ends
-  // while it asks a program for a value.
+  // Reads the name, which BlueZ answers itself: BlueZ 5.66 crashes some seconds after a link ends
+  // during a request to another program.
   const std::string name = Find("1800", "2A00");
   std::thread leaver([] {
     std::this_thread::sleep_for(100ms);
@@ -334,7 +334,7 @@ TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
   EXPECT_NE(host.LastError().find("bluetoothd"), std::string::npos) << host.LastError();
   Shell("tests/vm/daemon start");
   host.Forget();
-  // The kernel lets go of the dead daemon's scan after some seconds; until then it is busy.
+  // The kernel ends the scan of the dead daemon after some seconds; until then it is busy.
   EXPECT_TRUE(HearsThePeripheral());
   Connect();
   EXPECT_EQ(host.Discover(), 0) << host.LastError();
@@ -342,7 +342,7 @@ TEST_F(LinuxRadioAsRoot, ADaemonThatDiesEndsAScanAndMayComeBack) {
 
 TEST_F(LinuxRadioAsRoot, ADaemonThatDoesNotAnswerHoldsNobodyUp) {
   constexpr const char* kNobody = "00AA010100FF";
-  Host newcomer(OpenLinux());  // has asked the daemon for nothing yet
+  Host newcomer(OpenLinux());  // has not called the daemon yet
   Connect();
   Shell("tests/vm/daemon halt");
   for (Host* const each : {&host, &newcomer})
@@ -365,12 +365,12 @@ TEST_F(LinuxRadioAsRoot, ABlockedAdapterIsNamed) {
   EXPECT_TRUE(Within([&] { return Succeeds([] { Tell("power on"); }); }));
 }
 
-/// Last of all: Linux 6.1 is apt to fall over some seconds after two of its own adapters paired.
+/// The last test: Linux 6.1 may crash some seconds after two of its own adapters have paired.
 class LinuxRadioPairing : public LinuxRadio {
  protected:
   void TearDown() override {
     host.Do(CORVANEBLE_METHOD_DISCONNECT);
-    Forget();  // a key that only one side has would disturb every later link
+    Forget();  // a key on only one side would disturb all later links
     LinuxRadio::TearDown();
   }
 };
@@ -381,7 +381,7 @@ TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
   const std::string secret = Find(kOwnService, kSecret);
   std::string value;
   ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 1), 0);
-  EXPECT_EQ(host.Read(secret, "", value), CORVANEBLE_ERROR_TIMEOUT);  // asked, and considering
+  EXPECT_EQ(host.Read(secret, "", value), CORVANEBLE_ERROR_TIMEOUT);  // pairing is pending
   ASSERT_EQ(host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 60), 0);
   EXPECT_EQ(host.Read(secret, "", value), 0) << host.LastError();
   EXPECT_EQ(value, "secret");
@@ -391,8 +391,8 @@ TEST_F(LinuxRadioPairing, ASecretIsReadOnceTheLinkIsSecured) {
   Tell("pairing off");
   WaitUntilNoLink();
   Connect();
-  // BlueZ's server answers nothing on a channel that it sees before the link that it knows a key
-  // for.
+  // BlueZ's server does not respond on a channel if it sees the channel before the link and has a
+  // key for the device.
   ASSERT_TRUE(DiscoversAgain()) << host.LastError();
   EXPECT_EQ(host.Read(Find(kOwnService, kSecret), "", value), 0) << host.LastError();
 

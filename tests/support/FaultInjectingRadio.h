@@ -11,10 +11,10 @@
 
 namespace ble::simulated {
 
-/// Any radio, with calls that go wrong. Counted are all operations started on it and on the objects
-/// it hands out, and the synchronous calls that may fail: creating a watcher, setting its mode and
-/// filter, starting and stopping it. A run without a fault tells through `CallCount` how
-/// many calls a program makes; a sweep then lets each of them fail in turn.
+/// Wraps a radio and injects faults. Counts all operations started on it and on the objects that it
+/// returns, and the synchronous calls that may fail: creating a watcher, setting its mode and
+/// filter, starting and stopping it. After a run without a fault, `CallCount` is the number of
+/// calls of the program; a test then lets each of them fail in turn.
 class FaultInjectingRadio final : public Radio {
  public:
   /// `executor` runs late completions; it belongs to the wrapped radio and is not kept alive.

@@ -98,7 +98,7 @@ std::string Host::Config(const std::string& text) {
   const std::int32_t code =
       CorvaneBLE_BLEClient_Do(handle_, CORVANEBLE_METHOD_CONFIG, 1, params, lengths, nullptr);
   if (code != 0) return "!" + std::to_string(code);
-  // Not reinterpret_cast: GCC 12 then takes the text to be no longer than the array it came from.
+  // Not reinterpret_cast: GCC 12 would assume that the text is no longer than the array.
   return std::bit_cast<const char*>(params[1]);
 }
 

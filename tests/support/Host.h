@@ -16,10 +16,10 @@
 
 namespace ble::tests {
 
-/// A simulated radio from scenario text, in virtual time unless the text says otherwise.
+/// A simulated radio from the text of a scenario, in virtual time by default.
 simulated::OpenedSimulatedRadio OpenScenario(const std::string& json);
 
-/// One event as the host's callback saw it.
+/// An event as the callback received it.
 struct HostEvent {
   std::int32_t id = 0;
   std::vector<std::variant<std::int32_t, std::string>> values;  ///< bytes as a string
@@ -35,10 +35,10 @@ struct HostEvent {
   std::string Line() const;
 };
 
-/// A text in the system's own code page.
+/// A text in the code page of the system.
 std::string Narrow(std::u16string_view text);
 
-/// A host of one instance: calls the exported functions and keeps the events.
+/// A host with one instance: calls the exported functions and stores the events.
 class Host {
  public:
   explicit Host(const std::string& scenarioJson) : Host(OpenScenario(scenarioJson)) {}
@@ -58,7 +58,7 @@ class Host {
                     std::string& value);
   std::int32_t Write(std::int32_t method, const std::string& characteristicId,
                      const std::string& value, const std::string& descriptorId = "");
-  /// The answer of a configuration text, or "!" and the code.
+  /// The result of Config, or "!" and the code.
   std::string Config(const std::string& text);
 
   std::intptr_t Get(std::int32_t property, std::int32_t index = 0) const;
@@ -67,18 +67,18 @@ class Host {
   std::int32_t SetText(std::int32_t property, const char* value, std::int32_t index = 0) const;
   std::string LastError() const { return CorvaneBLE_BLEClient_GetLastError(handle_); }
 
-  /// The events so far, and forgetting them.
+  /// The events so far; `Forget` removes them.
   std::vector<HostEvent> Events(std::int32_t id = 0) const;
-  /// How many of them: without a copy, which would keep what arrives waiting.
+  /// The number of events, without a copy: a copy would delay new events.
   std::size_t Count(std::int32_t id) const;
   std::vector<std::string> Lines(std::int32_t id = 0) const;
   void Forget();
 
-  /// Lets simulated time pass until `count` events of a kind were seen, at most a minute of it.
+  /// Lets simulated time pass until `count` events of a kind have arrived, for at most a minute.
   bool PumpUntil(std::int32_t id, std::size_t count = 1);
   void Pump(std::int32_t milliseconds);
 
-  /// What the callback does besides recording; its result is the callback's.
+  /// Called by the callback after it has stored the event; the result is that of the callback.
   std::function<std::int32_t(const HostEvent&)> onEvent;
 
  private:
@@ -91,7 +91,7 @@ class Host {
   std::vector<HostEvent> events_;
 };
 
-/// A characteristic's id for the service it belongs to.
+/// The identifier of the service of a characteristic.
 inline std::string ServiceIdOf(const std::string& id) {
   return id.substr(0, 4) + "00000000";
 }

@@ -13,8 +13,8 @@
 
 namespace ble::tests {
 
-/// A radio without any thread of its own: operations finish where they are started, and every event
-/// is raised by whoever calls, on as many threads at once as call.
+/// A radio without threads: operations complete on the calling thread, and the test raises events,
+/// on any number of threads at once.
 class StormRadio final : public Radio, public std::enable_shared_from_this<StormRadio> {
  public:
   static OpenedRadio Open(std::shared_ptr<StormRadio>& radio) {
@@ -34,7 +34,7 @@ class StormRadio final : public Radio, public std::enable_shared_from_this<Storm
   }
   void ChangeName() const { nameChanged_.Raise(); }
   void ChangeServices() const { servicesChanged_.Raise({u"0x0001-0xFFFF"}); }
-  std::atomic<bool> isBroken = false;  ///< devices throw when they are asked who they are
+  std::atomic<bool> isBroken = false;  ///< reading the address of a device throws
   void ChangeStatus(bool connected) {
     connected_ = connected;
     statusChanged_.Raise();

@@ -1,5 +1,5 @@
-/* A host that has never seen our header or import library: argument 1 is the DLL. It calls with
- * stacks as other compilers leave them, aligned to no more than 4 bytes. */
+/* A host without the header and the import library; argument 1 is the DLL. It calls with stacks
+ * aligned to only 4 bytes, as other compilers do. */
 #include <stdio.h>
 #include <string.h>
 #include <windows.h>
@@ -9,11 +9,11 @@ enum { kTimeout = 32, kStartScanning = 13, kStopScanning = 14 };
 static void* client;
 static DWORD mainThread;
 static volatile LONG foreignEvents; /* on threads of the library */
-static volatile LONG nestedAnswers; /* to calls from inside the callback */
+static volatile LONG nestedAnswers; /* results of calls inside the callback */
 
 static void* get;
 
-/* Calls a __stdcall function when the stack is `shift` bytes, 0 to 12, off an alignment of 16. */
+/* Calls a __stdcall function with the stack `shift` bytes (0 to 12) off an alignment of 16. */
 static INT_PTR CallAt(int shift, void* function, int count, const INT_PTR* args) {
   INT_PTR result;
   __asm__ volatile(

@@ -1,4 +1,4 @@
-// What only a system with window messages has: a host whose windows live on while a method waits.
+// Tests window messages: the windows of a host respond while a method waits.
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -16,7 +16,7 @@ HWND WindowOfTheInstance() {
 }
 
 TEST(MessageWindow, LivesAsLongAsItsInstanceAndNamesIt) {
-  MSG message;  // windows of instances that other threads destroyed close when their thread looks
+  MSG message;  // closes the windows of instances that other threads destroyed
   while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE))
     DispatchMessageA(&message);
   ASSERT_EQ(WindowOfTheInstance(), nullptr);
@@ -39,7 +39,7 @@ TEST(Wait, TheHostsTimersGoOn) {
   ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
   const UINT_PTR timer = SetTimer(nullptr, 0, 10, &CountTick);
   ASSERT_NE(timer, 0U);
-  for (int waits = 0; waits < 100 && ticks < 5; ++waits)  // on a busy machine ticks are few
+  for (int waits = 0; waits < 100 && ticks < 5; ++waits)  // a busy machine has few ticks
     ASSERT_EQ(host.Do(CORVANEBLE_METHOD_DISCOVER_SERVICES), 0) << host.LastError();
   KillTimer(nullptr, timer);
   EXPECT_GE(ticks, 5);
