@@ -123,15 +123,15 @@ void AttBearer::Shutdown(ChannelError reason) {
     queue_.clear();
   }
   channel_->Close();
-  // A link that ends while it is being secured ended because it could not be: the refusal stands.
+  // A link that ends while it is being secured could not be secured: the refusal stands.
   for (const Exchange& exchange : refused)
     exchange.reply({.outcome = Outcome::Refused, .error = exchange.refusal});
   for (const Exchange& exchange : lost)
     exchange.reply({.reason = reason});
 }
 
-// A request that is answered in time leaves the timer as it is: setting and cancelling one each
-// would cost more than to find now and then that there is time left.
+// A request that is answered in time leaves the timer as it is: to set it again now and then costs
+// less than to set and cancel one for each request.
 void AttBearer::OnTimer() {
   {
     const MutexLock lock(mutex_);
@@ -226,7 +226,7 @@ void AttBearer::OnSecurityRaised(bool raised) {
                     std::make_move_iterator(refused.end()));
       refused.clear();
     }
-    // What was asked meanwhile goes out only now.
+    // A request made meanwhile is sent only now.
     if (outstanding_) outstanding_->deadline = executor_->Now() + kTransactionTimeout;
     next = BeginNext();
   }

@@ -69,14 +69,14 @@ class AttBearer final : public AttChannel::Listener,
   /// What becomes of a refusal for want of authentication or encryption.
   enum class OnRefusal {
     SecureLink,  ///< the link is secured, once per channel, and the request repeated
-    Stands,      ///< for what nobody asked for: a person may have to agree to a pairing
+    Stands,      ///< for what the host did not ask for: a pairing may need a person's consent
   };
 
   /// Sends a request, at once when none is outstanding, on the calling thread.
   void Request(const Pdu& request, Reply reply, OnRefusal onRefusal = OnRefusal::SecureLink);
 
-  /// Sends a command and calls `sent` once it has left, false when the channel has ended: nobody
-  /// answers a command, and whoever sends many should not be far ahead of the link.
+  /// Sends a command and calls `sent` once it has left, false when the channel has ended: a command
+  /// has no answer, and a sender of many must not run far ahead of the link.
   void Command(const Pdu& command, Callback<void(bool left)> sent);
 
   /// Ends the channel; requests not answered yet are lost.

@@ -22,7 +22,7 @@ class AttChannel {
   /// Called by the channel, one call at a time, on a thread of the backend; the response to any
   /// request but the first may also come on a thread that waits for it, beside such a call.
   /// `OnClosed` is the last call of the backend's thread and comes exactly once, also after
-  /// `Close`, never from inside it; a thread that waits may have a response in its hands even then.
+  /// `Close`, never from inside it; a waiting thread may still be handling a response then.
   class Listener {
    public:
     virtual void OnPdu(ByteView pdu) = 0;  ///< the bytes are valid only during the call

@@ -35,7 +35,7 @@ std::string NoticeOf(const DescriptorRecord& descriptor, const GattReadResult& r
 
 using DescriptorList = std::vector<std::shared_ptr<AttDescriptor>>;
 
-/// Those of the descriptors whose values say something about their characteristic.
+/// The descriptors whose values describe their characteristic.
 DescriptorList Understood(const GattDescriptorsResult& found) {
   DescriptorList understood;
   for (const auto& descriptor : found.descriptors)
@@ -44,8 +44,8 @@ DescriptorList Understood(const GattDescriptorsResult& found) {
   return understood;
 }
 
-/// Reads descriptors one after another, for as long as there is a link. Nobody asked for their
-/// values: no pairing is started for them.
+/// Reads descriptors one after another, for as long as there is a link. The host did not ask for
+/// their values, so no pairing is started for them.
 void ReadDescriptions(const BearerPtr& bearer, std::shared_ptr<AttCharacteristic> characteristic,
                       std::shared_ptr<const DescriptorList> descriptors, std::size_t next,
                       std::function<void()> done) {
@@ -181,7 +181,7 @@ GattDescriptorsResult AttCharacteristic::Publish(const std::vector<DescriptorRec
 }
 
 void AttCharacteristic::SearchDescriptors(const BearerPtr& bearer, Found<DescriptorRecord> found) {
-  // That of the beginning: what changes meanwhile makes the handle out of date.
+  // The version at the beginning: a change during the search makes the handle out of date.
   const std::uint16_t version = context_->DatabaseVersion();
   DiscoverDescriptors(
       bearer, static_cast<std::uint16_t>(valueHandle_ + 1), end_,

@@ -30,7 +30,7 @@ class AttDescriptor final : public GattDescriptor,
   AsyncOperationPtr<GattReadResult> ReadValueAsync(BluetoothCacheMode mode) override;
   AsyncOperationPtr<GattWriteResult> WriteValueWithResultAsync(ByteView value) override;
 
-  /// Reads the value over `bearer` without being asked for it: no pairing is started for its sake.
+  /// Reads the value over `bearer` although the host did not ask for it, so no pairing is started.
   AsyncOperationPtr<GattReadResult> ReadUnasked(const BearerPtr& bearer) {
     return ReadWholeValue(bearer, handle_, shared_from_this(), AttBearer::OnRefusal::Stands);
   }

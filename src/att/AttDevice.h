@@ -9,8 +9,8 @@
 
 namespace ble::att {
 
-/// A device that is reached over an ATT channel: all of it but its address and its name. Events are
-/// raised on the thread of its client.
+/// A device that is reached over an ATT channel; derived classes add its address and its name.
+/// Events are raised on the thread of its client.
 class AttDevice : public BluetoothLEDevice {
  public:
   ~AttDevice() override { client_->Close(); }
@@ -51,7 +51,7 @@ class AttDevice : public BluetoothLEDevice {
   /// A copy shares its handlers.
   Changed NameChanged() const { return nameChanged_; }
 
-  /// Has the client open the link by an operation; by the smallest there is.
+  /// Opens the link by means of the smallest operation there is.
   static AsyncOperationPtr<GattDeviceServicesResult> OpenLink(GattClient& client) {
     return client.GetGattServicesForUuidAsync(Uuid::FromAssignedNumber(gatt_uuid::kGenericAccess),
                                               BluetoothCacheMode::Uncached);

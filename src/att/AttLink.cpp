@@ -6,9 +6,9 @@ namespace ble::att {
 
 namespace {
 
-/// A central believes that there is a link as soon as it has asked for one; that the peripheral
-/// never heard it shows after six connection intervals (Bluetooth Core 5.4, Vol 6 Part B, 4.5.2).
-/// On a busy or distant link that is common, and the next try mostly does.
+/// A central reports a link as soon as it has asked for one, and learns only after six connection
+/// intervals that the peripheral did not hear it (Bluetooth Core 5.4, Vol 6 Part B, 4.5.2). On a
+/// busy or distant link that is common, and the next attempt usually succeeds.
 constexpr std::chrono::seconds kEstablishment{2};
 constexpr int kMostChannels = 3;
 

@@ -23,7 +23,7 @@ struct GattClientEvents {
   std::function<void(bool open)> linkChanged;
   /// The handles concerned, as text: "0x0010-0x0020".
   std::function<void(const std::u16string& range)> servicesChanged;
-  /// Words for the user.
+  /// A text for the user.
   std::function<void(const std::string& text)> notice;
 };
 
@@ -45,7 +45,7 @@ class GattContext final : public AttLink::Observer,
   std::uint16_t DatabaseVersion() const { return databaseVersion_; }
 
   /// Asks the server for Service Changed indications (Bluetooth Core 5.4, Vol 3 Part G, 7.1), once
-  /// per link, when it has a Generic Attribute service. Failing changes nothing for anybody.
+  /// per link, when it has a Generic Attribute service. Failure has no consequences.
   void WatchServiceChanged(const BearerPtr& bearer, const std::vector<ServiceRecord>& services);
 
   /// Tells the user something.

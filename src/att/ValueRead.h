@@ -11,7 +11,7 @@
 /// requests that takes.
 namespace ble::att {
 
-/// Who remembers what was read.
+/// Remembers what was read.
 class ValueKeeper {
  public:
   /// A whole value; called before its read is complete, on whatever thread completes it.

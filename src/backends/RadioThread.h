@@ -23,8 +23,8 @@ std::thread StartRadioThread(Run run) {
   }
 }
 
-/// Runs something on a backend's thread. What it throws ends here, for nobody above could make
-/// sense of it: memory ran out, and whoever waits for the outcome waits no longer than its limit.
+/// Runs something on a backend's thread. Exceptions end here, since no caller could handle them:
+/// memory has run out, and a thread that waits for the outcome has a time limit.
 template <class Task, class... Args>
 void RunOnRadioThread(const Task& task, Args... args) {
   try {

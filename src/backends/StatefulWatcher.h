@@ -9,8 +9,8 @@
 
 namespace ble {
 
-/// What a watcher was asked for. It is over, for good, when the watcher was stopped, aborted or let
-/// go of; from then on no packet is reported any more, but for one whose report has begun.
+/// What a watcher was asked to do. It is over for good once the watcher is stopped, aborted or
+/// destroyed; after that no packet is reported, except one whose report has begun.
 struct ScanOrder {
   ScanOrder(BluetoothLEScanningMode scanningMode,
             BluetoothLEAdvertisementFilter advertisementFilter,

@@ -7,7 +7,8 @@
 
 namespace ble {
 
-/// A radio that could not be had: every call throws a `PlatformFailure` with `result` and `text`.
+/// A radio that could not be opened: every call throws a `PlatformFailure` with `result` and
+/// `text`.
 [[nodiscard]] std::shared_ptr<Radio> MakeUnavailableRadio(std::int32_t result,
                                                           const std::string& text);
 

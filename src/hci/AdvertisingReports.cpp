@@ -14,7 +14,7 @@ constexpr std::size_t kMaxExtendedData = 1650;  // Bluetooth Core 5.4, Vol 6 Par
 
 constexpr const char* kTooMuchData = "more advertising data than there can be";
 
-/// Of so many advertisements the rest is surely lost, not late.
+/// When this many are unfinished, their missing fragments are lost, not late.
 constexpr std::size_t kMaxUnfinished = 256;
 
 // Bits of the event type of an extended report.

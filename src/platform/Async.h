@@ -35,8 +35,8 @@ template <class T>
 using AsyncOperationPtr = std::shared_ptr<AsyncOperation<T>>;
 
 /// The operation that a backend hands out and completes later, from any thread. The first
-/// completion counts; later ones are ignored. Whoever completes it holds it meanwhile: a thread
-/// that has waited may let go of it at once.
+/// completion counts; later ones are ignored. The completing thread holds a reference meanwhile,
+/// for a thread that has waited may release its own at once.
 template <class T>
 class CompletableOperation : public AsyncOperation<T> {
  public:

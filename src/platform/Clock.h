@@ -7,7 +7,7 @@
 
 namespace ble {
 
-/// The time an instance lives by: the machine's, or a simulated radio's virtual time.
+/// The time an instance uses: the machine's, or a simulated radio's virtual time.
 class Clock {
  public:
   virtual ~Clock() = default;
@@ -19,8 +19,8 @@ class Clock {
   virtual void Sleep(std::chrono::milliseconds duration) = 0;
 };
 
-/// Keeps the calling thread alive to its surroundings while a method waits: window messages on
-/// Windows, due work of a simulated radio when the wait runs on that radio's own thread.
+/// Keeps the calling thread responsive while a method waits: window messages on Windows, due work
+/// of a simulated radio when the wait runs on that radio's own thread.
 class MessagePump {
  public:
   virtual ~MessagePump() = default;
@@ -34,7 +34,7 @@ class MessagePump {
   /// whether the instance's message window still exists; always true where there are none.
   virtual bool Step(std::chrono::milliseconds wait, const WakeSignal* signal) = 0;
 
-  /// The instance that waits here; its window bears the address.
+  /// Sets the instance that waits here, whose address its message window stores.
   virtual void SetOwner(void* /*instance*/) {}
 };
 

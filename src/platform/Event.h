@@ -12,8 +12,8 @@
 namespace ble {
 
 /// Keeps one event handler registered; unregisters it when it dies. A call that had already begun
-/// when the token died may still be running then: whoever needs silence puts a gate of its own in
-/// front of the handler.
+/// when the token died may still be running then: a user that must not be called any more checks
+/// that in the handler.
 class EventToken {
  public:
   EventToken() = default;

@@ -74,8 +74,8 @@ class Radio {
   /// or try again gives up a little earlier, so that its caller learns more than that time is up.
   virtual void SetWaitLimit(std::chrono::milliseconds /*limit*/) {}
 
-  /// Raised, on the platform's threads, with words (UTF-8) for what the radio meets that its user
-  /// can act on and no status tells, such as another program that holds a device.
+  /// Raised, on the platform's threads, with a text (UTF-8) about a condition that the user can act
+  /// on and no status reports, such as another program that holds a device.
   using Notice = EventSource<const std::string&>;
   [[nodiscard]] virtual EventToken OnNotice(Notice::Handler /*handler*/) { return {}; }
 };

@@ -20,8 +20,9 @@ namespace ble {
 /// asks later. Not called when the process ends with the thread still running.
 void CallAtThreadEnd(void (*handler)());
 
-/// What the system's services need once a process, before the first instance and after the last.
-/// Both are called while the library is loaded and unloaded, where little is allowed.
+/// Set up and release what the system's services need once per process, before the first instance
+/// and after the last. Both are called while the library is loaded and unloaded, where little is
+/// allowed.
 void PrepareProcess();
 void ReleaseProcess();
 

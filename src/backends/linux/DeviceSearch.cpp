@@ -37,7 +37,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
     End();
   }
 
-  /// Whoever connects next had better find discovery at rest.
+  /// Reports once discovery is off: the kernel opens no link while it is on.
   void End() {
     deviceChanged_.Reset();
     const auto session = session_.lock();
@@ -46,7 +46,7 @@ class DeviceSearch : public std::enable_shared_from_this<DeviceSearch> {
       session->Scanning().Remove(user, [self = shared_from_this()] { self->Report(); });
   }
 
-  /// The caller waits no longer, however long the daemon takes to stop.
+  /// The caller's time is up, however long the daemon takes to stop.
   void TimeIsUp() {
     End();
     Report();

@@ -81,9 +81,9 @@ class EventLoop::Core : public TaskThread, public std::enable_shared_from_this<C
     });
     threadId_ = thread_.get_id();
   }
-  /// How long the thread may sleep. A time it once meant to wake at stands, though the task for it
-  /// was cancelled: a wake-up for nothing now and then costs less than being woken for each new
-  /// task that, like most, bounds something and will be cancelled too.
+  /// How long the thread may sleep. A wake-up time stays set when its task is cancelled: to wake
+  /// for nothing now and then costs less than to be woken for each new task, for most are time
+  /// limits that will be cancelled too.
   milliseconds TimeToSleep(milliseconds limit) REQUIRES(mutex_) {
     const auto now = SteadyClock::now();
     if (sleepsUntil_ <= now) sleepsUntil_ = now + kLongestWait;

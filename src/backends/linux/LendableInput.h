@@ -10,13 +10,13 @@
 
 namespace ble::linux_radio {
 
-/// Input of the radio that a thread waiting for it may take by itself: to be woken by the radio's
-/// thread would cost more than to do what that thread would have done.
+/// Input of the radio that a waiting thread may take by itself, which costs less than to be woken
+/// by the radio's thread.
 ///
-/// Nothing is arranged between the two for one wait. Both watch the descriptor `EPOLLEXCLUSIVE`,
-/// and of those that do the kernel wakes the first that has a thread waiting: hence the radio's
-/// thread is left asleep while another waits here, provided that it began to watch later than this
-/// was made. What arrives may still wake both, so taking must be safe on both at once.
+/// The two threads do not synchronize for a wait. Both watch the descriptor `EPOLLEXCLUSIVE`, and
+/// of those that do the kernel wakes the first that has a thread waiting: hence the radio's thread
+/// is left asleep while another waits here, provided that it began to watch later than this was
+/// made. What arrives may still wake both, so taking must be safe on both at once.
 class LendableInput {
  public:
   using TimePoint = TimerFd::TimePoint;

@@ -10,7 +10,7 @@ namespace {
 
 /// Sets advertisers of one interval apart from each other.
 constexpr milliseconds kPhaseStep{3};
-/// A capture that plays as fast as possible: packets between two looks at everything else.
+/// Packets of a fast capture that are played before other tasks run.
 constexpr std::size_t kFastBatch = 256;
 /// Silence before a capture plays again.
 constexpr milliseconds kRepeatPause{100};
@@ -75,7 +75,7 @@ void ScanSession::Advertise(Playing& playing) {
     Report(advertiser.scanResponse, advertiser.address, scenario.rssi,
            BluetoothLEAdvertisementType::ScanResponse);
   playing.due = std::max(playing.due + std::max(scenario.interval, kShortestInterval),
-                         timeline_.Now());  // what a slow host missed is not made up for
+                         timeline_.Now());  // packets that a slow host missed are not repeated
   At(playing.due, [&playing](ScanSession& self) { self.Advertise(playing); });
 }
 

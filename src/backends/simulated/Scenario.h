@@ -29,7 +29,8 @@ struct AdapterScenario {
   std::vector<Fault> faults;                 ///< of its look-up
 };
 
-/// Whatever interval a scenario asks for, none is shorter: nothing may fill one point in time.
+/// The lower bound of every interval: with none, an event could repeat for ever at one point in
+/// time.
 inline constexpr std::chrono::milliseconds kShortestInterval{1};
 
 /// What an attribute holds and how it answers. Errors are ATT error bytes, sent instead of an

@@ -123,7 +123,7 @@ void SimulatedLink::SendNextOfStream(std::uint16_t valueHandle) {
   const Bytes& value = source->values[stream.next];
   stream.next = (stream.next + 1) % source->values.size();
   stream.due = std::max(stream.due + std::max(source->interval, kShortestInterval),
-                        timeline_.Now());  // what a slow host missed is not made up for
+                        timeline_.Now());  // values that a slow host missed are not repeated
   const bool more = stream.next != 0 || source->repeat;
   if (more) ScheduleStream(valueHandle, stream);
   peripheral_->Database().Find(valueHandle)->value = value;

@@ -26,7 +26,7 @@ class SimulatedLink final : public att::AttChannel,
   void Start(std::weak_ptr<Listener> listener) override;
   bool Send(ByteView pdu) override;
   void Close() override { End(att::ChannelError::None); }
-  /// Nothing to raise: simulated attributes refuse or allow whatever the link's security.
+  /// Answers false: what simulated attributes allow does not depend on the link's security.
   void RaiseSecurity(std::function<void(bool raised)> done) override;
 
   bool IsOpen() const { return open_.load(std::memory_order_acquire); }

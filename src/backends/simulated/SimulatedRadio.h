@@ -41,8 +41,8 @@ class SimulatedRadio final : public Radio {
   Notice notices_;
 };
 
-/// An opened simulated radio with the timeline that is its clock and its pump, for whoever adds
-/// work of their own to it.
+/// An opened simulated radio with the timeline that is its clock and its pump, for callers that
+/// post tasks of their own.
 struct OpenedSimulatedRadio : OpenedRadio {
   std::shared_ptr<Timeline> timeline;
 };

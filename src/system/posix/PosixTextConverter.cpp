@@ -18,7 +18,7 @@ constexpr std::string_view kUtf16 =
 constexpr std::uint32_t kJohab = 1361;
 constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
 
-/// iconv takes the backslash of Johab for the sign of the won, whose place on Korean keys it has.
+/// iconv reads the backslash of Johab as the won sign, which Korean keyboards have in its place.
 void SwapBackslash(std::u16string& text) {
   constexpr char16_t kWon = u'\u20A9';
   for (char16_t& unit : text) {
@@ -44,7 +44,8 @@ class Run {
     for (;;) {
       char* to = Bytes() + used_;
       std::size_t room = out_.size() * sizeof(Out) - used_;
-      // The flushing call belongs to it: charsets with combining marks keep a character back.
+      // The flushing call is part of the conversion: charsets with combining marks keep a character
+      // back.
       const bool converted = iconv(descriptor_, &from_, &left_, &to, &room) != kFailed &&
                              iconv(descriptor_, nullptr, nullptr, &to, &room) != kFailed;
       const int error = converted ? 0 : errno;
