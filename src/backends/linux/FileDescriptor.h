@@ -1,5 +1,9 @@
 #pragma once
 
+#include <unistd.h>
+
+#include <utility>
+
 namespace ble::linux_radio {
 
 /// A file descriptor that closes itself.
@@ -7,15 +11,20 @@ class FileDescriptor {
  public:
   FileDescriptor() = default;
   explicit FileDescriptor(int fd) : fd_(fd) {}
-  FileDescriptor(FileDescriptor&& other) noexcept;
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+  FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   ~FileDescriptor() { Reset(); }
 
   int Get() const { return fd_; }
   explicit operator bool() const { return fd_ >= 0; }
-  void Reset();
+  void Reset() {
+    if (const int fd = std::exchange(fd_, -1); fd >= 0) ::close(fd);
+  }
 
  private:
   int fd_ = -1;
