@@ -1,6 +1,7 @@
 #include "api/EventString.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -8,6 +9,11 @@
 
 namespace ble {
 namespace {
+
+// Bindings in other languages lay the record out by hand.
+static_assert(sizeof(void*) != 4 ||
+              (offsetof(EventString, narrow) == 12 && offsetof(EventString, wide) == 16 &&
+               sizeof(EventString) == 20));
 
 template <class Char>
 using View = std::basic_string_view<Char>;

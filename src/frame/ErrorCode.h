@@ -3,36 +3,39 @@
 #include <cstdint>
 #include <string_view>
 
+#include "corvaneble/corvaneble.h"
+
 namespace ble {
 
-/// What every operation returns: 0 for success, else one of the codes below, or a platform error
-/// number of a text conversion. Whoever returns a non-zero code has stored its message first.
+/// 0 for success, else one of the codes below, or a platform error number of a text conversion.
 using ErrorCode = std::int32_t;
 
 namespace error {
 
-inline constexpr ErrorCode kSuccess = 0;
-inline constexpr ErrorCode kUnknown = -1;  ///< no such setting, property or parameter count
-inline constexpr ErrorCode kOutOfMemory = 200;
-inline constexpr ErrorCode kInvalidArgument = 202;
-inline constexpr ErrorCode kIndexOutOfRange = 280;  ///< CheckIndex's own answer
-inline constexpr ErrorCode kTimeout = 301;
-inline constexpr ErrorCode kInvalidIndex = 432;
-inline constexpr ErrorCode kMalformedUuid = 600;
-inline constexpr ErrorCode kNotDiscovered = 601;
-inline constexpr ErrorCode kInvalidState = 602;
-inline constexpr ErrorCode kScanAborted = 603;
-inline constexpr ErrorCode kConnectFailed = 604;
-inline constexpr ErrorCode kNotConnected = 605;
-inline constexpr ErrorCode kAccessDenied = 606;
-inline constexpr ErrorCode kUnknownProtocolError = 606;
-inline constexpr ErrorCode kUnreachable = 607;
-inline constexpr ErrorCode kInclusionCycle = 609;
-inline constexpr ErrorCode kNoUserDescription = 611;
-inline constexpr ErrorCode kApplicationError = 612;
-inline constexpr ErrorCode kNoRadio = 613;
-inline constexpr ErrorCode kPlatformFailure = 614;
-inline constexpr ErrorCode kWriteRequestRejected = 952;
+inline constexpr ErrorCode kSuccess = CORVANEBLE_ERROR_NONE;
+/// No such setting, property or parameter count.
+inline constexpr ErrorCode kUnknown = CORVANEBLE_ERROR_UNKNOWN;
+inline constexpr ErrorCode kOutOfMemory = CORVANEBLE_ERROR_OUT_OF_MEMORY;
+inline constexpr ErrorCode kInvalidArgument = CORVANEBLE_ERROR_INVALID_ARGUMENT;
+/// CheckIndex's own answer.
+inline constexpr ErrorCode kIndexOutOfRange = CORVANEBLE_ERROR_INDEX_OUT_OF_RANGE;
+inline constexpr ErrorCode kTimeout = CORVANEBLE_ERROR_TIMEOUT;
+inline constexpr ErrorCode kInvalidIndex = CORVANEBLE_ERROR_INVALID_INDEX;
+inline constexpr ErrorCode kMalformedUuid = CORVANEBLE_ERROR_MALFORMED_UUID;
+inline constexpr ErrorCode kNotDiscovered = CORVANEBLE_ERROR_NOT_DISCOVERED;
+inline constexpr ErrorCode kInvalidState = CORVANEBLE_ERROR_INVALID_STATE;
+inline constexpr ErrorCode kScanAborted = CORVANEBLE_ERROR_SCAN_ABORTED;
+inline constexpr ErrorCode kConnectFailed = CORVANEBLE_ERROR_CONNECT_FAILED;
+inline constexpr ErrorCode kNotConnected = CORVANEBLE_ERROR_NOT_CONNECTED;
+inline constexpr ErrorCode kAccessDenied = CORVANEBLE_ERROR_ACCESS_DENIED;
+inline constexpr ErrorCode kUnknownProtocolError = CORVANEBLE_ERROR_ACCESS_DENIED;
+inline constexpr ErrorCode kUnreachable = CORVANEBLE_ERROR_UNREACHABLE;
+inline constexpr ErrorCode kInclusionCycle = CORVANEBLE_ERROR_INCLUSION_CYCLE;
+inline constexpr ErrorCode kNoUserDescription = CORVANEBLE_ERROR_NO_USER_DESCRIPTION;
+inline constexpr ErrorCode kApplicationError = CORVANEBLE_ERROR_APPLICATION;
+inline constexpr ErrorCode kNoRadio = CORVANEBLE_ERROR_NO_RADIO;
+inline constexpr ErrorCode kPlatformFailure = CORVANEBLE_ERROR_PLATFORM_FAILURE;
+inline constexpr ErrorCode kWriteRequestRejected = CORVANEBLE_ERROR_WRITE_REQUEST_REJECTED;
 
 }  // namespace error
 

@@ -5,23 +5,25 @@
 #include <cstdint>
 #include <string_view>
 
+#include "corvaneble/corvaneble.h"
+
 namespace ble {
 
 /// The events a host receives, numbered in alphabetical order of their names.
 enum class EventId : std::int32_t {
-  Advertisement = 1,
-  Connected,
-  Disconnected,
-  Discovered,
-  Error,
-  Log,
-  ServerUpdate,
-  StartScan,
-  StopScan,
-  Subscribed,
-  Unsubscribed,
-  Value,
-  WriteResponse,
+  Advertisement = CORVANEBLE_EVENT_ADVERTISEMENT,
+  Connected = CORVANEBLE_EVENT_CONNECTED,
+  Disconnected = CORVANEBLE_EVENT_DISCONNECTED,
+  Discovered = CORVANEBLE_EVENT_DISCOVERED,
+  Error = CORVANEBLE_EVENT_ERROR,
+  Log = CORVANEBLE_EVENT_LOG,
+  ServerUpdate = CORVANEBLE_EVENT_SERVER_UPDATE,
+  StartScan = CORVANEBLE_EVENT_START_SCAN,
+  StopScan = CORVANEBLE_EVENT_STOP_SCAN,
+  Subscribed = CORVANEBLE_EVENT_SUBSCRIBED,
+  Unsubscribed = CORVANEBLE_EVENT_UNSUBSCRIBED,
+  Value = CORVANEBLE_EVENT_VALUE,
+  WriteResponse = CORVANEBLE_EVENT_WRITE_RESPONSE,
 };
 
 struct EventInfo {

@@ -3,12 +3,17 @@
 #include <cstdint>
 
 #include "base/Bytes.h"
+#include "corvaneble/corvaneble.h"
 #include "frame/ErrorCode.h"
 #include "frame/EventSink.h"
 
 namespace ble {
 
-enum class GattType : std::int32_t { Service = 0, Characteristic = 1, Descriptor = 2 };
+enum class GattType : std::int32_t {
+  Service = CORVANEBLE_GATT_SERVICE,
+  Characteristic = CORVANEBLE_GATT_CHARACTERISTIC,
+  Descriptor = CORVANEBLE_GATT_DESCRIPTOR,
+};
 
 /// Everything an Advertisement event says. Texts are NUL-terminated and owned by the caller.
 struct AdvertisementReport {

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "corvaneble/corvaneble.h"
+
 namespace ble {
 
 /// How a host wants the texts of a call: part of the number it passes.
@@ -12,8 +14,8 @@ struct HostNumber {
   TextForm form;
 };
 
-inline constexpr std::int32_t kWideOffset = 10000;
-inline constexpr std::int32_t kBytesAsWideOffset = 20000;
+inline constexpr std::int32_t kWideOffset = CORVANEBLE_WIDE;
+inline constexpr std::int32_t kBytesAsWideOffset = CORVANEBLE_BYTES_AS_WIDE;
 
 /// Splits a property number into the property and the form.
 constexpr HostNumber DecodePropertyNumber(std::int32_t number) {

@@ -4,6 +4,7 @@
 #include <span>
 
 #include "base/Text.h"
+#include "corvaneble/corvaneble.h"
 #include "frame/Events.h"
 #include "frame/Settings.h"
 
@@ -22,7 +23,11 @@ inline constexpr const char* kVerbose = "Verbose";
 inline constexpr const char* kDebug = "Debug";
 }  // namespace log_type
 
-enum class LogLevel : std::int32_t { Information = 1, Detail = 2, Debug = 3 };
+enum class LogLevel : std::int32_t {
+  Information = CORVANEBLE_LOG_INFO,
+  Detail = CORVANEBLE_LOG_DETAIL,
+  Debug = CORVANEBLE_LOG_DEBUG,
+};
 
 /// Reports progress to the host through the Log event. Any thread; never called under a lock.
 class Log {

@@ -5,26 +5,28 @@
 #include <cstdint>
 #include <string_view>
 
+#include "corvaneble/corvaneble.h"
+
 namespace ble {
 
 enum class Method : std::int32_t {
-  Config = 2,
-  Connect,
-  Disconnect,
-  Discover,
-  DiscoverCharacteristics,
-  DiscoverDescriptors,
-  DiscoverServices,
-  DoEvents,
-  PostValue,
-  ReadValue,
-  Select,
-  StartScanning,
-  StopScanning,
-  Subscribe,
-  Unsubscribe,
-  WriteValue,
-  ConvertToWide = 2003,
+  Config = CORVANEBLE_METHOD_CONFIG,
+  Connect = CORVANEBLE_METHOD_CONNECT,
+  Disconnect = CORVANEBLE_METHOD_DISCONNECT,
+  Discover = CORVANEBLE_METHOD_DISCOVER,
+  DiscoverCharacteristics = CORVANEBLE_METHOD_DISCOVER_CHARACTERISTICS,
+  DiscoverDescriptors = CORVANEBLE_METHOD_DISCOVER_DESCRIPTORS,
+  DiscoverServices = CORVANEBLE_METHOD_DISCOVER_SERVICES,
+  DoEvents = CORVANEBLE_METHOD_DO_EVENTS,
+  PostValue = CORVANEBLE_METHOD_POST_VALUE,
+  ReadValue = CORVANEBLE_METHOD_READ_VALUE,
+  Select = CORVANEBLE_METHOD_SELECT,
+  StartScanning = CORVANEBLE_METHOD_START_SCANNING,
+  StopScanning = CORVANEBLE_METHOD_STOP_SCANNING,
+  Subscribe = CORVANEBLE_METHOD_SUBSCRIBE,
+  Unsubscribe = CORVANEBLE_METHOD_UNSUBSCRIBE,
+  WriteValue = CORVANEBLE_METHOD_WRITE_VALUE,
+  ConvertToWide = CORVANEBLE_METHOD_CONVERT_TO_WIDE,
 };
 
 struct MethodInfo {

@@ -4,41 +4,43 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "corvaneble/corvaneble.h"
+
 namespace ble {
 
 enum class Property : std::int32_t {
-  ActiveScanning = 1,
-  Characteristic,
-  CharacteristicCount,
-  CharacteristicCachedValue,
-  CharacteristicCanSubscribe,
-  CharacteristicDescription,
-  CharacteristicFlags,
-  CharacteristicId,
-  CharacteristicSubscribed,
-  CharacteristicUserDescription,
-  CharacteristicUuid,
-  CharacteristicValueExponent,
-  CharacteristicValueFormat,
-  CharacteristicValueFormatCount,
-  CharacteristicValueFormatIndex,
-  CharacteristicValueUnit,
-  DescriptorCount,
-  DescriptorCachedValue,
-  DescriptorDescription,
-  DescriptorId,
-  DescriptorUuid,
-  Scanning,
-  ServerId,
-  ServerName,
-  Service,
-  ServiceCount,
-  ServiceDescription,
-  ServiceId,
-  ServiceIncludedSvcIds,
-  ServiceParentSvcIds,
-  ServiceUuid,
-  Timeout,
+  ActiveScanning = CORVANEBLE_PROPERTY_ACTIVE_SCANNING,
+  Characteristic = CORVANEBLE_PROPERTY_CHARACTERISTIC,
+  CharacteristicCount = CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT,
+  CharacteristicCachedValue = CORVANEBLE_PROPERTY_CHARACTERISTIC_CACHED_VALUE,
+  CharacteristicCanSubscribe = CORVANEBLE_PROPERTY_CHARACTERISTIC_CAN_SUBSCRIBE,
+  CharacteristicDescription = CORVANEBLE_PROPERTY_CHARACTERISTIC_DESCRIPTION,
+  CharacteristicFlags = CORVANEBLE_PROPERTY_CHARACTERISTIC_FLAGS,
+  CharacteristicId = CORVANEBLE_PROPERTY_CHARACTERISTIC_ID,
+  CharacteristicSubscribed = CORVANEBLE_PROPERTY_CHARACTERISTIC_SUBSCRIBED,
+  CharacteristicUserDescription = CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION,
+  CharacteristicUuid = CORVANEBLE_PROPERTY_CHARACTERISTIC_UUID,
+  CharacteristicValueExponent = CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_EXPONENT,
+  CharacteristicValueFormat = CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT,
+  CharacteristicValueFormatCount = CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT_COUNT,
+  CharacteristicValueFormatIndex = CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT_INDEX,
+  CharacteristicValueUnit = CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_UNIT,
+  DescriptorCount = CORVANEBLE_PROPERTY_DESCRIPTOR_COUNT,
+  DescriptorCachedValue = CORVANEBLE_PROPERTY_DESCRIPTOR_CACHED_VALUE,
+  DescriptorDescription = CORVANEBLE_PROPERTY_DESCRIPTOR_DESCRIPTION,
+  DescriptorId = CORVANEBLE_PROPERTY_DESCRIPTOR_ID,
+  DescriptorUuid = CORVANEBLE_PROPERTY_DESCRIPTOR_UUID,
+  Scanning = CORVANEBLE_PROPERTY_SCANNING,
+  ServerId = CORVANEBLE_PROPERTY_SERVER_ID,
+  ServerName = CORVANEBLE_PROPERTY_SERVER_NAME,
+  Service = CORVANEBLE_PROPERTY_SERVICE,
+  ServiceCount = CORVANEBLE_PROPERTY_SERVICE_COUNT,
+  ServiceDescription = CORVANEBLE_PROPERTY_SERVICE_DESCRIPTION,
+  ServiceId = CORVANEBLE_PROPERTY_SERVICE_ID,
+  ServiceIncludedSvcIds = CORVANEBLE_PROPERTY_SERVICE_INCLUDED_SVC_IDS,
+  ServiceParentSvcIds = CORVANEBLE_PROPERTY_SERVICE_PARENT_SVC_IDS,
+  ServiceUuid = CORVANEBLE_PROPERTY_SERVICE_UUID,
+  Timeout = CORVANEBLE_PROPERTY_TIMEOUT,
 };
 
 enum class PropertyType { Integer, Text, Bytes };
@@ -56,8 +58,8 @@ struct PropertyInfo {
   Collection collection;
 };
 
-inline constexpr std::int32_t kVersionProperty = 0;
-inline constexpr std::int32_t kCodePageProperty = 2010;
+inline constexpr std::int32_t kVersionProperty = CORVANEBLE_PROPERTY_VERSION;
+inline constexpr std::int32_t kCodePageProperty = CORVANEBLE_PROPERTY_CODE_PAGE;
 inline constexpr const char* kVersionMarker = "CORVANEBLE_VERSION_20_0_7928";
 inline constexpr const char* kBuildInfo = "20.0.7928";
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "corvaneble/corvaneble.h"
 #include "platform/Gatt.h"
 
 namespace ble {
@@ -11,15 +12,16 @@ namespace ble {
 /// What a characteristic allows, in the component's own bits: the platform's property bits without
 /// ExtendedProperties, which leaves no gap.
 namespace characteristic_flag {
-inline constexpr std::uint32_t kBroadcast = 0x001;
-inline constexpr std::uint32_t kRead = 0x002;
-inline constexpr std::uint32_t kWriteWithoutResponse = 0x004;
-inline constexpr std::uint32_t kWrite = 0x008;
-inline constexpr std::uint32_t kNotify = 0x010;
-inline constexpr std::uint32_t kIndicate = 0x020;
-inline constexpr std::uint32_t kAuthenticatedSignedWrites = 0x040;
-inline constexpr std::uint32_t kReliableWrites = 0x080;
-inline constexpr std::uint32_t kWritableAuxiliaries = 0x100;
+inline constexpr std::uint32_t kBroadcast = CORVANEBLE_FLAG_BROADCAST;
+inline constexpr std::uint32_t kRead = CORVANEBLE_FLAG_READ;
+inline constexpr std::uint32_t kWriteWithoutResponse = CORVANEBLE_FLAG_WRITE_WITHOUT_RESPONSE;
+inline constexpr std::uint32_t kWrite = CORVANEBLE_FLAG_WRITE;
+inline constexpr std::uint32_t kNotify = CORVANEBLE_FLAG_NOTIFY;
+inline constexpr std::uint32_t kIndicate = CORVANEBLE_FLAG_INDICATE;
+inline constexpr std::uint32_t kAuthenticatedSignedWrites =
+    CORVANEBLE_FLAG_AUTHENTICATED_SIGNED_WRITES;
+inline constexpr std::uint32_t kReliableWrites = CORVANEBLE_FLAG_RELIABLE_WRITES;
+inline constexpr std::uint32_t kWritableAuxiliaries = CORVANEBLE_FLAG_WRITABLE_AUXILIARIES;
 }  // namespace characteristic_flag
 
 struct CharacteristicFlagInfo {
