@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "backends/simulated/BuiltInScene.h"
 #include "platform/Radio.h"
 
 namespace ble::simulated {

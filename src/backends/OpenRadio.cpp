@@ -5,7 +5,6 @@
 #include <variant>
 
 #include "backends/UnavailableRadio.h"
-#include "backends/simulated/BuiltInScene.h"
 #include "backends/simulated/ScenarioLoader.h"
 #include "backends/simulated/SimulatedRadio.h"
 #include "platform/Radio.h"

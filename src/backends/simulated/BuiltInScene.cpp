@@ -1,4 +1,4 @@
-#include "backends/simulated/BuiltInScene.h"
+#include "backends/simulated/ScenarioLoader.h"
 
 namespace ble::simulated {
 namespace {

@@ -57,7 +57,7 @@ class Builder final : public nlohmann::json_sax<Json> {
     if (level.container->size() >= kMaxMembers) return Fail(Place(), "too many keys");
     level.key = std::move(name);
     if (level.container->contains(level.key))
-      return Fail(Place(), "the key " + Quoted(level.key) + " is given twice");
+      return Fail(Place(), "the key " + InQuotes(level.key) + " is given twice");
     return true;
   }
 
@@ -154,7 +154,7 @@ std::string ElementPlace(const std::string& place, std::size_t index) {
   return place + "[" + std::to_string(index) + "]";
 }
 
-std::string Quoted(std::string_view text) {
+std::string InQuotes(std::string_view text) {
   constexpr std::size_t kShown = 40;
   std::size_t shown = std::min(text.size(), kShown);
   // Cut before a character, not inside one.

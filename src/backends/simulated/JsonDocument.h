@@ -26,6 +26,6 @@ struct JsonDocument {
 [[nodiscard]] std::string ElementPlace(const std::string& place, std::size_t index);
 
 /// Text from a file, fit for an error message: in quotes, shortened, without control characters.
-[[nodiscard]] std::string Quoted(std::string_view text);
+[[nodiscard]] std::string InQuotes(std::string_view text);
 
 }  // namespace ble::simulated

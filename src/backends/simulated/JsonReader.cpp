@@ -36,7 +36,7 @@ bool JsonNode::Has(std::string_view key) const {
 JsonNode JsonNode::Member(std::string_view key) const {
   static const NeverDestroyed<Json> absent;
   const bool present = Has(key);
-  if (!present) Fail("the key " + Quoted(key) + " is missing");
+  if (!present) Fail("the key " + InQuotes(key) + " is missing");
   return {present ? (*value_)[std::string(key)] : *absent, MemberPlace(place_, key), *problem_};
 }
 
@@ -112,7 +112,7 @@ JsonObject::JsonObject(const JsonNode& node, std::initializer_list<std::string_v
     if (key == "comment")
       (void)value.Text(4096);
     else if (std::find(keys.begin(), keys.end(), key) == keys.end())
-      node.Fail("unknown key " + Quoted(key));
+      node.Fail("unknown key " + InQuotes(key));
   }
 }
 

@@ -98,7 +98,7 @@ void AppendField(const JsonNode& object, const std::string& key, const JsonNode&
   if (key == "comment")
     (void)value.Text(4096);
   else
-    object.Fail("unknown key " + Quoted(key));
+    object.Fail("unknown key " + InQuotes(key));
 }
 
 }  // namespace

@@ -82,13 +82,13 @@ void CheckIds(const std::vector<JsonNode>& nodes, const std::vector<ServiceScena
   for (std::size_t i = 0; i < services.size(); ++i) {
     const std::string& id = services[i].id;
     if (!id.empty() && !ids.insert(id).second)
-      nodes[i].Member("id").Fail("another service has the id " + Quoted(id) + " too");
+      nodes[i].Member("id").Fail("another service has the id " + InQuotes(id) + " too");
   }
   for (std::size_t i = 0; i < services.size(); ++i) {
     if (services[i].includes.empty()) continue;
     for (const JsonNode& include : nodes[i].Member("includes").Elements()) {
       const std::string id = include.Text(kMaxId);
-      if (!ids.contains(id)) include.Fail("no service has the id " + Quoted(id));
+      if (!ids.contains(id)) include.Fail("no service has the id " + InQuotes(id));
     }
   }
 }

@@ -21,4 +21,8 @@ using ScenarioResult = std::variant<Scenario, std::string>;
 /// ".btsnoop" file is a scenario too: that one capture, played as fast as possible.
 [[nodiscard]] ScenarioResult LoadScenario(const std::filesystem::path& file);
 
+/// The scenario of the radio "simulated", a handful of ordinary devices in real time, and its text.
+[[nodiscard]] ScenarioResult BuiltInScene();
+[[nodiscard]] std::string_view BuiltInSceneText();
+
 }  // namespace ble::simulated
