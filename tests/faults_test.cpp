@@ -1,11 +1,10 @@
-// Runs whole host programs, and injects every fault into each of their platform calls.
+// Whole programs of host calls, with every platform call in them going wrong in every way.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -13,6 +12,7 @@
 
 #include "support/FaultInjectingRadio.h"
 #include "support/Host.h"
+#include "support/Script.h"
 
 namespace ble::tests {
 namespace {
@@ -38,106 +38,62 @@ std::string Scene(const std::string& events, const std::string& faults = "",
          kServices + R"(, "events": [)" + events + R"(], "faults": [)" + faults + "]}]}";
 }
 
-constexpr const char* kService = "002000000000";
-constexpr const char* kLevel = "002000300000";
-constexpr const char* kStream = "002000400000";
-constexpr const char* kLong = "002000500000";
+const std::string kConnect = "> Connect 00A050C4E2F1\n";
+const std::string kDisconnect = "> Disconnect\n";
+const std::string kWait = "> Pass 400\n";
+const std::string kRead = "> ReadValue 002000000000 002000300000\n";
+const std::string kDiscoverAll =
+    "> Config AutoDiscoverIncludedServices=True\n"
+    "> Discover '' '' 1\n";
+const std::string kDiscoverSome = "> Discover 180F,1812 2A19,2A1A,2A1B\n";
+const std::string kConnectAndDiscover = kConnect + kDiscoverSome;
+const std::string kWriteTwo = "> WriteValue 002000000000 002000300000 '' xx\n";
+const std::string kSubscribe = "> Subscribe 002000000000 002000400000\n";
+const std::string kSelect = "> Select 002000000000\n";
 
-/// A host program: steps that each return a code. The first failure ends it.
-using Step = std::function<int(Host&)>;
+/// A host program; the first call that fails ends it.
 struct Program {
   const char* name;
-  std::vector<Step> steps;
-  std::set<int> codes = {};  ///< further codes, after a look-up that failed unnoticed
+  std::string calls;
+  std::set<int> codes = {};  ///< what a look-up that failed unnoticed makes of it
   std::string events = "";   ///< of the device
 };
 
-Step Call(int method, std::vector<const char*> texts = {}) {
-  return [method, texts = std::move(texts)](Host& host) {
-    switch (texts.size()) {
-      case 0:
-        return host.Do(method);
-      case 1:
-        return host.Do(method, {texts[0]});
-      default:
-        return host.Do(method, {texts[0], texts[1]});
-    }
-  };
-}
-
-const Step kConnect = Call(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"});
-const Step kDisconnect = Call(CORVANEBLE_METHOD_DISCONNECT);
-const Step kDiscoverAll = [](Host& host) {
-  host.Config("AutoDiscoverIncludedServices=True");
-  return host.Discover("", "", true);
-};
-const Step kDiscoverSome = [](Host& host) { return host.Discover("180F,1812", "2A19,2A1A,2A1B"); };
-const Step kWait = [](Host& host) {
-  host.Pump(400);
-  return 0;
-};
-
-Step Read(const char* id) {
-  return [id](Host& host) {
-    std::string value;
-    return host.Read(id, "", value);
-  };
-}
-
-Step Write(int method, std::size_t size) {
-  return [=](Host& host) { return host.Write(method, kLevel, std::string(size, 'x')); };
-}
-
 std::vector<Program> Programs() {
-  const Step select = Call(CORVANEBLE_METHOD_SELECT, {kService, ""});
-  const Step describe = [](Host& host) {
-    return host.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, "New", 2);
-  };
-  const Step properties = [](Host& host) {
-    for (int property = 4; property <= 16; ++property)
-      host.Get(property, 1);
-    return 0;
-  };
   return {
-      {"scan",
-       {Call(CORVANEBLE_METHOD_START_SCANNING), kWait, Call(CORVANEBLE_METHOD_STOP_SCANNING)}},
-      {"connect", {kConnect, kDisconnect}},
-      {"discover everything", {kConnect, kDiscoverAll}},
-      {"discover filtered", {kConnect, kDiscoverSome}},
-      {"read", {kConnect, kDiscoverSome, Read(kLevel)}},
-      {"read long", {kConnect, kDiscoverSome, Read(kLong)}},
-      {"write", {kConnect, kDiscoverSome, Write(CORVANEBLE_METHOD_WRITE_VALUE, 2)}},
-      {"write long", {kConnect, kDiscoverSome, Write(CORVANEBLE_METHOD_WRITE_VALUE, 90)}},
-      {"post", {kConnect, kDiscoverSome, Write(CORVANEBLE_METHOD_POST_VALUE, 2)}},
-      {"describe", {kConnect, kDiscoverSome, select, describe}, {602, 611}},
-      {"properties", {kConnect, kDiscoverSome, select, properties}},
-      {"subscribe",
-       {kConnect, kDiscoverSome, Call(CORVANEBLE_METHOD_SUBSCRIBE, {kService, kStream}), kWait,
-        Call(CORVANEBLE_METHOD_UNSUBSCRIBE)}},
+      {"scan", "> StartScanning\n" + kWait + "> StopScanning\n"},
+      {"connect", kConnect + kDisconnect},
+      {"discover everything", kConnect + kDiscoverAll},
+      {"discover filtered", kConnectAndDiscover},
+      {"read", kConnectAndDiscover + kRead},
+      {"read long", kConnectAndDiscover + "> ReadValue 002000000000 002000500000\n"},
+      {"write", kConnectAndDiscover + kWriteTwo},
+      {"write long",
+       kConnectAndDiscover + "> WriteValue 002000000000 002000300000 '' " + std::string(90, 'x')},
+      {"post", kConnectAndDiscover + "> PostValue 002000000000 002000300000 xx\n"},
+      {"describe",
+       kConnectAndDiscover + kSelect + "> Set CharacteristicUserDescription[2] New\n",
+       {602, 611}},
+      {"properties", kConnectAndDiscover + kSelect +
+                         "> Get CharacteristicFlags[1] CharacteristicUserDescription[1] "
+                         "CharacteristicValueFormat[1] CharacteristicSubscribed[1] "
+                         "CharacteristicCachedValue[1]\n"},
+      {"subscribe", kConnectAndDiscover + kSubscribe + kWait + "> Unsubscribe\n"},
       {"services changed",
-       {kConnect, kDiscoverSome, kWait, kDiscoverSome, Read(kLevel)},
+       kConnectAndDiscover + kWait + kDiscoverSome + kRead,
        {},
        R"({"kind": "changeServices", "at": 200, "services": )" + std::string(kServices) + "}"},
-      {"reconnect", {kConnect, kDiscoverSome, kDisconnect, kConnect, kDiscoverSome}},
+      {"reconnect", kConnectAndDiscover + kDisconnect + kConnectAndDiscover},
   };
 }
 
-int RunProgram(const Program& program, Host& host) {
-  for (const Step& step : program.steps) {
-    if (const int code = step(host)) return code;
-  }
-  return 0;
-}
-
-/// Must succeed after any fault.
+/// Whatever went wrong before, this must succeed.
 void ExpectUsable(Host& host) {
-  host.Pump(30'000);  // late completions arrive
+  host.Pump(30'000);  // what is late arrives
   host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 60);
-  EXPECT_EQ(RunProgram({"usable",
-                        {Call(CORVANEBLE_METHOD_STOP_SCANNING), kDisconnect, kConnect, kDiscoverAll,
-                         Read(kLevel), kDisconnect}},
-                       host),
-            0)
+  EXPECT_EQ(
+      Play(host, "> StopScanning\n" + kDisconnect + kConnect + kDiscoverAll + kRead + kDisconnect),
+      0)
       << host.LastError();
 }
 
@@ -154,8 +110,8 @@ struct FaultyHost {
   std::unique_ptr<Host> host;
 };
 
-/// A fault, and the codes that a program may then end with. 0 is always allowed: some failures only
-/// leave a property at its default.
+/// A way to go wrong, and the codes that a program may then end with. 0 is always among them: some
+/// failures only leave a property at its default.
 struct Way {
   Fault::Kind kind;
   GattResult gatt;
@@ -185,7 +141,7 @@ TEST(Faults, EveryPlatformCallMayGoWrongInEveryWay) {
   int combinations = 0;
   for (const Program& program : Programs()) {
     FaultyHost sound(program, {});
-    ASSERT_EQ(RunProgram(program, *sound.host), 0)
+    ASSERT_EQ(Play(*sound.host, program.calls), 0)
         << program.name << ": " << sound.host->LastError();
     for (const Way& way : Ways()) {
       for (std::uint32_t call = 1; call <= sound.radio->CallCount(); ++call) {
@@ -193,7 +149,7 @@ TEST(Faults, EveryPlatformCallMayGoWrongInEveryWay) {
                      std::to_string(static_cast<int>(way.kind)));
         const std::chrono::seconds delay(way.kind == Fault::Kind::Late ? 20 : 0);
         FaultyHost faulty(program, {{way.kind, {}, call, 1, delay, way.gatt, -1, "Injected."}});
-        const int code = RunProgram(program, *faulty.host);
+        const int code = Play(*faulty.host, program.calls);
         EXPECT_TRUE(code == 0 || way.codes.contains(code) || program.codes.contains(code)) << code;
         EXPECT_TRUE(code == 0 || !faulty.host->LastError().empty());
         ExpectUsable(*faulty.host);
@@ -213,7 +169,7 @@ TEST(Faults, TheLinkMayDropAtEveryRequest) {
           R"({"kind": "dropLink", "afterRequests": )" + std::to_string(request) + "}";
       Host host(Scene(program.events.empty() ? drop : program.events + "," + drop));
       host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 5);
-      const int code = RunProgram(program, host);
+      const int code = Play(host, program.calls);
       EXPECT_TRUE(code == 0 || code == 605 || code == 607 || program.codes.contains(code)) << code;
       const auto lost = host.Lines(CORVANEBLE_EVENT_DISCONNECTED);
       if (std::find(lost.begin(), lost.end(), "Disconnected|0|Offline") == lost.end()) break;
@@ -223,19 +179,13 @@ TEST(Faults, TheLinkMayDropAtEveryRequest) {
 }
 
 TEST(ScenarioFaults, AHostMeetsWhatTheyDescribe) {
-  const std::vector<Step> scan = {Call(CORVANEBLE_METHOD_START_SCANNING)};
-  const std::vector<Step> connect = {kConnect};
-  const std::vector<Step> discover = {kConnect, kDiscoverAll};
-  const std::vector<Step> read = {kConnect, kDiscoverSome, Read(kLevel)};
-  const std::vector<Step> write = {kConnect, kDiscoverSome,
-                                   Write(CORVANEBLE_METHOD_WRITE_VALUE, 2)};
-  const std::vector<Step> subscribe = {kConnect, kDiscoverSome,
-                                       Call(CORVANEBLE_METHOD_SUBSCRIBE, {kService, kStream})};
-  const std::vector<Step> isSubscribed = {
-      kConnect, kDiscoverSome, Call(CORVANEBLE_METHOD_SELECT, {kService, ""}), [](Host& host) {
-        host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_SUBSCRIBED, 1);
-        return CorvaneBLE_BLEClient_GetLastErrorCode(host.Handle());
-      }};
+  const std::string scan = "> StartScanning\n";
+  const std::string discover = kConnect + kDiscoverAll;
+  const std::string read = kConnectAndDiscover + kRead;
+  const std::string write = kConnectAndDiscover + kWriteTwo;
+  const std::string subscribe = kConnectAndDiscover + kSubscribe;
+  const std::string isSubscribed =
+      kConnectAndDiscover + kSelect + "> Get CharacteristicSubscribed[1]\n";
   constexpr const char* kNobody = "Connection to server ID 00A050C4E2F1 was unsuccessful.";
   constexpr const char* kNoAdapter = "No Bluetooth adapter found.";
   constexpr const char* kDenied = "Error attempting communication: Access denied by system.";
@@ -243,7 +193,7 @@ TEST(ScenarioFaults, AHostMeetsWhatTheyDescribe) {
   constexpr const char* kFailed = "Platform failure [0x80070005]: Access is denied.";
   const std::string failure = R"("result": {"failure": "0x80070005", "text": "Access is denied."})";
   const struct {
-    const std::vector<Step>& steps;
+    const std::string& calls;
     const char* operation;
     std::string fault;
     int code;
@@ -254,11 +204,11 @@ TEST(ScenarioFaults, AHostMeetsWhatTheyDescribe) {
       {scan, "lookUp", R"("result": "never")", 613, kNoAdapter},
       {scan, "lookUp", R"("result": "none")", 613, kNoAdapter},
       {scan, "lookUp", failure, 614, kFailed},
-      {connect, "lookUp", R"("delay": 900)", 0, ""},
-      {connect, "lookUp", R"("delay": 1100)", 301, "Timeout."},
-      {connect, "lookUp", R"("result": "never")", 301, "Timeout."},
-      {connect, "lookUp", R"("result": "none", "delay": 500)", 604, kNobody},
-      {connect, "lookUp", failure, 614, kFailed},
+      {kConnect, "lookUp", R"("delay": 900)", 0, ""},
+      {kConnect, "lookUp", R"("delay": 1100)", 301, "Timeout."},
+      {kConnect, "lookUp", R"("result": "never")", 301, "Timeout."},
+      {kConnect, "lookUp", R"("result": "none", "delay": 500)", 604, kNobody},
+      {kConnect, "lookUp", failure, 614, kFailed},
       {discover, "discoverServices", R"("result": "unreachable")", 607, kUnreachable},
       {discover, "discoverIncludedServices", R"("result": "accessDenied")", 606, kDenied},
       {discover, "discoverCharacteristics", failure + R"(, "delay": 900)", 614, kFailed},
@@ -275,10 +225,10 @@ TEST(ScenarioFaults, AHostMeetsWhatTheyDescribe) {
     const std::string fault =
         R"({"operation": ")" + std::string(each.operation) + "\", " + each.fault + "}";
     SCOPED_TRACE(fault);
-    const bool ofAdapter = &each.steps == &scan;
+    const bool ofAdapter = &each.calls == &scan;
     Host host(Scene("", ofAdapter ? "" : fault, ofAdapter ? fault : ""));
     host.Set(CORVANEBLE_PROPERTY_TIMEOUT, 1);
-    EXPECT_EQ(RunProgram({"", each.steps}, host), each.code);
+    EXPECT_EQ(Play(host, each.calls), each.code);
     EXPECT_EQ(each.code == 0 ? "" : host.LastError(), each.text);
   }
 }
@@ -287,12 +237,12 @@ TEST(ScenarioFaults, BeginAndEndWhenTheySay) {
   Host host(Scene("", R"({"operation": "read", "result": 7, "first": 2, "count": 1},
                          {"operation": "read", "result": "accessDenied", "first": 2, "count": 2})"));
   host.Config("LogLevel=3");
-  ASSERT_EQ(RunProgram({"", {kConnect, kDiscoverSome}}, host), 0);
+  ASSERT_EQ(Play(host, kConnectAndDiscover), 0);
   std::vector<std::string> reads;
   for (int i = 0; i < 4; ++i) {
     host.Forget();
     std::string value;
-    const int code = host.Read(kLevel, "", value);
+    const int code = host.Read("002000300000", "", value);
     reads.push_back(std::to_string(code) + "|" + value);
     for (const HostEvent& log : host.Events(CORVANEBLE_EVENT_LOG))
       if (log.Text(1).starts_with("BLE Result")) reads.back() += "|" + log.Text(1);
@@ -304,12 +254,6 @@ TEST(ScenarioFaults, BeginAndEndWhenTheySay) {
                        "606||BLE Result Status: AccessDenied (Protocol Code: 0).",
                        "0|d|BLE Result Status: Success (Protocol Code: 0).",
                    }));
-}
-
-TEST(Faults, APlatformFailureSaysWhatThePlatformSaid) {
-  FaultyHost faulty({}, {{Fault::Kind::Throw, {}, 1, 1, {}, {}, -5, "Injected."}});
-  EXPECT_EQ(faulty.host->Do(CORVANEBLE_METHOD_START_SCANNING), 614);
-  EXPECT_EQ(faulty.host->LastError(), "Platform failure [0xfffffffb]: Injected.");
 }
 
 }  // namespace
