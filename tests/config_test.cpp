@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "frame/ConfigItem.h"
-#include "frame/SettingTable.h"
 #include "support/Host.h"
 
 namespace ble::tests {
@@ -77,20 +76,6 @@ TEST(Config, TextsAreTakenApart) {
   EXPECT_FALSE(ParseConfigItem({}).isRead);  // no text at all
 }
 
-TEST(Config, EverySettingIsKnownAndKeepsWhatItIsGiven) {
-  Host host("{}");
-  for (const SettingInfo& info : kSettingTable) {
-    const std::string name(info.name);
-    EXPECT_EQ(host.Config(name), info.defaultValue) << name;
-    const bool isFlag = info.kind == SettingKind::Boolean;
-    const bool isText = info.kind == SettingKind::Text;
-    const std::string value = isFlag ? "True" : isText ? "some text" : "77";
-    EXPECT_EQ(host.Config(name + "=" + value), "") << name;
-    EXPECT_EQ(host.Config(name), value) << name;
-  }
-  host.Config("ZeroMemory=False");  // it belongs to the process
-}
-
 TEST(Config, UnknownNamesFail) {
   Host host("{}");
   for (const char* text : {"NoSuchSetting", "NoSuchSetting=1", "LogLevel ", "", "ServiceData",
@@ -113,7 +98,7 @@ TEST(Config, CodePageDecidesHowTextsAreConverted) {
     int codePage;
     std::u16string sent;
     const char* narrow;
-    const char16_t* wide;  // the result: without characters that the code page lacks
+    const char16_t* wide;  // what comes back: without what the code page lacks
   };
   for (const Case& each :
        {Case{1252, u"\u00E9\u20AC\u4E2D", "\xE9\x80?", u"\u00E9\u20AC?"},

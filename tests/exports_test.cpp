@@ -222,36 +222,6 @@ TEST(Exports, StreamOperationsReachTheStream) {
       "read3,4 write3,4 flush0,0 seek21474836480,2 length21474836480,0 can3,0 close0,0 gone ");
 }
 
-TEST(Exports, HostileArgumentsNeitherCrashNorHang) {
-  Host host(kEmptyScene);
-  const std::string huge(1 << 20, 'A');
-  const std::vector<const char*> texts = {
-      nullptr, "", "\xFF\xC0\x80", huge.c_str(), "[", "=", "[9999999999]=", "%s%n", "0x", ",,,"};
-  const int numbers[] = {INT32_MIN, -1, 0, 1, 31, 33, 2003, 9999, 10000, 19999, 20001, INT32_MAX};
-  for (const int number : numbers) {
-    for (const int index : {INT32_MIN, -1, 0, INT32_MAX}) {
-      host.Get(number, index);
-      host.Set(number, 0, index);
-      CorvaneBLE_BLEClient_CheckIndex(host.Handle(), number, index);
-    }
-    if (number != 2003) host.Do(number);
-  }
-  for (int method = 2; method <= 17; ++method) {
-    CorvaneBLE_BLEClient_Do(host.Handle(), method, 0, nullptr, nullptr, nullptr);
-    for (const char* text : texts)
-      host.Do(method, {text, text, text, nullptr});
-    CorvaneBLE_BLEClient_Do(host.Handle(), method, -1, nullptr, nullptr, nullptr);
-  }
-  for (const char* text : texts) {
-    host.SetText(CORVANEBLE_PROPERTY_SERVICE, text);
-    host.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC, text);
-  }
-  const char16_t lone[] = {0xD800, u'a', 0};
-  EXPECT_EQ(host.Set(CORVANEBLE_WIDE + CORVANEBLE_PROPERTY_SERVICE,
-                     reinterpret_cast<std::intptr_t>(lone)),
-            1113);
-}
-
 TEST(Exports, InstancesComeAndGoOnManyThreads) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {

@@ -136,20 +136,6 @@ TEST(Methods, WideTextsDoWhatNarrowOnesDo) {
   EXPECT_EQ(host.Get(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT), 1);
 }
 
-TEST(Log, LevelsHoldBackWhatIsAboveThem) {
-  for (const int level : {0, 1, 2, 3}) {
-    Host host(kScene);
-    host.Config("LogLevel=" + std::to_string(level));
-    ASSERT_EQ(host.Do(CORVANEBLE_METHOD_CONNECT, {"00A050C4E2F1"}), 0);
-    ASSERT_EQ(host.Discover(), 0);
-    int highest = 0;
-    for (const HostEvent& event : host.Events(CORVANEBLE_EVENT_LOG)) {
-      highest = std::max(highest, event.Integer(0));
-    }
-    EXPECT_EQ(highest, level);
-  }
-}
-
 TEST(Discover, IncludesThatNestWithoutEndAreGivenUp) {
   std::string services;
   for (int i = 0; i < 80; ++i) {
