@@ -34,10 +34,13 @@
  * - Text encoding. Narrow texts use the code page of the instance: the setting "CodePage", by
  *   default the code page of the system (UTF-8 on Linux). Add CORVANEBLE_WIDE to a property or
  *   method number to use UTF-16 instead (16-bit units, as char16_t).
- * - Lifetimes. The library owns every pointer that it returns. A pointer from Get, from Do (Config,
- *   ReadValue), from GetLastError or from GetEventError is valid until the same thread asks for the
- *   same property, method or error text again (whatever the index), until that thread ends, or
- *   until Disconnect or Destroy. The parameters of an event are valid until the callback returns.
+ * - Lifetimes. The library owns every pointer that it returns, and all of them end with Disconnect
+ *   or Destroy. A narrow text that describes a service, characteristic or descriptor is valid until
+ *   then, whatever else is read; a user description, a unit or a list of identifiers, until it has
+ *   changed and is read again. Every other pointer from Get, from Do (Config, ReadValue), from
+ *   GetLastError or from GetEventError is valid until the same thread asks for the same property,
+ *   method or error text again (whatever the index), or until that thread ends. The parameters of
+ *   an event are valid until the callback returns.
  * - Identifiers. The identifier of a service, characteristic or descriptor has 12 hexadecimal
  *   digits: the attribute handles of the service, the characteristic and the descriptor, or "0000"
  *   for a level that does not apply. The identifier of a server is its 48-bit Bluetooth address: 12
@@ -461,8 +464,10 @@ CORVANEBLE_API int32_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Destroy(CorvaneBLE_H
  * returns the error (432 for an invalid index). A read that succeeds sets that code to 0; reads of
  * properties 0 and 2010 leave it unchanged. `reserved` must be null.
  *
- * A returned pointer is valid until the same thread reads the same property again (whatever the
- * index), until that thread ends, or until Disconnect or Destroy.
+ * A returned narrow text of a service, characteristic or descriptor is valid until Disconnect or
+ * Destroy (a user description, a unit or a list of identifiers also until it has changed and is
+ * read again). Any other returned pointer is valid until the same thread reads the same property
+ * again (whatever the index), until that thread ends, or until Disconnect or Destroy.
  */
 CORVANEBLE_API intptr_t CORVANEBLE_CALL CorvaneBLE_BLEClient_Get(CorvaneBLE_Handle client,
                                                                  int32_t propertyId, int32_t index,

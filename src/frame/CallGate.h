@@ -15,18 +15,16 @@ class CallGate {
   /// gate was closed. Inside another pass of the thread it costs no more than a look at the gate.
   class Pass {
    public:
-    explicit Pass(CallGate& gate) : gate_(gate), outer_(innermost) {
-      if (gate.HasThisThread()) {
-        isInside_ = (gate.calls_ & kClosed) == 0;
-      } else if (gate.Enter()) {
-        isInside_ = isCounted_ = true;
-        innermost = this;
-      }
+    explicit Pass(CallGate& gate)
+        : gate_(gate),
+          outer_(innermost),
+          isNested_(gate.HasThisThread()),
+          isInside_(isNested_ ? gate.IsOpen() : gate.Enter()) {
+      innermost = this;
     }
     ~Pass() {
-      if (!isCounted_) return;
       innermost = outer_;
-      gate_.Leave();
+      if (isInside_ && !isNested_) gate_.Leave();
     }
     Pass(const Pass&) = delete;
     Pass& operator=(const Pass&) = delete;
@@ -37,9 +35,9 @@ class CallGate {
     friend class CallGate;
 
     CallGate& gate_;
-    const Pass* const outer_;  ///< this thread's pass of another gate
-    bool isInside_ = false;
-    bool isCounted_ = false;
+    const Pass* const outer_;
+    const bool isNested_;
+    const bool isInside_;
 
     inline static thread_local constinit const Pass* innermost = nullptr;
   };
@@ -59,6 +57,8 @@ class CallGate {
  private:
   static constexpr std::uint32_t kClosed = 0x8000'0000;
 
+  bool IsOpen() const { return (calls_ & kClosed) == 0; }
+
   bool Enter() {
     if ((calls_.fetch_add(1) & kClosed) == 0) return true;
     Leave();
@@ -73,7 +73,7 @@ class CallGate {
 
   bool HasThisThread() const {
     for (const Pass* pass = Pass::innermost; pass != nullptr; pass = pass->outer_)
-      if (&pass->gate_ == this) return true;
+      if (&pass->gate_ == this && pass->isInside_) return true;
     return false;
   }
 
