@@ -11,8 +11,8 @@
 
 namespace ble {
 
-/// One instance: what a host's handle points to. It owns itself until the host destroys it, and
-/// lives on until the last call that was using it then has returned.
+/// One instance: what a host's handle points to. It owns itself until the host destroys it; calls
+/// in progress keep it alive after that.
 class BLEClient final : public EventSink {
  public:
   /// An instance on a radio. Creations are serialised, process-wide.

@@ -20,9 +20,9 @@ namespace {
 
 constexpr std::int32_t kNullHandle = CORVANEBLE_ERROR_OUT_OF_MEMORY;
 
-/// Runs the body with the instance behind a handle, kept alive meanwhile: the host may destroy it
-/// from inside a callback. A null handle, and memory that runs out where nothing can be stored any
-/// more, give the answer for neither.
+/// Runs the body with the instance behind a handle, which is kept alive during the call: the host
+/// may destroy it from inside a callback. Returns `otherwise` for a null handle, and if memory runs
+/// out where no error can be stored.
 template <class Answer, class Body>
 Answer With(CorvaneBLE_Handle handle, Answer otherwise, Body body) {
   try {

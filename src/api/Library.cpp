@@ -24,8 +24,7 @@ const LoadedLibrary kLoadedLibrary;
 
 }  // namespace
 
-// Nothing here uses sockets or the system's security layer: what the system's own services want is
-// all there is to prepare.
+// Only the services of the system need preparation.
 
 std::int32_t StaticInit(void* /*module*/) {
   PrepareProcess();

@@ -54,7 +54,7 @@ class ReturnSlots {
   using ThreadList = std::list<std::pair<std::thread::id, Slots>>;
   struct Everyone;
 
-  /// What the calling thread asked last, and so probably asks next: an object and its slots there.
+  /// The object that this thread used last, and its slots there: a cache that saves the search.
   static thread_local constinit std::pair<std::uint64_t, Slots*> recent;
 
   static std::uint64_t NextIdentity();
@@ -66,7 +66,7 @@ class ReturnSlots {
   /// Moves the calling thread's slots, if it has any, to `out`.
   void GiveUp(ThreadList& out);
 
-  /// Tells this object from every other, also from one that had its address before.
+  /// Unique among all objects ever made; an address may be used again.
   const std::uint64_t identity_ = NextIdentity();
   Mutex mutex_;
   ThreadList threads_ GUARDED_BY(mutex_);  ///< the slots belong to their threads

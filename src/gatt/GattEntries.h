@@ -15,21 +15,31 @@
 
 namespace ble {
 
-/// A discovered descriptor. Nothing in it changes after it was made.
-struct DescriptorEntry {
-  DescriptorEntry() = default;  ///< the empty record
-  DescriptorEntry(std::shared_ptr<GattDescriptor> object, const GattId& gattId)
+/// What the records of all three levels have: the platform's object, and what it says of itself.
+/// Nothing of it changes after the record was made. Without an object it is the empty record.
+template <class Object>
+struct AttributeEntry {
+  AttributeEntry() = default;
+  AttributeEntry(std::shared_ptr<Object> object, const GattId& gattId,
+                 const char* (*nameOf)(const Uuid&))
       : platform(std::move(object)),
         uuid(platform->AttributeUuid()),
         id(gattId),
-        name(DescriptorName(uuid)),
+        name(nameOf(uuid)),
         uuidText(uuid) {}
 
-  std::shared_ptr<GattDescriptor> platform;
+  std::shared_ptr<Object> platform;
   Uuid uuid;
   GattId id;
   const char* name = "";
   UuidText uuidText;
+};
+
+/// A discovered descriptor.
+struct DescriptorEntry : AttributeEntry<GattDescriptor> {
+  DescriptorEntry() = default;
+  DescriptorEntry(std::shared_ptr<GattDescriptor> object, const GattId& gattId)
+      : AttributeEntry(std::move(object), gattId, &DescriptorName) {}
 };
 
 /// Descriptors that have been looked for, once, on behalf of a characteristic's fields; and which
@@ -68,20 +78,11 @@ enum class SubscriptionState : std::uint8_t { Unknown, Unsubscribed, Subscribed 
 
 /// A discovered characteristic. What is neither atomic nor a kept text does not change after the
 /// record was stored, except `descriptors`, which the tree's mutex guards.
-struct CharacteristicEntry {
-  CharacteristicEntry() = default;  ///< the empty record
+struct CharacteristicEntry : AttributeEntry<GattCharacteristic> {
+  CharacteristicEntry() = default;
   CharacteristicEntry(std::shared_ptr<GattCharacteristic> object, const GattId& gattId)
-      : platform(std::move(object)),
-        uuid(platform->AttributeUuid()),
-        id(gattId),
-        name(CharacteristicName(uuid)),
-        uuidText(uuid) {}
+      : AttributeEntry(std::move(object), gattId, &CharacteristicName) {}
 
-  std::shared_ptr<GattCharacteristic> platform;
-  Uuid uuid;
-  GattId id;
-  const char* name = "";
-  UuidText uuidText;
   CharacteristicState state;
   std::atomic<SubscriptionState> subscription{SubscriptionState::Unknown};
   KeptText userDescription;
@@ -92,20 +93,11 @@ struct CharacteristicEntry {
 
 /// A discovered service. The three lists are guarded by the tree's mutex; the rest, but for the
 /// kept texts, does not change.
-struct ServiceEntry {
-  ServiceEntry() = default;  ///< the empty record
+struct ServiceEntry : AttributeEntry<GattDeviceService> {
+  ServiceEntry() = default;
   ServiceEntry(std::shared_ptr<GattDeviceService> object, const GattId& gattId)
-      : platform(std::move(object)),
-        uuid(platform->AttributeUuid()),
-        id(gattId),
-        name(ServiceName(uuid)),
-        uuidText(uuid) {}
+      : AttributeEntry(std::move(object), gattId, &ServiceName) {}
 
-  std::shared_ptr<GattDeviceService> platform;
-  Uuid uuid;
-  GattId id;
-  const char* name = "";
-  UuidText uuidText;
   KeptText parentIdsText;
   KeptText includedIdsText;
   std::vector<GattId> parentIds;

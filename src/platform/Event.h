@@ -11,9 +11,8 @@
 
 namespace ble {
 
-/// Keeps one event handler registered; unregisters it when it dies. A call that had already begun
-/// when the token died may still be running then: a user that must not be called any more checks
-/// that in the handler.
+/// Keeps one event handler registered until the token is destroyed. A call that has begun by then
+/// may continue: to exclude that, let the handler pass a gate.
 class EventToken {
  public:
   EventToken() = default;

@@ -11,9 +11,9 @@ namespace {
 using enum LogLevel;
 using log_type::kDiscovery;
 
-/// Bounds on what a hostile server's includes can cost: each level is a level of recursion, and a
-/// ladder of services that share their includes doubles the work with every rung. Services that are
-/// not reached through an include do not count.
+/// Limits for the includes of a hostile server: each level is a level of recursion, and includes
+/// that services share double the work with every level. Services that are not reached through an
+/// include do not count.
 constexpr std::size_t kDeepestInclusion = 64;
 constexpr int kMostDescents = 4096;
 

@@ -25,8 +25,8 @@ class AsyncWait {
         longestStep_(radio.pump->HasMessageQueue() ? kPumpWait : kLongestStep) {}
 
   /// Calls `start`, which returns a started `AsyncOperationPtr<T>`, and waits for the operation.
-  /// Gives its result, null when it had none, or the status of a time-out or platform failure. An
-  /// operation whose wait expires is left alone; nobody will look at its result.
+  /// Gives its result, null when it had none, or the status of a time-out or platform failure. The
+  /// result of an operation whose wait has expired is ignored.
   template <class Start>
   auto Await(Start start) {
     using Operation = typename std::invoke_result_t<Start>::element_type;

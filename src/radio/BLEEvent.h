@@ -16,8 +16,8 @@ class BLEEvent {
   void Attach(std::weak_ptr<void> engine) { engine_ = std::move(engine); }
 
   /// Runs a callback, unless delivery has ended. The engine lives until the callback has returned,
-  /// even if the host destroys the instance from inside it. What the callback throws ends here: the
-  /// platform's threads have no use for it.
+  /// even if the host destroys the instance from inside it. Exceptions of the callback are dropped:
+  /// they must not reach the platform's thread.
   template <class Callback>
   void Deliver(Callback callback) {
     const std::shared_ptr<void> engine = engine_.lock();  // released after the pass

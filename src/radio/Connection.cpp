@@ -57,7 +57,7 @@ void Connection::Adopt(DevicePtr device, std::string_view serverId) {
   };
   session->Keep(device->OnGattServicesChanged(delivering(&Connection::OnGattServicesChanged)));
   session->Keep(device->OnNameChanged(delivering(&Connection::OnNameChanged)));
-  // What happens to the link before the host knows that it is connected is told afterwards.
+  // A change of the link before the Connected event is reported after it.
   const auto linkChanged = std::make_shared<std::atomic<bool>>(false);
   EventToken early = device->OnConnectionStatusChanged([linkChanged] { *linkChanged = true; });
 

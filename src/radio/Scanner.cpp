@@ -28,7 +28,7 @@ Scanner::~Scanner() {
   try {
     Replace({});
   } catch (const PlatformFailure&) {
-    // The radio is going away with its instance; there is nobody left to tell.
+    // The instance is being destroyed; no error can be reported any more.
   }
 }
 
