@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "Axis.h"
 #include "Command.h"
 #include "Events.h"
-#include "ValueInput.h"
-#include "ValueText.h"
+#include "chart/Axis.h"
 #include "corvaneble/corvaneble.h"
+#include "text/ValueInput.h"
+#include "text/ValueText.h"
 
 namespace corvaneble::tool {
 namespace {

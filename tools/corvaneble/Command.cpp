@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "Attributes.h"
-#include "Names.h"
 #include "Terminal.h"
-#include "Text.h"
+#include "gatt/Attributes.h"
+#include "text/Names.h"
+#include "text/Text.h"
 
 namespace corvaneble::tool {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <corvaneble/corvaneble.h>
 
-#include "Text.h"
+#include "text/Text.h"
 
 namespace corvaneble::tool {
 namespace {

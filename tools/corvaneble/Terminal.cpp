@@ -6,7 +6,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "Text.h"
+#include "text/Text.h"
 
 #ifdef _WIN32
 #include <fcntl.h>

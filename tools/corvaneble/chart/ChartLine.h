@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+
+#include "chart/Chart.h"
+#include "chart/Svg.h"
+
+namespace corvaneble::tool {
+
+struct LineStyle {
+  const char* color;
+  bool dashed;
+};
+
+/// A point on the paper, in pixels.
+struct PlotPoint {
+  double x;
+  double y;
+};
+
+/// Draws a series as a line, with a dot for each value while there are few. Values that share a
+/// column of pixels are reduced to the first, the lowest, the highest and the last of them, which
+/// looks the same.
+void DrawLine(SvgWriter& svg, const LineStyle& style, const ChartSeries& series,
+              const std::function<PlotPoint(const ChartPoint&)>& place);
+
+/// The sample of a line in a legend.
+void DrawSwatch(SvgWriter& svg, const LineStyle& style, double x, double y, double width);
+
+}  // namespace corvaneble::tool

@@ -1,0 +1,291 @@
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "Command.h"
+#include "Interrupt.h"
+#include "Terminal.h"
+#include "chart/ChartRecorder.h"
+#include "gatt/GattTree.h"
+#include "gatt/WatchTargets.h"
+#include "text/Interpretation.h"
+#include "text/Text.h"
+#include "views/WatchView.h"
+
+namespace corvaneble::tool {
+namespace {
+
+using std::chrono::steady_clock;
+using std::chrono::system_clock;
+
+struct WatchOptions {
+  std::string address;
+  WatchWish wish;
+  double seconds = std::numeric_limits<double>::infinity();
+  std::uint64_t count = std::numeric_limits<std::uint64_t>::max();
+  bool csv = false;
+  std::string plot;
+};
+
+WatchStyle StyleOf(const Session& session, const WatchOptions& options) {
+  if (options.csv) return WatchStyle::Csv;
+  if (session.json) return WatchStyle::Json;
+  return IsTerminal(Stream::Output) && session.logLevel == 0 ? WatchStyle::Live : WatchStyle::Lines;
+}
+
+class Watch {
+ public:
+  Watch(const Session& session, const WatchOptions& options)
+      : options_(options),
+        view_(MakeWatchView(StyleOf(session, options))),
+        client_(session.Reporting([this](const Event& event) { OnEvent(event); }), session.timeout,
+                session.logLevel) {
+    if (!options.plot.empty()) recorder_.emplace(options.plot);
+  }
+
+  int Run() {
+    Link link(client_, options_.address);
+    const std::string name = client_.Text(CORVANEBLE_PROPERTY_SERVER_NAME);
+    const auto found = FindWatched(client_, options_.wish);
+    view_->Begin();
+    SetSources(found);
+    begin_ = steady_clock::now();
+    beginUtc_ = system_clock::now();
+    SubscribeToSome();
+    try {
+      Follow(link);
+    } catch (...) {  // what was seen until then is worth its chart
+      if (recorder_) Draw(name);
+      TellDropped(client_);
+      throw;
+    }
+    if (received_ < options_.count) client_.DropRest();
+    over_ = true;
+    UnsubscribeAll();
+    view_->Refresh(true);
+    if (recorder_) Draw(name);
+    TellDropped(client_);
+    return failed_ || offline_ ? kFailed : kDone;
+  }
+
+ private:
+  void Follow(Link& link) {
+    while (!Interrupted() && received_ < options_.count && Elapsed() < options_.seconds) {
+      if (!offline_ && std::exchange(changed_, false))
+        StartAnew(link);
+      else if (std::exchange(backAgain_, false))
+        SubscribeAll();
+      client_.Step();
+      view_->Refresh(false);
+      CheckOutput();
+    }
+  }
+
+  /// Identifiers are handles, which may mean something else by now: what was discovered is good for
+  /// nothing, and the library forgets it only with the link.
+  void StartAnew(Link& link) {
+    Say("the device has changed its services; looking for the characteristics again");
+    if (recorder_) recorder_->LinkLost(Elapsed());
+    try {
+      link.Renew();
+      client_.DropRest();  // values of identifiers that mean something else from here on
+      backAgain_ = changed_ = false;
+      SetSources(FindWatched(client_, options_.wish));
+      SubscribeToSome();
+    } catch (const ClientError&) {
+      if (!offline_) throw;
+      changed_ = true;  // once more when the link is back
+      return;
+    }
+    if (recorder_ && !offline_) recorder_->LinkBack(Elapsed());
+  }
+
+  /// What is found again goes on where it was shown before, whatever its identifier is now.
+  void SetSources(const std::vector<WatchedCharacteristic>& found) {
+    sources_.clear();
+    for (WatchedCharacteristic& gone : watched_)
+      gone.path = {};
+    for (const WatchedCharacteristic& one : found) {
+      const auto known = std::find_if(watched_.begin(), watched_.end(), [&](const auto& old) {
+        return old.path.characteristic.empty() && old.uuid == one.uuid;
+      });
+      sources_.emplace(one.path.characteristic, known - watched_.begin());
+      if (known != watched_.end()) {
+        *known = one;
+        continue;
+      }
+      watched_.push_back(one);
+      view_->AddSource(one);
+      if (recorder_) recorder_->AddSource(one);
+    }
+  }
+
+  void SubscribeToSome() {
+    SubscribeAll();
+    if (subscribed_ == 0 && !offline_ && !Interrupted())
+      throw std::runtime_error("nothing to watch");
+  }
+
+  double Elapsed() const { return SecondsAt(steady_clock::now()); }
+  double SecondsAt(steady_clock::time_point time) const {
+    return std::chrono::duration<double>(time - begin_).count();
+  }
+
+  /// The library was never asked whether we are subscribed, so that it takes nothing for known and
+  /// writes the configuration again when a link came back.
+  void SubscribeAll() {
+    subscribed_ = 0;
+    ListenForChanges();
+    for (const auto& [id, source] : sources_) {
+      const WatchedCharacteristic& characteristic = watched_[source];
+      if (Interrupted()) return;
+      try {
+        client_.Subscribe(characteristic.path);
+        ++subscribed_;
+      } catch (const ClientError& failure) {
+        Say(std::to_string(failure.Code()) + " " + failure.what() + " (" + characteristic.Label() +
+            ")");
+        if (offline_) return;  // the next time it is back
+        failed_ = true;
+        if (LinkIsGone(failure.Code())) return;
+      }
+    }
+  }
+
+  /// The library asks a device to tell of changed services when it has discovered all of them, on
+  /// each link once.
+  void ListenForChanges() {
+    try {
+      client_.DiscoverServices("", "");
+    } catch (const ClientError&) {  // what keeps it from this keeps it from subscribing, and is
+                                    // said there
+    }
+  }
+
+  /// Being disconnected ends what could not be ended here.
+  void UnsubscribeAll() {
+    for (const auto& [id, source] : sources_) {
+      if (offline_) return;
+      try {
+        client_.Unsubscribe(watched_[source].path);
+      } catch (const ClientError& failure) {
+        if (LinkIsGone(failure.Code())) return;
+      }
+    }
+  }
+
+  void OnEvent(const Event& event) {
+    if (const auto* value = std::get_if<ValueReceived>(&event)) OnValue(*value);
+    if (const auto* link = std::get_if<LinkChanged>(&event)) OnLink(*link);
+    const auto* update = std::get_if<ServerUpdated>(&event);
+    if (update && update->name.empty()) changed_ = true;
+  }
+
+  void OnValue(const ValueReceived& received) {
+    const auto source = sources_.find(received.path.characteristic);
+    if (source == sources_.end() || over_ || received_ >= options_.count) return;
+    ++received_;
+    const WatchedCharacteristic& from = watched_[source->second];
+    const Interpretation meaning = Interpret(from.uuid, received.value, from.formats);
+    const auto sinceBegin =
+        std::chrono::duration_cast<system_clock::duration>(received.heard - begin_);
+    view_->Show({source->second, from, received.value, meaning, UtcText(beginUtc_ + sinceBegin)});
+    if (recorder_) recorder_->Add(source->second, SecondsAt(received.heard), meaning);
+  }
+
+  void OnLink(const LinkChanged& link) {
+    if (!link.connected && link.text == "Offline") {
+      offline_ = true;
+      Say("the link was lost; waiting for the device to come back");
+      if (recorder_) recorder_->LinkLost(Elapsed());
+    } else if (link.connected && offline_) {
+      offline_ = false;
+      backAgain_ = true;
+      Say("the link is back");
+      if (recorder_) recorder_->LinkBack(Elapsed());
+    }
+  }
+
+  void Say(const std::string& text) {
+    Complain(text);
+    view_->Displaced();
+  }
+
+  void Draw(const std::string& name) {
+    const std::string& address = options_.address;
+    recorder_->Write(name.empty() ? address : name + " (" + address + ")",
+                     "from " + UtcText(beginUtc_) + ", " + std::to_string(received_) + " values",
+                     Elapsed());
+  }
+
+  const WatchOptions options_;
+  const std::unique_ptr<WatchView> view_;
+  std::optional<ChartRecorder> recorder_;
+  std::vector<WatchedCharacteristic> watched_;
+  // By characteristic, into `watched_`, where also those are that the device has no more.
+  std::map<std::string, std::size_t, std::less<>> sources_;
+  steady_clock::time_point begin_;
+  system_clock::time_point beginUtc_;
+  std::size_t subscribed_ = 0;
+  std::uint64_t received_ = 0;
+  bool offline_ = false;
+  bool backAgain_ = false;  // subscriptions are to be made again
+  bool changed_ = false;    // the device's services are others
+  bool failed_ = false;
+  bool over_ = false;  // values come only because unsubscribing takes its time
+  Client client_;      // last: its events use all of the above
+};
+
+void CheckWish(const WatchWish& wish) {
+  if (wish.pairs.size() % 2 != 0)
+    throw CLI::ValidationError("a characteristic is missing after service " + wish.pairs.back());
+  if (wish.pairs.empty() && wish.characteristics.empty() && !wish.all)
+    throw CLI::ValidationError(
+        "name what to watch: SERVICE CHARACTERISTIC, --characteristic or --all");
+}
+
+}  // namespace
+
+void AddWatchCommand(CLI::App& app, Session& session) {
+  auto* command = app.add_subcommand("watch", "Show values as a device sends them");
+  const auto options = std::make_shared<WatchOptions>();
+  AddAddress(*command, options->address);
+  command->add_option("characteristics", options->wish.pairs, "UUIDs or identifiers, in pairs")
+      ->type_name("SERVICE CHARACTERISTIC")
+      ->check(CheckAttribute);
+  command
+      ->add_option("--characteristic", options->wish.characteristics,
+                   "A characteristic of whatever service; again for more")
+      ->type_name("UUID")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(CheckAttribute);
+  command->add_flag("--all", options->wish.all, "All that can notify or indicate");
+  command->add_option("--for", options->seconds, "End after this time")
+      ->type_name("SECONDS")
+      ->check(CheckSeconds);
+  command->add_option("--count", options->count, "End after this many values")
+      ->type_name("N")
+      ->check(CheckCount);
+  command->add_flag("--csv", options->csv, "A table for spreadsheets: one line a value");
+  command->add_option("--plot", options->plot, "At the end, draw the numbers over time")
+      ->type_name("FILE.svg");
+  command->footer(Examples({"watch C0FFEE123456 180D 2A37", "watch C0FFEE123456 --all --for 60",
+                            "watch C0FFEE123456 --characteristic 2A6E --plot hour.svg --for 3600",
+                            "watch C0FFEE123456 180D 2A37 180F 2A19 --csv > values.csv"}) +
+                  "\nWithout --for and --count it goes on until Ctrl-C, also when the link is lost "
+                  "and comes back.");
+  command->callback([&session, options] {
+    CheckWish(options->wish);
+    session.run = [&session, options] {
+      if (session.json && options->csv) throw UsageError("choose one of --json and --csv");
+      return Watch(session, *options).Run();
+    };
+  });
+}
+
+}  // namespace corvaneble::tool

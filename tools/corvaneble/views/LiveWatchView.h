@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "views/Sparkline.h"
+#include "views/WatchView.h"
+
+namespace corvaneble::tool {
+
+/// One line a characteristic on the terminal, kept up to date: its last value, how it moved, and
+/// how many values came.
+class LiveWatchView : public WatchView {
+ public:
+  void AddSource(const WatchedCharacteristic& characteristic) override;
+  void Show(const Sample& sample) override;
+  void Refresh(bool last) override;
+  void Displaced() override { drawnLines_ = 0; }
+
+ private:
+  struct Row {
+    std::string label;
+    std::string value;
+    Sparkline moves;
+    std::uint64_t count = 0;
+  };
+
+  std::string Render();
+
+  std::vector<Row> rows_;
+  std::size_t drawnLines_ = 0;
+  bool changed_ = true;
+  std::chrono::steady_clock::time_point drawn_;
+};
+
+}  // namespace corvaneble::tool
