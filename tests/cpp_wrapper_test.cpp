@@ -128,6 +128,57 @@ TEST(CppWrapper, WhatHandlersThrowIsKept) {
   EXPECT_EQ(client.EventError()->Code(), CORVANEBLE_ERROR_UNKNOWN);
 }
 
+TEST(CppWrapper, OneHandlerForAllEventsAndOneForTheEndOfMethods) {
+  Client client = ClientIn("echo.json");
+  std::vector<AnyEvent> kept;
+  client.OnAnyEvent([&](AnyEvent event) {
+    if (!std::holds_alternative<LogEvent>(event)) kept.push_back(std::move(event));
+  });
+  std::vector<std::int32_t> codes;
+  std::size_t keptAtTheEnd = 0;
+  bool nested = false;
+  client.OnMethodEnd([&](const MethodEndEvent& end) {
+    codes.push_back(end.code);
+    keptAtTheEnd = kept.size();
+    nested = !nested;
+    if (!nested) return;
+    client.Config("BuildInfo");  // neither may change what the method returns or throws
+    EXPECT_THROW((void)client.ServiceId(99), Error);
+  });
+  EXPECT_EQ(client.Config("LogLevel"), "1");
+  client.Connect("C40E00000003");
+  EXPECT_EQ(keptAtTheEnd, 1u);
+  client.DiscoverServices("9A1B0001-3C5D-4E7F-8A9B-0C1D2E3F4051");
+  const std::string service = client.ServiceId(0);
+  client.DiscoverCharacteristics(service);
+  const auto found = client.Characteristics(service);
+  client.Subscribe(service, found[0].id);
+  client.WriteValue(service, found[1].id, ToBytes("kept"));
+  EXPECT_EQ(client.ReadValue(service, found[1].id), ToBytes("kept"));
+  client.Unsubscribe();
+  client.Disconnect();
+  codes.clear();
+  try {
+    client.Subscribe(service, found[0].id);
+    FAIL();
+  } catch (const Error& error) {
+    EXPECT_EQ(codes, (std::vector<std::int32_t>{error.Code(), 0}));
+    EXPECT_STREQ(error.what(),
+                 "You must be connected to a server to perform the requested action.");
+  }
+  client.OnMethodEnd([](const auto&) { throw 1; });
+  EXPECT_THROW(client.DoEvents(), int);
+
+  const AnyEvent expected[] = {ConnectedEvent(),    DiscoveredEvent(),    DiscoveredEvent(),
+                               DiscoveredEvent(),   DiscoveredEvent(),    DiscoveredEvent(),
+                               SubscribedEvent(),   WriteResponseEvent(), ValueEvent(),
+                               UnsubscribedEvent(), DisconnectedEvent()};
+  ASSERT_EQ(kept.size(), std::size(expected));
+  for (std::size_t i = 0; i < kept.size(); ++i)
+    EXPECT_EQ(kept[i].index(), expected[i].index()) << i;
+  EXPECT_EQ(std::get<ValueEvent>(kept[8]).value, ToBytes("kept"));
+}
+
 TEST(CppWrapper, MovesAndEndsInsideAHandler) {
   Client first = ClientIn("strap.json");
   Collected<ConnectedEvent> connected;

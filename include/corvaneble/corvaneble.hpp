@@ -8,16 +8,17 @@
 ///     client.StartScanning("180D");
 ///     client.DoEventsUntil([] { return false; }, 250);  // five seconds
 ///
-/// What fails throws `Error`, with the code and the text of the library. Texts are UTF-8 on every
-/// platform. What is returned and what events carry is the program's own; no pointer into the
-/// library is ever seen. What numbers mean, and what a member may fail with, stands in
-/// corvaneble.h, under the property or method of the same name.
+/// A failure throws `Error`, with the library's code and text. Texts are UTF-8 on every platform.
+/// Results and events are copies that belong to the program; it never holds a pointer into the
+/// library. corvaneble.h documents, under the property or method of the same name, the meaning of
+/// numbers and the errors of each member.
 ///
-/// Threads. One thread at a time may use a client, and any of its handlers may besides. Events that
-/// a method raises arrive inside the call; advertisements, notifications and changes of the link
-/// and of the server arrive on threads of the radio, several at once. Handlers may be set at any
-/// time, from any thread. The last error belongs to the client, not to the thread: the text of an
-/// `Error` is the right one as long as no handler on another thread fails in the same moment.
+/// Threads. One thread at a time may use a client; its handlers may use it too, on any thread.
+/// Events that a method raises arrive inside the call; advertisements, notifications and changes of
+/// the link and of the server arrive on threads of the radio, several at once. A program that
+/// handles everything on one thread queues them with `OnAnyEvent` and `OnMethodEnd`. Handlers may
+/// be set at any time, from any thread. The last error belongs to the client, not to the thread: an
+/// `Error` may carry the wrong text if a handler on another thread fails at the same moment.
 #pragma once
 
 #include <atomic>
@@ -34,6 +35,7 @@
 #include <string_view>
 #include <tuple>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "corvaneble/corvaneble.h"
@@ -47,7 +49,7 @@ inline Bytes ToBytes(std::string_view text) {
   return {text.begin(), text.end()};
 }
 
-/// The elements of a list such as `AdvertisementEvent::serviceUuids`: what stands between commas.
+/// The elements of a list separated by commas, such as `AdvertisementEvent::serviceUuids`.
 inline std::vector<std::string> SplitList(std::string_view list) {
   std::vector<std::string> elements;
   while (!list.empty()) {
@@ -254,6 +256,18 @@ struct WriteResponseEvent {
   std::string description;
 };
 
+/// Any event of the library. The alternatives are in the order of CorvaneBLE_Event.
+using AnyEvent =
+    std::variant<AdvertisementEvent, ConnectedEvent, DisconnectedEvent, DiscoveredEvent, ErrorEvent,
+                 LogEvent, ServerUpdateEvent, StartScanEvent, StopScanEvent, SubscribedEvent,
+                 UnsubscribedEvent, ValueEvent, WriteResponseEvent>;
+
+/// The end of a method. The client itself raises it, not the library.
+struct MethodEndEvent {
+  std::int32_t method = 0;  ///< CorvaneBLE_Method
+  std::int32_t code = 0;    ///< CorvaneBLE_Error
+};
+
 template <class Event>
 using Handler = std::function<void(const Event&)>;
 
@@ -348,7 +362,46 @@ inline WriteResponseEvent Decode(const EventParameters& p) {
   return {p.Text(0), p.Text(1), p.Text(2), p.Text(3), p.Text(4)};
 }
 
-/// The instance and the handlers: what the library's callback is given, at one address for life.
+/// The handlers, one for each kind of event. May be used on any thread.
+template <class Any>
+class HandlerTable;
+template <class... Events>
+class HandlerTable<std::variant<Events...>> {
+ public:
+  // A handler that is running stays alive while it is replaced.
+  template <class Event>
+  using Slot = std::shared_ptr<const Handler<Event>>;
+
+  template <class Event>
+  [[nodiscard]] Slot<Event> Get() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return std::get<Slot<Event>>(slots_);
+  }
+  template <class Event>
+  void Set(Handler<Event> handler) {
+    auto fresh = handler ? std::make_shared<const Handler<Event>>(std::move(handler)) : nullptr;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::get<Slot<Event>>(slots_).swap(fresh);  // the former one dies after the lock
+  }
+  void SetAll(const std::function<void(AnyEvent)>& handler) { (Set<Events>(handler), ...); }
+
+  /// Calls the handler for an event of the library. Events of later versions have none.
+  void Call(std::int32_t eventId, const EventParameters& parameters) {
+    std::int32_t id = 0;
+    ((++id == eventId ? Call<Events>(parameters) : void()), ...);
+  }
+
+ private:
+  template <class Event>
+  void Call(const EventParameters& parameters) {
+    if (const auto handler = Get<Event>()) (*handler)(Decode<Event>(parameters));
+  }
+
+  std::mutex mutex_;  // guards the slots
+  std::tuple<Slot<Events>..., Slot<MethodEndEvent>> slots_;
+};
+
+/// The instance and its handlers. The library's callback gets its address, so it never moves.
 class Core : public std::enable_shared_from_this<Core> {
  public:
   Core() : handle_(CorvaneBLE_BLEClient_Create(&Core::OnEvent, this, nullptr, 0)) {
@@ -358,7 +411,7 @@ class Core : public std::enable_shared_from_this<Core> {
   Core& operator=(const Core&) = delete;
   ~Core() { Destroy(); }
 
-  /// Null once it is destroyed, which every function of the library understands.
+  /// Null once it is destroyed; every function of the library accepts null.
   [[nodiscard]] CorvaneBLE_Handle Handle() const { return handle_; }
 
   void Destroy() {
@@ -366,69 +419,20 @@ class Core : public std::enable_shared_from_this<Core> {
       CorvaneBLE_BLEClient_Destroy(handle);
   }
 
-  void Check(std::int32_t code) const {
-    if (code == 0) return;
+  /// The exception for an operation that ended with `code`; none for 0.
+  [[nodiscard]] std::optional<Error> Failure(std::int32_t code) const {
+    if (code == 0) return std::nullopt;
     const char* text = CorvaneBLE_BLEClient_GetLastError(Handle());
-    throw Error(code, text != nullptr ? text : "The client has been destroyed.");
+    return Error(code, text != nullptr ? text : "The client has been destroyed.");
+  }
+  void Check(std::int32_t code) const {
+    if (const auto failure = Failure(code)) throw *failure;
   }
 
-  template <class Event>
-  void SetHandler(corvaneble::Handler<Event> handler) {
-    auto fresh =
-        handler ? std::make_shared<const corvaneble::Handler<Event>>(std::move(handler)) : nullptr;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    std::get<Slot<Event>>(slots_).swap(fresh);  // the former one dies after the lock
-  }
+  HandlerTable<AnyEvent>& Handlers() { return handlers_; }
 
  private:
-  // A handler that is running stays alive while it is replaced.
-  template <class Event>
-  using Slot = std::shared_ptr<const corvaneble::Handler<Event>>;
-
-  template <class Event>
-  void Fire(const EventParameters& parameters) {
-    Slot<Event> handler;
-    {
-      const std::lock_guard<std::mutex> lock(mutex_);
-      handler = std::get<Slot<Event>>(slots_);
-    }
-    if (handler) (*handler)(Decode<Event>(parameters));
-  }
-
-  void Dispatch(std::int32_t eventId, const EventParameters& p) {
-    switch (eventId) {
-      case CORVANEBLE_EVENT_ADVERTISEMENT:
-        return Fire<AdvertisementEvent>(p);
-      case CORVANEBLE_EVENT_CONNECTED:
-        return Fire<ConnectedEvent>(p);
-      case CORVANEBLE_EVENT_DISCONNECTED:
-        return Fire<DisconnectedEvent>(p);
-      case CORVANEBLE_EVENT_DISCOVERED:
-        return Fire<DiscoveredEvent>(p);
-      case CORVANEBLE_EVENT_ERROR:
-        return Fire<ErrorEvent>(p);
-      case CORVANEBLE_EVENT_LOG:
-        return Fire<LogEvent>(p);
-      case CORVANEBLE_EVENT_SERVER_UPDATE:
-        return Fire<ServerUpdateEvent>(p);
-      case CORVANEBLE_EVENT_START_SCAN:
-        return Fire<StartScanEvent>(p);
-      case CORVANEBLE_EVENT_STOP_SCAN:
-        return Fire<StopScanEvent>(p);
-      case CORVANEBLE_EVENT_SUBSCRIBED:
-        return Fire<SubscribedEvent>(p);
-      case CORVANEBLE_EVENT_UNSUBSCRIBED:
-        return Fire<UnsubscribedEvent>(p);
-      case CORVANEBLE_EVENT_VALUE:
-        return Fire<ValueEvent>(p);
-      case CORVANEBLE_EVENT_WRITE_RESPONSE:
-        return Fire<WriteResponseEvent>(p);
-      default:
-        return;  // of a later version
-    }
-  }
-
-  /// What a handler threw ends here: no exception may pass through the library.
+  /// Catches what a handler throws: no exception may pass through the library.
   static std::int32_t CORVANEBLE_CALL OnEvent(void* self, std::int32_t eventId,
                                               std::int32_t /*paramCount*/,
                                               const std::intptr_t* params,
@@ -437,7 +441,7 @@ class Core : public std::enable_shared_from_this<Core> {
     const std::shared_ptr<Core> core = static_cast<Core*>(self)->weak_from_this().lock();
     if (!core) return 0;
     try {
-      core->Dispatch(eventId, {params, lengths});
+      core->handlers_.Call(eventId, {params, lengths});
       return 0;
     } catch (const Error& error) {
       return core->ReportEventError(error.Code(), error.what());
@@ -455,12 +459,7 @@ class Core : public std::enable_shared_from_this<Core> {
     return CorvaneBLE_BLEClient_SetEventErrorAndCode(Handle(), code, text);
   }
 
-  std::mutex mutex_;  // guards the slots
-  std::tuple<Slot<AdvertisementEvent>, Slot<ConnectedEvent>, Slot<DisconnectedEvent>,
-             Slot<DiscoveredEvent>, Slot<ErrorEvent>, Slot<LogEvent>, Slot<ServerUpdateEvent>,
-             Slot<StartScanEvent>, Slot<StopScanEvent>, Slot<SubscribedEvent>,
-             Slot<UnsubscribedEvent>, Slot<ValueEvent>, Slot<WriteResponseEvent>>
-      slots_;
+  HandlerTable<AnyEvent> handlers_;
   std::atomic<CorvaneBLE_Handle> handle_;
 };
 
@@ -470,7 +469,7 @@ class Core : public std::enable_shared_from_this<Core> {
 /// nothing else.
 class Client {
  public:
-  /// Throws std::bad_alloc. A radio that cannot be had says so when it is first used.
+  /// Throws std::bad_alloc. An unavailable radio is reported when it is first used.
   Client() : core_(std::make_shared<detail::Core>()) { Config("CodePage", "65001"); }
   Client(Client&&) noexcept = default;
   Client& operator=(Client&& other) noexcept {
@@ -620,7 +619,7 @@ class Client {
   [[nodiscard]] bool CharacteristicCanSubscribe(int i) const {
     return Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_CAN_SUBSCRIBE, i) != 0;
   }
-  /// Asks the device when it is not known yet.
+  /// Asks the device unless it is already known.
   [[nodiscard]] bool CharacteristicSubscribed(int i) const {
     return Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_SUBSCRIBED, i) != 0;
   }
@@ -678,8 +677,10 @@ class Client {
     std::intptr_t params[] = {Pointer(serviceId), Pointer(characteristicId), Pointer(descriptorId),
                               0};
     std::int32_t lengths[4] = {};
-    Do(CORVANEBLE_METHOD_READ_VALUE, 4, params, lengths);
-    return Copy(params[3], lengths[3]);
+    Bytes value;
+    Do(CORVANEBLE_METHOD_READ_VALUE, 4, params, lengths,
+       [&] { value = Copy(params[3], lengths[3]); });
+    return value;
   }
   void WriteValue(const std::string& serviceId, const std::string& characteristicId,
                   const std::string& descriptorId, const Bytes& value) {
@@ -711,7 +712,7 @@ class Client {
 
   /// Lets due work run, for about 20 ms at most.
   void DoEvents() { Call(CORVANEBLE_METHOD_DO_EVENTS); }
-  /// Repeats that until `done()`, at most `steps` times. Returns whether it is done.
+  /// Calls `DoEvents` until `done()`, at most `steps` times. Returns whether it is done.
   template <class Predicate>
   bool DoEventsUntil(Predicate done, int steps) {
     for (; !done(); --steps) {
@@ -730,8 +731,9 @@ class Client {
   std::string Config(const std::string& text) {
     std::intptr_t params[] = {Pointer(text), 0};
     std::int32_t lengths[2] = {};
-    Do(CORVANEBLE_METHOD_CONFIG, 2, params, lengths);
-    return OrEmpty(params[1]);
+    std::string answer;
+    Do(CORVANEBLE_METHOD_CONFIG, 2, params, lengths, [&] { answer = OrEmpty(params[1]); });
+    return answer;
   }
   void Config(const std::string& name, const std::string& value) { Config(name + '=' + value); }
 
@@ -740,8 +742,8 @@ class Client {
         CorvaneBLE_BLEClient_Get(Handle(), CORVANEBLE_PROPERTY_VERSION, 0, nullptr, nullptr));
   }
 
-  /// What a handler last threw, if any did since the last clearing; -1 stands for what was no
-  /// `Error`.
+  /// The exception that a handler threw last, if one did since `ClearEventError`. Its code is -1
+  /// unless the exception was an `Error` or std::bad_alloc.
   [[nodiscard]] std::optional<Error> EventError() const {
     const std::int32_t code = CorvaneBLE_BLEClient_GetEventErrorCode(Handle());
     if (code == 0) return std::nullopt;
@@ -750,8 +752,8 @@ class Client {
   }
   void ClearEventError() { CorvaneBLE_BLEClient_SetEventErrorAndCode(Handle(), 0, ""); }
 
-  // Events: one handler for each, an empty one for none. A handler may call anything; what it
-  // throws is kept as the `EventError`.
+  // Events: one handler for each, an empty one for none. A handler may call anything; an exception
+  // that it throws becomes the `EventError`.
 
   void OnAdvertisement(Handler<AdvertisementEvent> handler) { Set(std::move(handler)); }
   void OnConnected(Handler<ConnectedEvent> handler) { Set(std::move(handler)); }
@@ -766,6 +768,16 @@ class Client {
   void OnUnsubscribed(Handler<UnsubscribedEvent> handler) { Set(std::move(handler)); }
   void OnValue(Handler<ValueEvent> handler) { Set(std::move(handler)); }
   void OnWriteResponse(Handler<WriteResponseEvent> handler) { Set(std::move(handler)); }
+
+  /// Sets one handler for all of these. It owns the event it is given and may keep it for another
+  /// thread.
+  void OnAnyEvent(const std::function<void(AnyEvent)>& handler) {
+    core_->Handlers().SetAll(handler);
+  }
+  /// Called at the end of every method, on the thread that called it, before a failure is thrown.
+  /// Here a program can handle events that it kept for this thread. An exception that it throws
+  /// leaves the method.
+  void OnMethodEnd(Handler<MethodEndEvent> handler) { Set(std::move(handler)); }
 
  private:
   static std::intptr_t Pointer(const std::string& text) {
@@ -788,14 +800,25 @@ class Client {
 
   template <class Event>
   void Set(Handler<Event> handler) {
-    core_->SetHandler(std::move(handler));
+    core_->Handlers().Set(std::move(handler));
   }
 
-  // These hold the core themselves: a handler that runs inside the call may destroy the client.
+  // These share the core: a handler that runs inside the call may destroy the client.
 
   void Do(std::int32_t method, std::int32_t count, std::intptr_t* params, std::int32_t* lengths) {
+    Do(method, count, params, lengths, [] {});
+  }
+  /// After a success, `take` copies the results before a handler can call another method.
+  template <class Take>
+  void Do(std::int32_t method, std::int32_t count, std::intptr_t* params, std::int32_t* lengths,
+          Take take) {
     const auto core = core_;
-    core->Check(CorvaneBLE_BLEClient_Do(core->Handle(), method, count, params, lengths, nullptr));
+    const std::int32_t code =
+        CorvaneBLE_BLEClient_Do(core->Handle(), method, count, params, lengths, nullptr);
+    const std::optional<Error> failure = core->Failure(code);
+    if (!failure) take();
+    if (const auto handler = core->Handlers().Get<MethodEndEvent>()) (*handler)({method, code});
+    if (failure) throw *failure;
   }
   template <class... Texts>
   void Call(std::int32_t method, const Texts&... texts) {
