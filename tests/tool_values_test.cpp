@@ -5,69 +5,66 @@
 #include <vector>
 
 #include "Command.h"
-#include "Events.h"
 #include "chart/Axis.h"
-#include "corvaneble/corvaneble.h"
 #include "text/ValueInput.h"
 #include "text/ValueText.h"
 
 namespace corvaneble::tool {
 namespace {
 
-std::string Decoded(const Bytes& value, int type, int exponent = 0, const std::string& unit = "") {
+std::string Decoded(const Bytes& value, ValueFormat type, int exponent = 0,
+                    const std::string& unit = "") {
   return DecodeValue(value, {{type, exponent, unit}}).value_or("nothing");
 }
 
 TEST(ValueText, NumbersOfEveryFormat) {
   const struct {
-    int type;
+    ValueFormat type;
     Bytes value;
     int exponent;
     const char* text;
   } cases[] = {
-      {CORVANEBLE_FORMAT_UINT8, {0xFF}, 0, "255"},
-      {CORVANEBLE_FORMAT_SINT8, {0xFF}, 0, "-1"},
-      {CORVANEBLE_FORMAT_UINT16, {0x34, 0x12}, 0, "4660"},
-      {CORVANEBLE_FORMAT_SINT16, {0x0C, 0xFE}, -2, "-5.00"},
-      {CORVANEBLE_FORMAT_UINT24, {0x01, 0x00, 0x01}, 0, "65537"},
-      {CORVANEBLE_FORMAT_SINT24, {0xFF, 0xFF, 0xFF}, 0, "-1"},
-      {CORVANEBLE_FORMAT_UINT32, {0xFF, 0xFF, 0xFF, 0xFF}, 0, "4294967295"},
-      {CORVANEBLE_FORMAT_SINT32, {0x00, 0x00, 0x00, 0x80}, 0, "-2147483648"},
-      {CORVANEBLE_FORMAT_UINT48, {0, 0, 0, 0, 0, 1}, 0, "1099511627776"},
-      {CORVANEBLE_FORMAT_UINT64,
+      {ValueFormat::UInt8, {0xFF}, 0, "255"},
+      {ValueFormat::SInt8, {0xFF}, 0, "-1"},
+      {ValueFormat::UInt16, {0x34, 0x12}, 0, "4660"},
+      {ValueFormat::SInt16, {0x0C, 0xFE}, -2, "-5.00"},
+      {ValueFormat::UInt24, {0x01, 0x00, 0x01}, 0, "65537"},
+      {ValueFormat::SInt24, {0xFF, 0xFF, 0xFF}, 0, "-1"},
+      {ValueFormat::UInt32, {0xFF, 0xFF, 0xFF, 0xFF}, 0, "4294967295"},
+      {ValueFormat::SInt32, {0x00, 0x00, 0x00, 0x80}, 0, "-2147483648"},
+      {ValueFormat::UInt48, {0, 0, 0, 0, 0, 1}, 0, "1099511627776"},
+      {ValueFormat::UInt64,
        {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
        0,
        "18446744073709551615"},
-      {CORVANEBLE_FORMAT_SINT64, {0, 0, 0, 0, 0, 0, 0, 0x80}, 0, "-9223372036854775808"},
-      {CORVANEBLE_FORMAT_UINT8, {0x05}, 3, "5000"},
-      {CORVANEBLE_FORMAT_UINT16, {0x00}, 0, "nothing"},
-      {CORVANEBLE_FORMAT_STRUCT, {0x00}, 0, "nothing"},
-      {CORVANEBLE_FORMAT_UNKNOWN, {0x00}, 0, "nothing"},
+      {ValueFormat::SInt64, {0, 0, 0, 0, 0, 0, 0, 0x80}, 0, "-9223372036854775808"},
+      {ValueFormat::UInt8, {0x05}, 3, "5000"},
+      {ValueFormat::UInt16, {0x00}, 0, "nothing"},
+      {ValueFormat::Struct, {0x00}, 0, "nothing"},
+      {ValueFormat::Unknown, {0x00}, 0, "nothing"},
   };
   for (const auto& [type, value, exponent, text] : cases) {
-    EXPECT_EQ(Decoded(value, type, exponent), text) << type;
+    EXPECT_EQ(Decoded(value, type, exponent), text) << text;
   }
 }
 
 TEST(ValueText, FloatingPointAndItsSpecialValues) {
   // IEEE 11073: 12-bit mantissa, 4-bit exponent; 24-bit mantissa, 8-bit exponent.
-  EXPECT_EQ(std::stod(Decoded({0x6C, 0xF1}, CORVANEBLE_FORMAT_SFLOAT)), 36.4);
-  EXPECT_EQ(std::stod(Decoded({0x6C, 0x01, 0x00, 0xFF}, CORVANEBLE_FORMAT_FLOAT)), 36.4);
-  EXPECT_EQ(std::stod(Decoded({0, 0, 0xC0, 0x3F}, CORVANEBLE_FORMAT_FLOAT32)), 1.5);
-  EXPECT_EQ(std::stod(Decoded({0, 0, 0, 0, 0, 0, 0xF8, 0xBF}, CORVANEBLE_FORMAT_FLOAT64)), -1.5);
+  EXPECT_EQ(std::stod(Decoded({0x6C, 0xF1}, ValueFormat::SFloat)), 36.4);
+  EXPECT_EQ(std::stod(Decoded({0x6C, 0x01, 0x00, 0xFF}, ValueFormat::Float)), 36.4);
+  EXPECT_EQ(std::stod(Decoded({0, 0, 0xC0, 0x3F}, ValueFormat::Float32)), 1.5);
+  EXPECT_EQ(std::stod(Decoded({0, 0, 0, 0, 0, 0, 0xF8, 0xBF}, ValueFormat::Float64)), -1.5);
   for (const Bytes& special : {Bytes{0xFF, 0x07}, Bytes{0xFE, 0x07}, Bytes{0x02, 0x08}}) {
-    const std::string text = Decoded(special, CORVANEBLE_FORMAT_SFLOAT);
+    const std::string text = Decoded(special, ValueFormat::SFloat);
     EXPECT_EQ(text.find("204"), std::string::npos) << text;  // not taken for its mantissa
   }
 }
 
 TEST(ValueText, TextsAndUnitsAndSeveralFormats) {
-  EXPECT_NE(Decoded({'h', 'i'}, CORVANEBLE_FORMAT_UTF8).find("hi"), std::string::npos);
-  EXPECT_NE(Decoded({'h', 0, 'i', 0}, CORVANEBLE_FORMAT_UTF16).find("hi"), std::string::npos);
-  EXPECT_EQ(Decoded({0x5F}, CORVANEBLE_FORMAT_UINT8, 0, "000027AD-0000-1000-8000-00805F9B34FB"),
-            "95 %");
-  const std::vector<Format> both = {{CORVANEBLE_FORMAT_UINT8, 0, ""},
-                                    {CORVANEBLE_FORMAT_SINT16, 0, ""}};
+  EXPECT_NE(Decoded({'h', 'i'}, ValueFormat::Utf8).find("hi"), std::string::npos);
+  EXPECT_NE(Decoded({'h', 0, 'i', 0}, ValueFormat::Utf16).find("hi"), std::string::npos);
+  EXPECT_EQ(Decoded({0x5F}, ValueFormat::UInt8, 0, "000027AD-0000-1000-8000-00805F9B34FB"), "95 %");
+  const std::vector<Format> both = {{ValueFormat::UInt8, 0, ""}, {ValueFormat::SInt16, 0, ""}};
   const std::string text = DecodeValue({1, 0xFE, 0xFF}, both).value_or("nothing");
   EXPECT_NE(text.find('1'), std::string::npos);
   EXPECT_NE(text.find("-2"), std::string::npos);

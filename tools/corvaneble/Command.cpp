@@ -6,26 +6,11 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "Terminal.h"
-#include "gatt/Attributes.h"
 #include "text/Names.h"
 #include "text/Text.h"
 
 namespace corvaneble::tool {
 namespace {
-
-/// A message whose further lines are set in below the first.
-std::string Indented(std::string_view text) {
-  std::string lines;
-  for (;;) {
-    const std::size_t end = text.find("\r\n");
-    lines += Sanitize(text.substr(0, end));
-    if (end == std::string_view::npos) return lines;
-    text.remove_prefix(end + 2);
-    if (text.substr(0, 1) == "\t") text.remove_prefix(1);
-    lines += "\n      ";
-  }
-}
 
 std::string NormalizeAddress(std::string text) {
   if (text.size() == 17)
@@ -37,33 +22,6 @@ std::string NormalizeAddress(std::string text) {
 }
 
 }  // namespace
-
-Client::Handler Session::Reporting(Client::Handler handler) const {
-  return [level = logLevel, handler = std::move(handler)](const Event& event) {
-    const auto* line = std::get_if<LogLine>(&event);
-    if (line && line->level <= level)
-      Write(Stream::Diagnostics, "log " + std::to_string(line->level) + " " + line->kind + ": " +
-                                     Indented(line->message) + "\n");
-    else if (line && line->kind == "Radio")  // something that the user can do something about
-      Complain(line->message);
-    if (const auto* error = std::get_if<ErrorReported>(&event))
-      Complain(std::to_string(error->code) + " " + error->text);
-    if (handler) handler(event);
-  };
-}
-
-void TellDropped(const Client& client) {
-  const struct {
-    std::size_t count;
-    const char* what;
-  } kinds[] = {{client.Dropped<Advertisement>(), "advertisements"},
-               {client.Dropped<ValueReceived>(), "values"},
-               {client.Dropped<LogLine>() + client.Waiting<LogLine>(), "log lines"}};
-  for (const auto& [count, what] : kinds)
-    if (count > 0)
-      Complain(std::to_string(count) + " " + what +
-               " came faster than they could be shown and were dropped");
-}
 
 void AddAddress(CLI::App& command, std::string& address) {
   command.add_option("address", address, "Address of the device, as scan prints it")

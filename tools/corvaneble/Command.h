@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "Client.h"
+#include "gatt/Attributes.h"
 
 namespace corvaneble::tool {
 
@@ -25,14 +25,7 @@ struct Session {
   int logLevel = 0;
   bool json = false;
   std::function<int()> run;
-
-  /// Handler options for a `Client` of this session: prints log lines and errors on standard error
-  /// and gives every event to `handler`.
-  Client::Handler Reporting(Client::Handler handler = {}) const;
 };
-
-/// Says what came faster than it could be shown, if anything did.
-void TellDropped(const Client& client);
 
 /// Each adds one command to the tool; choosing it sets `session.run`. `session` outlives `app`.
 void AddScanCommand(CLI::App& app, Session& session);

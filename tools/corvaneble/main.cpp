@@ -65,7 +65,7 @@ void AddGlobalOptions(CLI::App& app, Session& session) {
 }
 
 /// A scenario or capture file that could not be played shows up at the first use of its radio.
-bool IsBadRadioFile(const ClientError& failure) {
+bool IsBadRadioFile(const Error& failure) {
   const char* radio = std::getenv(kRadioVariable);
   return failure.Code() == CORVANEBLE_ERROR_PLATFORM_FAILURE && radio &&
          std::string_view(radio).substr(0, 10) == "simulated:";
@@ -83,7 +83,7 @@ int Run(Session& session) {
   } catch (const UsageError& error) {
     Complain(error.what());
     return kUsage;
-  } catch (const ClientError& failure) {
+  } catch (const Error& failure) {
     Complain(std::to_string(failure.Code()) + " " + failure.what());
     if (Interrupted()) return kInterrupted;
     return IsBadRadioFile(failure) ? kUsage : kFailed;

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Terminal.h"
 #include "text/Report.h"
 #include "text/Text.h"
@@ -10,9 +11,9 @@ namespace corvaneble::tool {
 namespace {
 
 int RunConfig(const Session& session, const std::vector<std::string>& texts) {
-  Client client(session.Reporting(), session.timeout, session.logLevel);
+  Host host(session);
   for (const std::string& text : texts) {
-    const std::string answer = client.Config(text);
+    const std::string answer = host->Config(text);
     const auto equals = text.find('=');
     if (session.json) {
       Json json{{"setting", text.substr(0, equals)}, {"answer", answer}};

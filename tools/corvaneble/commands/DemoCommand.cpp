@@ -3,6 +3,7 @@
 #include <map>
 
 #include "Command.h"
+#include "Host.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "gatt/GattTree.h"
@@ -19,8 +20,7 @@ constexpr char kHeartRate[] = "180D";
 class Demo {
  public:
   explicit Demo(const Session& session)
-      : client_(session.Reporting([this](const Event& event) { OnEvent(event); }), session.timeout,
-                session.logLevel) {}
+      : host_(session, [this](const AnyEvent& event) { OnEvent(event); }) {}
 
   int Run(double seconds) {
     WriteLine("Scanning.");
@@ -34,33 +34,33 @@ class Demo {
   }
 
  private:
-  void OnEvent(const Event& event) {
-    const auto* advertisement = std::get_if<Advertisement>(&event);
+  void OnEvent(const AnyEvent& event) {
+    const auto* advertisement = std::get_if<AdvertisementEvent>(&event);
     if (!advertisement) return;
-    const auto& services = advertisement->services;
+    const auto services = SplitList(advertisement->serviceUuids);
     if (std::find(services.begin(), services.end(), CanonicalUuid(kHeartRate)) != services.end() &&
-        advertisement->connectable)
+        advertisement->isConnectable)
       strap_ = advertisement->serverId;
     if (heard_[advertisement->serverId]++ == 0) WriteLine("  " + AdvertisementLine(*advertisement));
   }
 
   void ListenFor(std::chrono::duration<double> time) {
-    client_.SetNumber(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, 1);
-    client_.StartScanning("");
+    host_->SetActiveScanning(true);
+    host_->StartScanning();
     const auto begin = std::chrono::steady_clock::now();
     while (std::chrono::steady_clock::now() - begin < time) {
       StopIfInterrupted();
-      client_.Step();
+      host_.Step();
       CheckOutput();
     }
-    client_.StopScanning();
+    host_->StopScanning();
   }
 
   GattTree Explore() {
-    const Link link(client_, strap_);
-    DiscoverAll(client_, true);
-    GattTree tree = Snapshot(client_, true);
-    ReadValues(client_, tree, [](int) {});
+    const Link link(*host_, strap_);
+    DiscoverAll(*host_, true);
+    GattTree tree = Snapshot(*host_, true);
+    ReadValues(*host_, tree, [](int) {});
     return tree;
   }
 
@@ -82,7 +82,7 @@ class Demo {
 
   std::map<std::string, int> heard_;
   std::string strap_;
-  Client client_;  // last: its events use all of the above
+  Host host_;  // last: its events use all of the above
 };
 
 }  // namespace

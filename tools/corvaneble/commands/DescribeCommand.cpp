@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "gatt/Attributes.h"
@@ -20,16 +21,17 @@ struct DescribeOptions {
 };
 
 int RunDescribe(const Session& session, const DescribeOptions& options) {
-  Client client(session.Reporting(), session.timeout, session.logLevel);
+  Host host(session);
+  Client& client = *host;
   const Link link(client, options.address);
   const FoundAttribute found = FindAttribute(client, options.attribute);
   StopIfInterrupted();
   const bool setting = options.set->count() > 0;
   std::string description = options.text;
   if (setting)
-    client.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, description, found.index);
+    client.SetCharacteristicUserDescription(found.index, description);
   else
-    description = client.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, found.index);
+    description = client.CharacteristicUserDescription(found.index);
   if (session.json) {
     Json json = FoundJson(found, nullptr);
     json["userDescription"] = description;

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "text/Report.h"
@@ -22,23 +23,23 @@ Verdict Try(const Session& session, const std::string& radio) {
   SetEnvironment("CORVANEBLE_RADIO", radio);
   bool started = false;
   Verdict verdict;
-  Client client(
-      [&](const Event& event) {
-        if (std::holds_alternative<ScanStarted>(event)) started = true;
-        if (const auto* error = std::get_if<ErrorReported>(&event)) {
+  Host host(
+      [&](const AnyEvent& event) {
+        if (std::holds_alternative<StartScanEvent>(event)) started = true;
+        if (const auto* error = std::get_if<ErrorEvent>(&event)) {
           verdict.code = error->code;
           verdict.text = error->text;
         }
-        const auto* line = std::get_if<LogLine>(&event);
-        if (line && line->kind == "Radio") verdict.notices.push_back(line->message);
+        const auto* line = std::get_if<LogEvent>(&event);
+        if (line && line->type == "Radio") verdict.notices.push_back(line->message);
       },
       session.timeout, CORVANEBLE_LOG_INFO);
   try {
-    client.StartScanning("");
+    host->StartScanning();
     verdict.usable = started && verdict.code == 0;
     if (!started && verdict.code == 0) verdict.text = "The radio did not begin to scan.";
-    client.StopScanning();
-  } catch (const ClientError& failure) {
+    host->StopScanning();
+  } catch (const Error& failure) {
     verdict.code = failure.Code();
     verdict.text = failure.what();
   }

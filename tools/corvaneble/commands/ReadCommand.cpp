@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "gatt/Attributes.h"
@@ -18,11 +19,12 @@ struct ReadOptions {
 };
 
 int RunRead(const Session& session, const ReadOptions& options) {
-  Client client(session.Reporting(), session.timeout, session.logLevel);
-  const Link link(client, options.address);
-  const FoundAttribute found = FindAttribute(client, options.attribute);
+  Host host(session);
+  const Link link(*host, options.address);
+  const FoundAttribute found = FindAttribute(*host, options.attribute);
+  const auto& [service, characteristic, descriptor] = found.path;
   StopIfInterrupted();
-  const Bytes value = client.Read(found.path);
+  const Bytes value = host->ReadValue(service, characteristic, descriptor);
   if (options.raw)
     Write(Stream::Output, {reinterpret_cast<const char*>(value.data()), value.size()});
   else if (session.json)

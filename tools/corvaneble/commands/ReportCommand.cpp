@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Terminal.h"
 #include "gatt/GattTree.h"
 #include "text/Report.h"
@@ -18,11 +19,10 @@ struct ReportOptions {
 
 int RunReport(const Session& session, const ReportOptions& options) {
   DiscoveryProgress progress;
-  Client client(session.Reporting([&](const Event& event) { progress.OnEvent(event); }),
-                session.timeout, session.logLevel);
-  const Link link(client, options.address);
-  DiscoverAll(client, options.descriptors);
-  std::string report = client.Config("GattObjTreeInfo");
+  Host host(session, [&](const AnyEvent& event) { progress.OnEvent(event); });
+  const Link link(*host, options.address);
+  DiscoverAll(*host, options.descriptors);
+  std::string report = host->Config("GattObjTreeInfo");
   progress.Clear();
   std::erase(report, '\r');  // its lines end as ours do
   if (session.json)

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "text/Report.h"
@@ -28,7 +29,7 @@ class ScanView {
  public:
   ScanView(bool json, bool live) : json_(json), live_(live) {}
 
-  void Show(const Advertisement& advertisement) {
+  void Show(const AdvertisementEvent& advertisement) {
     table_.Update(advertisement, steady_clock::now());
     if (json_) return WriteLine(Dump(AdvertisementJson(advertisement)));
     if (!live_) return WriteLine(AdvertisementLine(advertisement));
@@ -63,37 +64,36 @@ class Scan {
   Scan(const Session& session, const ScanOptions& options)
       : options_(options),
         view_(session.json, IsTerminal(Stream::Output) && !session.json && session.logLevel == 0),
-        client_(session.Reporting([this](const Event& event) { OnEvent(event); }), session.timeout,
-                session.logLevel) {}
+        host_(session, [this](const AnyEvent& event) { OnEvent(event); }) {}
 
   int Run() {
     const auto begin = steady_clock::now();
     const auto elapsed = [&] {
       return std::chrono::duration<double>(steady_clock::now() - begin).count();
     };
-    client_.SetNumber(CORVANEBLE_PROPERTY_ACTIVE_SCANNING, options_.active ? 1 : 0);
-    client_.StartScanning(JoinList(options_.services, ","));
-    if (!started_ && !stopped_ && !client_.Scanning())
+    host_->SetActiveScanning(options_.active);
+    host_->StartScanning(JoinList(options_.services, ","));
+    if (!started_ && !stopped_ && !host_->Scanning())
       throw std::runtime_error("the radio did not begin to scan");
     while (!Interrupted() && !stopped_ && heard_ < options_.count && elapsed() < options_.seconds) {
-      client_.Step();
+      host_.Step();
       view_.Refresh();
       CheckOutput();
     }
     const bool endedByItself = stopped_.has_value();
-    if (heard_ < options_.count) client_.DropRest();
-    client_.StopScanning();
+    if (heard_ < options_.count) host_.DropRest();
+    host_->StopScanning();
     view_.Refresh(true);
     Summarize(elapsed());
-    TellDropped(client_);
+    host_.TellDropped();
     return endedByItself && stopped_->code != 0 ? kFailed : kDone;
   }
 
  private:
-  void OnEvent(const Event& event) {
-    if (const auto* stopped = std::get_if<ScanStopped>(&event)) stopped_ = *stopped;
-    if (std::holds_alternative<ScanStarted>(event)) started_ = true;
-    const auto* advertisement = std::get_if<Advertisement>(&event);
+  void OnEvent(const AnyEvent& event) {
+    if (const auto* stopped = std::get_if<StopScanEvent>(&event)) stopped_ = *stopped;
+    if (std::holds_alternative<StartScanEvent>(event)) started_ = true;
+    const auto* advertisement = std::get_if<AdvertisementEvent>(&event);
     if (!advertisement || heard_ >= options_.count) return;
     ++heard_;
     view_.Show(*advertisement);
@@ -110,8 +110,8 @@ class Scan {
   ScanView view_;
   std::uint64_t heard_ = 0;
   bool started_ = false;
-  std::optional<ScanStopped> stopped_;
-  Client client_;  // last: its events use all of the above
+  std::optional<StopScanEvent> stopped_;
+  Host host_;  // last: its events use all of the above
 };
 
 }  // namespace

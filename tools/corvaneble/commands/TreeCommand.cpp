@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Terminal.h"
 #include "gatt/GattTree.h"
 #include "text/Report.h"
@@ -18,12 +19,11 @@ struct TreeOptions {
 
 int RunTree(const Session& session, const TreeOptions& options) {
   DiscoveryProgress progress;
-  Client client(session.Reporting([&](const Event& event) { progress.OnEvent(event); }),
-                session.timeout, session.logLevel);
-  const Link link(client, options.address);
-  DiscoverAll(client, !options.noDescriptors);
-  GattTree tree = Snapshot(client, !options.noDescriptors);
-  if (options.values) ReadValues(client, tree, [&](int done) { progress.OnRead(done); });
+  Host host(session, [&](const AnyEvent& event) { progress.OnEvent(event); });
+  const Link link(*host, options.address);
+  DiscoverAll(*host, !options.noDescriptors);
+  GattTree tree = Snapshot(*host, !options.noDescriptors);
+  if (options.values) ReadValues(*host, tree, [&](int done) { progress.OnRead(done); });
   progress.Clear();
   if (session.json)
     WriteLine(Dump(TreeJson(tree)));

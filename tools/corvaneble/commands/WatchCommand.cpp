@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Command.h"
+#include "Host.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "chart/ChartRecorder.h"
@@ -42,15 +43,14 @@ class Watch {
   Watch(const Session& session, const WatchOptions& options)
       : options_(options),
         view_(MakeWatchView(StyleOf(session, options))),
-        client_(session.Reporting([this](const Event& event) { OnEvent(event); }), session.timeout,
-                session.logLevel) {
+        host_(session, [this](const AnyEvent& event) { OnEvent(event); }) {
     if (!options.plot.empty()) recorder_.emplace(options.plot);
   }
 
   int Run() {
-    Link link(client_, options_.address);
-    const std::string name = client_.Text(CORVANEBLE_PROPERTY_SERVER_NAME);
-    const auto found = FindWatched(client_, options_.wish);
+    Link link(*host_, options_.address);
+    const std::string name = host_->ServerName();
+    const auto found = FindWatched(*host_, options_.wish);
     view_->Begin();
     SetSources(found);
     begin_ = steady_clock::now();
@@ -60,15 +60,15 @@ class Watch {
       Follow(link);
     } catch (...) {  // what was seen until then is worth its chart
       if (recorder_) Draw(name);
-      TellDropped(client_);
+      host_.TellDropped();
       throw;
     }
-    if (received_ < options_.count) client_.DropRest();
+    if (received_ < options_.count) host_.DropRest();
     over_ = true;
     UnsubscribeAll();
     view_->Refresh(true);
     if (recorder_) Draw(name);
-    TellDropped(client_);
+    host_.TellDropped();
     return failed_ || offline_ ? kFailed : kDone;
   }
 
@@ -79,7 +79,7 @@ class Watch {
         StartAnew(link);
       else if (std::exchange(backAgain_, false))
         SubscribeAll();
-      client_.Step();
+      host_.Step();
       view_->Refresh(false);
       CheckOutput();
     }
@@ -92,11 +92,11 @@ class Watch {
     if (recorder_) recorder_->LinkLost(Elapsed());
     try {
       link.Renew();
-      client_.DropRest();  // values of identifiers that mean something else from here on
+      host_.DropRest();  // values of identifiers that mean something else from here on
       backAgain_ = changed_ = false;
-      SetSources(FindWatched(client_, options_.wish));
+      SetSources(FindWatched(*host_, options_.wish));
       SubscribeToSome();
-    } catch (const ClientError&) {
+    } catch (const Error&) {
       if (!offline_) throw;
       changed_ = true;  // once more when the link is back
       return;
@@ -144,9 +144,9 @@ class Watch {
       const WatchedCharacteristic& characteristic = watched_[source];
       if (Interrupted()) return;
       try {
-        client_.Subscribe(characteristic.path);
+        host_->Subscribe(characteristic.path.service, id);
         ++subscribed_;
-      } catch (const ClientError& failure) {
+      } catch (const Error& failure) {
         Say(std::to_string(failure.Code()) + " " + failure.what() + " (" + characteristic.Label() +
             ")");
         if (offline_) return;  // the next time it is back
@@ -160,9 +160,9 @@ class Watch {
   /// each link once.
   void ListenForChanges() {
     try {
-      client_.DiscoverServices("", "");
-    } catch (const ClientError&) {  // what keeps it from this keeps it from subscribing, and is
-                                    // said there
+      host_->DiscoverServices();
+    } catch (const Error&) {  // what keeps it from this keeps it from subscribing, and is
+                              // said there
     }
   }
 
@@ -171,43 +171,46 @@ class Watch {
     for (const auto& [id, source] : sources_) {
       if (offline_) return;
       try {
-        client_.Unsubscribe(watched_[source].path);
-      } catch (const ClientError& failure) {
+        host_->Unsubscribe(watched_[source].path.service, id);
+      } catch (const Error& failure) {
         if (LinkIsGone(failure.Code())) return;
       }
     }
   }
 
-  void OnEvent(const Event& event) {
-    if (const auto* value = std::get_if<ValueReceived>(&event)) OnValue(*value);
-    if (const auto* link = std::get_if<LinkChanged>(&event)) OnLink(*link);
-    const auto* update = std::get_if<ServerUpdated>(&event);
+  void OnEvent(const AnyEvent& event) {
+    if (const auto* value = std::get_if<ValueEvent>(&event)) OnValue(*value);
+    if (std::holds_alternative<ConnectedEvent>(event)) OnConnected();
+    if (const auto* end = std::get_if<DisconnectedEvent>(&event)) OnDisconnected(*end);
+    const auto* update = std::get_if<ServerUpdateEvent>(&event);
     if (update && update->name.empty()) changed_ = true;
   }
 
-  void OnValue(const ValueReceived& received) {
-    const auto source = sources_.find(received.path.characteristic);
+  void OnValue(const ValueEvent& received) {
+    const auto source = sources_.find(received.characteristicId);
     if (source == sources_.end() || over_ || received_ >= options_.count) return;
     ++received_;
     const WatchedCharacteristic& from = watched_[source->second];
     const Interpretation meaning = Interpret(from.uuid, received.value, from.formats);
-    const auto sinceBegin =
-        std::chrono::duration_cast<system_clock::duration>(received.heard - begin_);
+    const auto raised = host_.RaisedAt();
+    const auto sinceBegin = std::chrono::duration_cast<system_clock::duration>(raised - begin_);
     view_->Show({source->second, from, received.value, meaning, UtcText(beginUtc_ + sinceBegin)});
-    if (recorder_) recorder_->Add(source->second, SecondsAt(received.heard), meaning);
+    if (recorder_) recorder_->Add(source->second, SecondsAt(raised), meaning);
   }
 
-  void OnLink(const LinkChanged& link) {
-    if (!link.connected && link.text == "Offline") {
-      offline_ = true;
-      Say("the link was lost; waiting for the device to come back");
-      if (recorder_) recorder_->LinkLost(Elapsed());
-    } else if (link.connected && offline_) {
-      offline_ = false;
-      backAgain_ = true;
-      Say("the link is back");
-      if (recorder_) recorder_->LinkBack(Elapsed());
-    }
+  void OnDisconnected(const DisconnectedEvent& event) {
+    if (event.text != "Offline") return;
+    offline_ = true;
+    Say("the link was lost; waiting for the device to come back");
+    if (recorder_) recorder_->LinkLost(Elapsed());
+  }
+
+  void OnConnected() {
+    if (!offline_) return;
+    offline_ = false;
+    backAgain_ = true;
+    Say("the link is back");
+    if (recorder_) recorder_->LinkBack(Elapsed());
   }
 
   void Say(const std::string& text) {
@@ -237,7 +240,7 @@ class Watch {
   bool changed_ = false;    // the device's services are others
   bool failed_ = false;
   bool over_ = false;  // values come only because unsubscribing takes its time
-  Client client_;      // last: its events use all of the above
+  Host host_;          // last: its events use all of the above
 };
 
 void CheckWish(const WatchWish& wish) {

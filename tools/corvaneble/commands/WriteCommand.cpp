@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Host.h"
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "gatt/Attributes.h"
@@ -42,17 +43,18 @@ void SortOutRest(WriteOptions& options) {
 
 int RunWrite(const Session& session, const WriteOptions& options, Response response) {
   const Bytes value = options.input.Load(options.digits);
-  Client client(session.Reporting(), session.timeout, session.logLevel);
-  const Link link(client, options.address);
-  const FoundAttribute found = FindAttribute(client, options.attribute);
+  Host host(session);
+  const Link link(*host, options.address);
+  const FoundAttribute found = FindAttribute(*host, options.attribute);
+  const auto& [service, characteristic, descriptor] = found.path;
   StopIfInterrupted();
   if (response == Response::Wanted)
-    client.Write(found.path, value);
+    host->WriteValue(service, characteristic, descriptor, value);
   else
-    client.Post(found.path, value);
+    host->PostValue(service, characteristic, value);
 
   std::optional<Bytes> now;
-  if (options.readBack) now = client.Read(found.path);
+  if (options.readBack) now = host->ReadValue(service, characteristic, descriptor);
   if (session.json) {
     Json json = FoundJson(found, now ? &*now : nullptr);
     json["written"] = Hex(value);

@@ -1,12 +1,19 @@
 #pragma once
 
+#include <corvaneble/corvaneble.hpp>
 #include <string>
 #include <vector>
 
-#include "Client.h"
 #include "text/ValueText.h"
 
 namespace corvaneble::tool {
+
+/// Names one attribute; the levels that do not apply are empty.
+struct AttributePath {
+  std::string service;
+  std::string characteristic;
+  std::string descriptor;
+};
 
 /// One attribute of the connected server, found by what a person typed.
 struct FoundAttribute {

@@ -9,42 +9,32 @@ namespace {
 ReadOutcome TryRead(Client& client, const AttributePath& path) {
   StopIfInterrupted();
   try {
-    return {0, "", client.Read(path)};
-  } catch (const ClientError& failure) {
+    return {0, "", client.ReadValue(path.service, path.characteristic, path.descriptor)};
+  } catch (const Error& failure) {
     return {failure.Code(), failure.what(), {}};
   }
 }
 
 std::vector<DescriptorInfo> DescriptorsOf(Client& client, const std::string& characteristic) {
-  client.SetText(CORVANEBLE_PROPERTY_CHARACTERISTIC, characteristic);
+  client.SetSelectedCharacteristic(characteristic);
   std::vector<DescriptorInfo> descriptors;
-  const int count = client.Number(CORVANEBLE_PROPERTY_DESCRIPTOR_COUNT);
-  descriptors.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i)
-    descriptors.push_back({{client.Text(CORVANEBLE_PROPERTY_DESCRIPTOR_ID, i),
-                            client.Text(CORVANEBLE_PROPERTY_DESCRIPTOR_UUID, i),
-                            client.Text(CORVANEBLE_PROPERTY_DESCRIPTOR_DESCRIPTION, i)},
-                           {}});
+  for (Descriptor& descriptor : client.Descriptors())
+    descriptors.push_back({std::move(descriptor), {}});
   return descriptors;
 }
 
 std::vector<CharacteristicInfo> CharacteristicsOf(Client& client, const std::string& service,
                                                   bool descriptors) {
-  client.SetText(CORVANEBLE_PROPERTY_SERVICE, service);
+  client.SetSelectedService(service);
   std::vector<CharacteristicInfo> characteristics;
-  const int count = client.Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT);
-  for (int i = 0; i < count; ++i) {
-    CharacteristicInfo info;
-    info.id = client.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_ID, i);
-    info.uuid = client.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_UUID, i);
-    info.name = client.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_DESCRIPTION, i);
-    info.flags = client.Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_FLAGS, i);
-    if (descriptors) {
-      info.userDescription = client.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, i);
-      info.formats = FormatsOf(client, i);
-      info.descriptors = DescriptorsOf(client, info.id);
-    }
-    characteristics.push_back(std::move(info));
+  for (Characteristic& characteristic : client.Characteristics()) {
+    const int index = static_cast<int>(characteristics.size());
+    CharacteristicInfo& info = characteristics.emplace_back();
+    static_cast<Characteristic&>(info) = std::move(characteristic);
+    if (!descriptors) continue;
+    info.userDescription = client.CharacteristicUserDescription(index);
+    info.formats = FormatsOf(client, index);
+    info.descriptors = DescriptorsOf(client, info.id);
   }
   return characteristics;
 }
@@ -52,51 +42,42 @@ std::vector<CharacteristicInfo> CharacteristicsOf(Client& client, const std::str
 }  // namespace
 
 void DiscoverAllServices(Client& client) {
-  client.DiscoverServices("", "");
+  client.DiscoverServices();
   // What a service includes is appended to the list when it is new, so this ends, circles or not.
-  for (int i = 0; i < client.Number(CORVANEBLE_PROPERTY_SERVICE_COUNT); ++i) {
+  for (int i = 0; i < client.ServiceCount(); ++i) {
     StopIfInterrupted();
-    client.DiscoverServices("", client.Text(CORVANEBLE_PROPERTY_SERVICE_ID, i));
+    client.DiscoverServices("", client.ServiceId(i));
   }
 }
 
 void DiscoverAll(Client& client, bool descriptors) {
-  client.Config("IncludeRediscovered=False");
-  client.Config(descriptors ? "AutoDiscoverDescriptors=True" : "AutoDiscoverDescriptors=False");
+  client.Config("IncludeRediscovered", "False");
+  client.Config("AutoDiscoverDescriptors", descriptors ? "True" : "False");
   DiscoverAllServices(client);
-  const int count = client.Number(CORVANEBLE_PROPERTY_SERVICE_COUNT);
+  const int count = client.ServiceCount();
   for (int i = 0; i < count; ++i) {
     StopIfInterrupted();
-    client.DiscoverCharacteristics(client.Text(CORVANEBLE_PROPERTY_SERVICE_ID, i), "");
+    client.DiscoverCharacteristics(client.ServiceId(i));
   }
 }
 
 std::vector<Format> FormatsOf(Client& client, int index) {
   std::vector<Format> formats;
-  const int count = client.Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT_COUNT, index);
+  const int count = client.CharacteristicValueFormatCount(index);
   for (int i = 0; i < count; ++i) {
-    client.SetNumber(CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT_INDEX, i, index);
-    formats.push_back({client.Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_FORMAT, index),
-                       client.Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_EXPONENT, index),
-                       client.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_VALUE_UNIT, index)});
+    client.SetCharacteristicValueFormatIndex(index, i);
+    formats.push_back({client.CharacteristicValueFormat(index),
+                       client.CharacteristicValueExponent(index),
+                       client.CharacteristicValueUnit(index)});
   }
   return formats;
 }
 
 GattTree Snapshot(Client& client, bool descriptors) {
-  GattTree tree;
-  tree.serverId = client.Text(CORVANEBLE_PROPERTY_SERVER_ID);
-  tree.serverName = client.Text(CORVANEBLE_PROPERTY_SERVER_NAME);
-  const int count = client.Number(CORVANEBLE_PROPERTY_SERVICE_COUNT);
-  for (int i = 0; i < count; ++i) {
-    ServiceInfo service;
-    service.id = client.Text(CORVANEBLE_PROPERTY_SERVICE_ID, i);
-    service.uuid = client.Text(CORVANEBLE_PROPERTY_SERVICE_UUID, i);
-    service.name = client.Text(CORVANEBLE_PROPERTY_SERVICE_DESCRIPTION, i);
-    service.includes = SplitList(client.Text(CORVANEBLE_PROPERTY_SERVICE_INCLUDED_SVC_IDS, i));
-    service.includedBy = SplitList(client.Text(CORVANEBLE_PROPERTY_SERVICE_PARENT_SVC_IDS, i));
-    service.characteristics = CharacteristicsOf(client, service.id, descriptors);
-    tree.services.push_back(std::move(service));
+  GattTree tree{client.ServerId(), client.ServerName(), {}, {}};
+  for (Service& service : client.Services()) {
+    auto characteristics = CharacteristicsOf(client, service.id, descriptors);
+    tree.services.push_back({std::move(service), std::move(characteristics)});
   }
   return tree;
 }
@@ -111,7 +92,7 @@ void ReadValues(Client& client, GattTree& tree, const std::function<void(int)>& 
   };
   for (ServiceInfo& service : tree.services)
     for (CharacteristicInfo& info : service.characteristics) {
-      if (info.flags & CORVANEBLE_FLAG_READ && !read(info.value, {service.id, info.id, ""})) return;
+      if (HasAny(info.flags, Flags::Read) && !read(info.value, {service.id, info.id, ""})) return;
       for (DescriptorInfo& descriptor : info.descriptors)
         if (!read(descriptor.value, {service.id, info.id, descriptor.id})) return;
     }
@@ -130,7 +111,7 @@ void Link::Renew() {
 Link::~Link() {
   try {
     client_.Disconnect();
-  } catch (const ClientError&) {  // the instance is about to be destroyed and closes it then
+  } catch (const Error&) {  // the instance is about to be destroyed and closes it then
   }
 }
 

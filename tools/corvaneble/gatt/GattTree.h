@@ -1,12 +1,13 @@
 #pragma once
 
+#include <corvaneble/corvaneble.hpp>
 #include <functional>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Client.h"
+#include "gatt/Attributes.h"
 #include "text/ValueText.h"
 
 namespace corvaneble::tool {
@@ -18,27 +19,18 @@ struct ReadOutcome {
   Bytes bytes;
 };
 
-struct AttributeInfo {
-  std::string id;
-  std::string uuid;
-  std::string name;  ///< assigned name, or empty
-};
-
-struct DescriptorInfo : AttributeInfo {
+struct DescriptorInfo : Descriptor {
   std::optional<ReadOutcome> value;
 };
 
-struct CharacteristicInfo : AttributeInfo {
-  int flags = 0;  ///< bits CorvaneBLE_Flag
+struct CharacteristicInfo : Characteristic {
   std::string userDescription;
   std::vector<Format> formats;
   std::vector<DescriptorInfo> descriptors;
   std::optional<ReadOutcome> value;
 };
 
-struct ServiceInfo : AttributeInfo {
-  std::vector<std::string> includes;
-  std::vector<std::string> includedBy;
+struct ServiceInfo : Service {
   std::vector<CharacteristicInfo> characteristics;
 };
 

@@ -19,18 +19,17 @@ class Targets {
 
   void Add(const std::string& service, int index) {
     WatchedCharacteristic target;
-    target.path = {service, client_.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_ID, index), ""};
+    target.path = {service, client_.CharacteristicId(index), ""};
     if (std::any_of(found_.begin(), found_.end(), [&](const WatchedCharacteristic& other) {
           return other.path.characteristic == target.path.characteristic;
         }))
       return;
-    target.uuid = client_.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_UUID, index);
-    target.name = client_.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_DESCRIPTION, index);
+    target.uuid = client_.CharacteristicUuid(index);
+    target.name = client_.CharacteristicDescription(index);
     try {
-      target.userDescription =
-          client_.Text(CORVANEBLE_PROPERTY_CHARACTERISTIC_USER_DESCRIPTION, index);
+      target.userDescription = client_.CharacteristicUserDescription(index);
       target.formats = FormatsOf(client_, index);
-    } catch (const ClientError& failure) {  // values can do without
+    } catch (const Error& failure) {  // values can do without
       if (LinkIsGone(failure.Code())) throw;
     }
     found_.push_back(std::move(target));
@@ -58,20 +57,19 @@ void AddFromEverywhere(Client& client, const WatchWish& wish, Targets& targets) 
     wanted.push_back({text, byId, byId ? ToUpper(text) : CanonicalUuid(text)});
   }
   DiscoverAllServices(client);
-  const int services = client.Number(CORVANEBLE_PROPERTY_SERVICE_COUNT);
+  const int services = client.ServiceCount();
   for (int i = 0; i < services; ++i) {
     StopIfInterrupted();
-    const std::string service = client.Text(CORVANEBLE_PROPERTY_SERVICE_ID, i);
-    client.DiscoverCharacteristics(service, "");
-    client.SetText(CORVANEBLE_PROPERTY_SERVICE, service);
-    const int count = client.Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_COUNT);
+    const std::string service = client.ServiceId(i);
+    client.DiscoverCharacteristics(service);
+    client.SetSelectedService(service);
+    const int count = client.CharacteristicCount();
     for (int index = 0; index < count; ++index) {
-      bool take =
-          wish.all && client.Number(CORVANEBLE_PROPERTY_CHARACTERISTIC_CAN_SUBSCRIBE, index);
+      bool take = wish.all && client.CharacteristicCanSubscribe(index);
       for (Wanted& one : wanted) {
-        const int key = one.byId ? CORVANEBLE_PROPERTY_CHARACTERISTIC_ID
-                                 : CORVANEBLE_PROPERTY_CHARACTERISTIC_UUID;
-        if (client.Text(key, index) == one.key) take = one.seen = true;
+        const auto key =
+            one.byId ? client.CharacteristicId(index) : client.CharacteristicUuid(index);
+        if (key == one.key) take = one.seen = true;
       }
       if (take) targets.Add(service, index);
     }
@@ -88,7 +86,7 @@ std::string WatchedCharacteristic::Label() const {
 }
 
 std::vector<WatchedCharacteristic> FindWatched(Client& client, const WatchWish& wish) {
-  client.Config("IncludeRediscovered=False");
+  client.Config("IncludeRediscovered", "False");
   Targets targets(client);
   for (std::size_t i = 0; i + 1 < wish.pairs.size(); i += 2) {
     const FoundAttribute found = FindAttribute(client, {wish.pairs[i], wish.pairs[i + 1], ""});

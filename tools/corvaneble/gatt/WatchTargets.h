@@ -1,9 +1,10 @@
 #pragma once
 
+#include <corvaneble/corvaneble.hpp>
 #include <string>
 #include <vector>
 
-#include "Client.h"
+#include "gatt/Attributes.h"
 #include "text/ValueText.h"
 
 namespace corvaneble::tool {

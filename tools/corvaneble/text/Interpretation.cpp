@@ -1,7 +1,5 @@
 #include "text/Interpretation.h"
 
-#include <corvaneble/corvaneble.h>
-
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -28,17 +26,16 @@ struct NumberField {
 std::optional<NumberField> ProfileField(std::string_view number, const Bytes& value) {
   if (value.empty()) return std::nullopt;
   const bool flag = value[0] & 1;
-  if (number == "2A19") return NumberField{0, 1, {CORVANEBLE_FORMAT_UINT8, 0, kPercentage}};
-  if (number == "2A37" && flag)
-    return NumberField{1, 2, {CORVANEBLE_FORMAT_UINT16, 0, kBeatsPerMinute}};
-  if (number == "2A37") return NumberField{1, 1, {CORVANEBLE_FORMAT_UINT8, 0, kBeatsPerMinute}};
+  if (number == "2A19") return NumberField{0, 1, {ValueFormat::UInt8, 0, kPercentage}};
+  if (number == "2A37" && flag) return NumberField{1, 2, {ValueFormat::UInt16, 0, kBeatsPerMinute}};
+  if (number == "2A37") return NumberField{1, 1, {ValueFormat::UInt8, 0, kBeatsPerMinute}};
   if (number == "2A1C")
-    return NumberField{1, 4, {CORVANEBLE_FORMAT_FLOAT, 0, flag ? kFahrenheit : kCelsius}};
+    return NumberField{1, 4, {ValueFormat::Float, 0, flag ? kFahrenheit : kCelsius}};
   return std::nullopt;
 }
 
 bool IsText(const Format& format) {
-  return format.type == CORVANEBLE_FORMAT_UTF8 || format.type == CORVANEBLE_FORMAT_UTF16;
+  return format.type == ValueFormat::Utf8 || format.type == ValueFormat::Utf16;
 }
 
 std::optional<double> ParseNumber(const std::string& digits) {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <corvaneble/corvaneble.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "Events.h"
 #include "text/ValueText.h"
 
 namespace corvaneble::tool {

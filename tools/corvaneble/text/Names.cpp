@@ -132,14 +132,14 @@ std::string UnitName(std::string_view uuid) {
   return unit ? std::string(unit->name) : "";
 }
 
-std::vector<std::string> FlagNames(int flags) {
+std::vector<std::string> FlagNames(Flags flags) {
   std::vector<std::string> names;
   for (std::size_t bit = 0; bit < std::size(kFlags); ++bit)
-    if (flags >> bit & 1) names.emplace_back(kFlags[bit]);
+    if (static_cast<unsigned>(flags) >> bit & 1) names.emplace_back(kFlags[bit]);
   return names;
 }
 
-std::string_view FormatName(int format) {
+std::string_view FormatName(ValueFormat format) {
   const auto index = static_cast<std::size_t>(format);
   return kFormats[index < std::size(kFormats) ? index : 0];
 }

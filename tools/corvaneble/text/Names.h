@@ -1,5 +1,6 @@
 #pragma once
 
+#include <corvaneble/corvaneble.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,9 +24,9 @@ std::string UnitSign(std::string_view uuid);
 std::string UnitName(std::string_view uuid);
 
 /// "read", "write", "notify", ...: the words for a characteristic's flags, in the order of bits.
-std::vector<std::string> FlagNames(int flags);
+std::vector<std::string> FlagNames(Flags flags);
 
 /// "uint16", "medfloat16", "utf8", ...
-std::string_view FormatName(int format);
+std::string_view FormatName(ValueFormat format);
 
 }  // namespace corvaneble::tool

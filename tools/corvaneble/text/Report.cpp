@@ -8,12 +8,11 @@
 namespace corvaneble::tool {
 namespace {
 
-std::string ShortList(const std::vector<std::string>& uuids) {
-  std::vector<std::string> shortened;
-  shortened.reserve(uuids.size());
-  for (const auto& uuid : uuids)
-    shortened.push_back(ShortUuid(uuid));
-  return JoinList(shortened, ",");
+std::string ShortList(const std::string& uuids) {
+  std::vector<std::string> list = SplitList(uuids);
+  for (std::string& uuid : list)
+    uuid = ShortUuid(uuid);
+  return JoinList(list, ",");
 }
 
 Json OutcomeJson(const ReadOutcome& outcome, const std::vector<Format>& formats) {
@@ -21,8 +20,9 @@ Json OutcomeJson(const ReadOutcome& outcome, const std::vector<Format>& formats)
   return {{"error", {{"code", outcome.code}, {"text", outcome.error}}}};
 }
 
-Json AttributeJson(const AttributeInfo& attribute) {
-  return {{"id", attribute.id}, {"uuid", attribute.uuid}, {"name", attribute.name}};
+template <class Attribute>
+Json AttributeJson(const Attribute& attribute) {
+  return {{"id", attribute.id}, {"uuid", attribute.uuid}, {"name", attribute.description}};
 }
 
 Json CharacteristicJson(const CharacteristicInfo& info) {
@@ -44,10 +44,11 @@ Json CharacteristicJson(const CharacteristicInfo& info) {
   return json;
 }
 
-std::string AttributeLine(std::string_view kind, const AttributeInfo& attribute) {
+template <class Attribute>
+std::string AttributeLine(std::string_view kind, const Attribute& attribute) {
   std::string line(kind);
   line += " " + attribute.id + " " + ShortUuid(attribute.uuid);
-  if (!attribute.name.empty()) line += " " + Sanitize(attribute.name);
+  if (!attribute.description.empty()) line += " " + Sanitize(attribute.description);
   return line;
 }
 
@@ -82,29 +83,29 @@ std::string Dump(const Json& json) {
   return json.dump(-1, ' ', true, Json::error_handler_t::replace);
 }
 
-Json AdvertisementJson(const Advertisement& a) {
+Json AdvertisementJson(const AdvertisementEvent& a) {
   Json json{{"id", a.serverId}, {"name", a.name}, {"rssi", a.rssi}};
   json["txPower"] = a.txPower ? Json(*a.txPower) : Json();
-  json["services"] = a.services;
-  json["servicesWithData"] = a.servicesWithData;
-  json["solicited"] = a.solicited;
+  json["services"] = SplitList(a.serviceUuids);
+  json["servicesWithData"] = SplitList(a.servicesWithData);
+  json["solicited"] = SplitList(a.solicitedServiceUuids);
   json["companyId"] = a.companyId ? Json(*a.companyId) : Json();
   json["manufacturerData"] = Hex(a.manufacturerData);
-  json["connectable"] = a.connectable;
-  json["scanResponse"] = a.scanResponse;
+  json["connectable"] = a.isConnectable;
+  json["scanResponse"] = a.isScanResponse;
   return json;
 }
 
-std::string AdvertisementLine(const Advertisement& a) {
+std::string AdvertisementLine(const AdvertisementEvent& a) {
   std::string line = a.serverId + " " + std::to_string(a.rssi) + " dBm";
   if (!a.name.empty()) line += "  \"" + Sanitize(a.name) + "\"";
-  if (!a.services.empty()) line += "  services " + ShortList(a.services);
+  if (!a.serviceUuids.empty()) line += "  services " + ShortList(a.serviceUuids);
   if (!a.servicesWithData.empty()) line += "  data " + ShortList(a.servicesWithData);
-  if (!a.solicited.empty()) line += "  solicits " + ShortList(a.solicited);
+  if (!a.solicitedServiceUuids.empty()) line += "  solicits " + ShortList(a.solicitedServiceUuids);
   if (a.companyId) line += "  company " + Hex16(*a.companyId) + " " + Hex(a.manufacturerData);
   if (a.txPower) line += "  tx " + std::to_string(*a.txPower) + " dBm";
-  if (a.connectable) line += "  connectable";
-  if (a.scanResponse) line += "  scan-response";
+  if (a.isConnectable) line += "  connectable";
+  if (a.isScanResponse) line += "  scan-response";
   return line;
 }
 
@@ -140,8 +141,8 @@ Json TreeJson(const GattTree& tree) {
   json["services"] = Json::array();
   for (const ServiceInfo& service : tree.services) {
     Json item = AttributeJson(service);
-    item["includes"] = service.includes;
-    item["includedBy"] = service.includedBy;
+    item["includes"] = service.includedServiceIds;
+    item["includedBy"] = service.parentServiceIds;
     item["characteristics"] = Json::array();
     for (const CharacteristicInfo& info : service.characteristics)
       item["characteristics"].push_back(CharacteristicJson(info));
@@ -156,9 +157,10 @@ std::string TreeText(const GattTree& tree) {
   text += '\n';
   for (const ServiceInfo& service : tree.services) {
     text += AttributeLine("service", service) + "\n";
-    if (!service.includes.empty()) text += "  includes " + JoinList(service.includes, ",") + "\n";
-    if (!service.includedBy.empty())
-      text += "  included-by " + JoinList(service.includedBy, ",") + "\n";
+    if (!service.includedServiceIds.empty())
+      text += "  includes " + JoinList(service.includedServiceIds, ",") + "\n";
+    if (!service.parentServiceIds.empty())
+      text += "  included-by " + JoinList(service.parentServiceIds, ",") + "\n";
     for (const CharacteristicInfo& info : service.characteristics)
       AppendCharacteristic(text, info);
   }

@@ -16,8 +16,8 @@ using Json = nlohmann::ordered_json;
 /// One line of pure ASCII, so that nothing a device sent can disturb a terminal.
 std::string Dump(const Json& json);
 
-Json AdvertisementJson(const Advertisement& advertisement);
-std::string AdvertisementLine(const Advertisement& advertisement);
+Json AdvertisementJson(const AdvertisementEvent& advertisement);
+std::string AdvertisementLine(const AdvertisementEvent& advertisement);
 
 Json ValueJson(const Bytes& value, const std::vector<Format>& formats);
 

@@ -74,16 +74,6 @@ std::size_t Width(char32_t c) {
 
 }  // namespace
 
-std::vector<std::string> SplitList(std::string_view text, char separator) {
-  std::vector<std::string> items;
-  while (!text.empty()) {
-    const auto end = std::min(text.find(separator), text.size());
-    if (end > 0) items.emplace_back(text.substr(0, end));
-    text.remove_prefix(std::min(end + 1, text.size()));
-  }
-  return items;
-}
-
 std::string JoinList(const std::vector<std::string>& items, std::string_view separator) {
   std::string out;
   for (const auto& item : items) {

@@ -1,16 +1,14 @@
 #pragma once
 
+#include <corvaneble/corvaneble.hpp>
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "Events.h"
-
 namespace corvaneble::tool {
 
-std::vector<std::string> SplitList(std::string_view text, char separator = ',');
 std::string JoinList(const std::vector<std::string>& items, std::string_view separator);
 
 /// Two upper-case digits a byte, with `separator` between bytes.

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <corvaneble/corvaneble.hpp>
 #include <string>
 #include <string_view>
-
-#include "Events.h"
 
 namespace corvaneble::tool {
 

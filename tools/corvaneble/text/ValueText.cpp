@@ -1,7 +1,5 @@
 #include "text/ValueText.h"
 
-#include <corvaneble/corvaneble.h>
-
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -17,7 +15,7 @@ namespace {
 
 /// How many bits and bytes of a value an integer format takes.
 struct IntegerLayout {
-  int type;
+  ValueFormat type;
   int bits;
   bool isSigned;
   std::size_t Size() const { return (static_cast<std::size_t>(bits) + 7) / 8; }
@@ -25,15 +23,15 @@ struct IntegerLayout {
 
 // The 128-bit ones are left as hexadecimal.
 constexpr IntegerLayout kIntegers[] = {
-    {CORVANEBLE_FORMAT_BOOLEAN, 1, false}, {CORVANEBLE_FORMAT_BIT2, 2, false},
-    {CORVANEBLE_FORMAT_NIBBLE, 4, false},  {CORVANEBLE_FORMAT_UINT8, 8, false},
-    {CORVANEBLE_FORMAT_UINT12, 12, false}, {CORVANEBLE_FORMAT_UINT16, 16, false},
-    {CORVANEBLE_FORMAT_UINT24, 24, false}, {CORVANEBLE_FORMAT_UINT32, 32, false},
-    {CORVANEBLE_FORMAT_UINT48, 48, false}, {CORVANEBLE_FORMAT_UINT64, 64, false},
-    {CORVANEBLE_FORMAT_SINT8, 8, true},    {CORVANEBLE_FORMAT_SINT12, 12, true},
-    {CORVANEBLE_FORMAT_SINT16, 16, true},  {CORVANEBLE_FORMAT_SINT24, 24, true},
-    {CORVANEBLE_FORMAT_SINT32, 32, true},  {CORVANEBLE_FORMAT_SINT48, 48, true},
-    {CORVANEBLE_FORMAT_SINT64, 64, true}};
+    {ValueFormat::Boolean, 1, false}, {ValueFormat::Bit2, 2, false},
+    {ValueFormat::Nibble, 4, false},  {ValueFormat::UInt8, 8, false},
+    {ValueFormat::UInt12, 12, false}, {ValueFormat::UInt16, 16, false},
+    {ValueFormat::UInt24, 24, false}, {ValueFormat::UInt32, 32, false},
+    {ValueFormat::UInt48, 48, false}, {ValueFormat::UInt64, 64, false},
+    {ValueFormat::SInt8, 8, true},    {ValueFormat::SInt12, 12, true},
+    {ValueFormat::SInt16, 16, true},  {ValueFormat::SInt24, 24, true},
+    {ValueFormat::SInt32, 32, true},  {ValueFormat::SInt48, 48, true},
+    {ValueFormat::SInt64, 64, true}};
 
 /// The value bytes not yet read.
 struct Reader {
@@ -102,7 +100,7 @@ std::optional<std::string> DecodeInteger(Reader& reader, const IntegerLayout& la
   std::uint64_t raw = reader.Take(layout.Size());
   if (layout.isSigned) return Scale(std::to_string(SignExtend(raw, layout.bits)), exponent);
   if (layout.bits < 64) raw &= (std::uint64_t{1} << layout.bits) - 1;
-  if (layout.type == CORVANEBLE_FORMAT_BOOLEAN) return raw ? "true" : "false";
+  if (layout.type == ValueFormat::Boolean) return raw ? "true" : "false";
   return Scale(std::to_string(raw), exponent);
 }
 
@@ -111,30 +109,30 @@ std::optional<std::string> DecodeOne(Reader& reader, const Format& format) {
                                    [&](const auto& entry) { return entry.type == format.type; });
   if (layout != std::end(kIntegers)) return DecodeInteger(reader, *layout, format.exponent);
   switch (format.type) {
-    case CORVANEBLE_FORMAT_FLOAT32:
+    case ValueFormat::Float32:
       if (!reader.Has(4)) return std::nullopt;
       return Number(
           static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(reader.Take(4)))) *
           std::pow(10.0, format.exponent));
-    case CORVANEBLE_FORMAT_FLOAT64:
+    case ValueFormat::Float64:
       if (!reader.Has(8)) return std::nullopt;
       return Number(std::bit_cast<double>(reader.Take(8)) * std::pow(10.0, format.exponent));
-    case CORVANEBLE_FORMAT_SFLOAT:
+    case ValueFormat::SFloat:
       if (!reader.Has(2)) return std::nullopt;
       return MedicalFloat(reader.Take(2), 12, 4, format.exponent);
-    case CORVANEBLE_FORMAT_FLOAT:
+    case ValueFormat::Float:
       if (!reader.Has(4)) return std::nullopt;
       return MedicalFloat(reader.Take(4), 24, 8, format.exponent);
-    case CORVANEBLE_FORMAT_DUINT16: {
+    case ValueFormat::DUInt16: {
       if (!reader.Has(4)) return std::nullopt;
       const auto first = reader.Take(2);
       return std::to_string(first) + " " + std::to_string(reader.Take(2));
     }
-    case CORVANEBLE_FORMAT_UTF8: {
+    case ValueFormat::Utf8: {
       const Bytes rest = reader.TakeRest();
       return Sanitize(std::string(rest.begin(), rest.end()));
     }
-    case CORVANEBLE_FORMAT_UTF16:
+    case ValueFormat::Utf16:
       return Sanitize(FromUtf16(reader.TakeRest()));
     default:
       return std::nullopt;

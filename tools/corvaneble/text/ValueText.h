@@ -1,16 +1,15 @@
 #pragma once
 
+#include <corvaneble/corvaneble.hpp>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "Events.h"
 
 namespace corvaneble::tool {
 
 /// A presentation format of a characteristic.
 struct Format {
-  int type = 0;  ///< CorvaneBLE_ValueFormat
+  ValueFormat type = ValueFormat::Unknown;
   int exponent = 0;
   std::string unit;  ///< UUID, or empty
 };

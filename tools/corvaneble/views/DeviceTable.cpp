@@ -25,15 +25,15 @@ std::string Bar(double rssi) {
 
 }  // namespace
 
-void DeviceTable::Update(const Advertisement& a, Time now) {
+void DeviceTable::Update(const AdvertisementEvent& a, Time now) {
   const auto [entry, isNew] = devices_.try_emplace(a.serverId);
   Device& device = entry->second;
   device.rssi = isNew ? a.rssi : device.rssi + kWeight * (a.rssi - device.rssi);
   device.heard = now;
   if (!a.name.empty()) device.name = a.name;
   if (a.companyId) device.companyId = a.companyId;
-  for (const auto* uuids : {&a.services, &a.servicesWithData})
-    for (const std::string& uuid : *uuids)
+  for (const auto* uuids : {&a.serviceUuids, &a.servicesWithData})
+    for (const std::string& uuid : SplitList(*uuids))
       if (std::find(device.services.begin(), device.services.end(), uuid) == device.services.end())
         device.services.push_back(uuid);
 }

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <corvaneble/corvaneble.hpp>
 #include <cstddef>
 #include <map>
 #include <string>
 
-#include "Events.h"
 #include "Terminal.h"
 
 namespace corvaneble::tool {
@@ -15,7 +15,7 @@ class DeviceTable {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  void Update(const Advertisement& advertisement, Time now);
+  void Update(const AdvertisementEvent& advertisement, Time now);
   std::size_t Size() const { return devices_.size(); }
 
   /// The strongest first, as many as fit; lines end with a line end each. `lines` is their number.

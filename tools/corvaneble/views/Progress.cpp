@@ -2,10 +2,10 @@
 
 namespace corvaneble::tool {
 
-void DiscoveryProgress::OnEvent(const Event& event) {
-  const auto* found = std::get_if<Discovered>(&event);
-  if (!found || found->gattType < 0 || found->gattType > 2) return;
-  ++counts_[found->gattType];
+void DiscoveryProgress::OnEvent(const AnyEvent& event) {
+  const auto* found = std::get_if<DiscoveredEvent>(&event);
+  if (!found) return;
+  ++counts_.at(static_cast<std::size_t>(found->type));
   Show("discovered " + std::to_string(counts_[0]) + " services, " + std::to_string(counts_[1]) +
        " characteristics, " + std::to_string(counts_[2]) + " descriptors");
 }

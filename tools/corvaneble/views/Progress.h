@@ -1,8 +1,9 @@
 #pragma once
 
+#include <array>
 #include <chrono>
+#include <corvaneble/corvaneble.hpp>
 
-#include "Events.h"
 #include "Terminal.h"
 
 namespace corvaneble::tool {
@@ -10,7 +11,7 @@ namespace corvaneble::tool {
 /// Shows on the terminal how far a discovery has come.
 class DiscoveryProgress {
  public:
-  void OnEvent(const Event& event);
+  void OnEvent(const AnyEvent& event);
   void OnRead(int values);
   void Clear() { line_.Clear(); }
 
@@ -18,7 +19,7 @@ class DiscoveryProgress {
   void Show(const std::string& text);
 
   ProgressLine line_;
-  int counts_[3] = {};  // by CorvaneBLE_GattType
+  std::array<int, 3> counts_{};  // by GattType
   std::chrono::steady_clock::time_point shown_;
 };
 
