@@ -145,7 +145,7 @@ TEST(Destroy, ReleasesTheInstanceEvenIfThePlatformThrows) {
   EXPECT_EQ(radio.use_count(), 1);
 }
 
-TEST(ReturnSlots, EndWithTheirThreadOrWithTheirInstance) {
+TEST(ReturnSlots, BelongToAThreadAndEndWithItOrWithTheirInstance) {
   const auto record = std::make_shared<int>();  // every slot holds one reference
   std::optional<ReturnSlots> first{std::in_place};
   ReturnSlots second;
@@ -154,10 +154,12 @@ TEST(ReturnSlots, EndWithTheirThreadOrWithTheirInstance) {
     std::thread(use).join();
   EXPECT_EQ(record.use_count(), 1);
 
+  const ReturnSlot* const mine = &first->OfConfig();
   std::atomic<bool> isUsed = false;
   std::atomic<bool> mayEnd = false;
   std::thread thread([&] {
     use();
+    EXPECT_NE(&first->OfConfig(), mine);
     isUsed = true;
     while (!mayEnd)
       std::this_thread::yield();

@@ -16,7 +16,7 @@ constexpr const char* kScene = R"({"peripherals": [
    "services": [
     {"id": "inner", "uuid": "180A", "handle": 171, "primary": false, "characteristics": [
       {"uuid": "2A29", "handle": 172, "properties": ["read"], "value": {"utf8": "Corvane"}}]},
-    {"id": "weather", "uuid": "181A", "handle": 256, "includes": ["inner"], "characteristics": [
+    {"id": "weather", "uuid": "0x181A", "handle": 256, "includes": ["inner"], "characteristics": [
       {"uuid": "2A6E", "handle": 266,
        "properties": ["read", "write", "notify", "indicate", "writableAuxiliaries"], "value": "1500",
        "stream": {"interval": 1000, "values": ["0100", "0200"]}, "echo": true,
