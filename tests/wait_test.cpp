@@ -100,19 +100,6 @@ TEST(AsyncWait, ALateCompletionTouchesNothing) {
   EXPECT_EQ(*result.value, 1);
 }
 
-TEST(AsyncWait, ACodeStoredByTheHostMeanwhileDecidesNothing) {
-  Waiter waiter(std::make_shared<ManualTime>(0, true));
-  const auto operation = std::make_shared<Operation>();
-  waiter.time->onStep = [&] {
-    waiter.errors.SetLastCode(432);  // a Get with a bad index from inside a callback
-    operation->Complete(std::make_shared<int>(3));
-  };
-  const auto result = waiter.wait.Await([&]() -> AsyncOperationPtr<int> { return operation; });
-  EXPECT_EQ(result.status.Code(), 0);
-  ASSERT_TRUE(result.value);
-  EXPECT_EQ(*result.value, 3);
-}
-
 TEST(CallGate, ClosingWaitsForOthersButNotForItself) {
   CallGate gate;
   std::atomic<bool> inside = false;
