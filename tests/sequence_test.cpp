@@ -10,7 +10,7 @@ namespace {
 
 /// A device with something of everything: a service with two parents, one without a name, letters
 /// among the digits of its handles, descriptions in another script, a configured format.
-constexpr const char* kScene = R"({"peripherals": [
+constexpr const char* kRichScene = R"({"peripherals": [
   {"address": "00A050C4E2F1", "name": "M\u00e4\u00dfger\u00e4t",
    "advertising": {"interval": 100, "rssi": -42, "data": {"services": ["181A"], "name": "Meter"}},
    "services": [
@@ -32,7 +32,7 @@ constexpr const char* kScene = R"({"peripherals": [
        "properties": ["broadcast", "indicate"], "value": "07"}]}]}]})";
 
 TEST(Sequence, FromScanToDisconnect) {
-  Host host(kScene);
+  Host host(kRichScene);
   host.Config("LogLevel=3");
   ExpectPlayed(host, R"(
 > StartScanning 181a
@@ -190,7 +190,7 @@ TEST(Sequence, FromScanToDisconnect) {
 }
 
 TEST(Sequence, TheReportOfTheTree) {
-  Host host(kScene);
+  Host host(kRichScene);
   ASSERT_EQ(Play(host, R"(> Config CodePage=1252
 > Config AutoDiscoverIncludedServices=True
 > Connect 00A050C4E2F1
