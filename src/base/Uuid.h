@@ -44,8 +44,8 @@ struct Uuid {
   /// 3.2.1).
   constexpr UuidBytes AttForm() const { return InBytes(AssignedNumber16() ? 2 : 16); }
 
-  /// The shortest form that advertising data have for the UUID: 2, 4 or 16 bytes (Core
-  /// Specification Supplement, Part A, 1.1).
+  /// The shortest form that advertising data have for the UUID: 2, 4 or 16 bytes
+  /// (Supplement to the Bluetooth Core, 1.1).
   constexpr UuidBytes AdvertisingForm() const {
     if (*this != FromAssignedNumber(data1)) return InBytes(16);
     return InBytes(AssignedNumber16() ? 2 : 4);

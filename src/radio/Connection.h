@@ -33,7 +33,7 @@ class Connection {
   Status Connect(std::string_view serverId);
 
   /// Tells the radio how long calls wait; when that has changed.
-  void ApplyTimeout() { parts_.link.Get().SetWaitLimit(parts_.link.wait.Limit()); }
+  void ApplyTimeout() const { parts_.link.Get().SetWaitLimit(parts_.link.wait.Limit()); }
 
   /// Forgets what was discovered and releases the device; nothing happens without one.
   Status Disconnect();
