@@ -9,18 +9,18 @@
 
 namespace corvaneble::tool {
 
-/// What was asked for makes no sense; said only once the command runs. Ends the tool with `kUsage`.
+/// A wrong argument that is only found while the command runs. Ends the tool with `kUsage`.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// What the tool ends with.
+/// The exit codes of the tool.
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kInterrupted = 130 };
 
-/// The options in front of the command, and the command that was chosen.
+/// The options of all commands, and the chosen command.
 struct Session {
-  std::string radio;  ///< empty: what the environment says
+  std::string radio;  ///< empty: CORVANEBLE_RADIO decides
   int timeout = -1;   ///< seconds; negative: the library's own
   int logLevel = 0;
   bool json = false;
@@ -46,15 +46,15 @@ void AddAddress(CLI::App& command, std::string& address);
 /// Adds the positional arguments for a service and a characteristic of it.
 void AddCharacteristic(CLI::App& command, AttributePath& path);
 
-/// Checks an argument: what is wrong with `text` as a UUID or an identifier; empty when nothing is.
+/// Checks that an argument is a UUID or an identifier. Returns a complaint, empty if it is fine.
 std::string CheckAttribute(const std::string& text);
 
-/// The same for a UUID, for a time in seconds and for a count.
+/// The same for a UUID, a time in seconds and a count.
 std::string CheckUuid(const std::string& text);
 std::string CheckSeconds(const std::string& text);
 std::string CheckCount(const std::string& text);
 
-/// The lines under a command's help.
+/// The examples below a command's help.
 std::string Examples(std::initializer_list<const char*> lines);
 
 }  // namespace corvaneble::tool

@@ -15,7 +15,7 @@ extern "C" void OnInterrupt(int /*signal*/) {
 
 }  // namespace
 
-// The first interrupt restores the default: a second one ends the program, whatever it is doing.
+// The first interrupt restores the default action, so that a second one ends the program at once.
 
 #ifdef _WIN32
 void WatchForInterrupt() {
@@ -23,11 +23,12 @@ void WatchForInterrupt() {
   std::signal(SIGTERM, OnInterrupt);
 }
 
-InterruptibleCalls::InterruptibleCalls() = default;  // they are
+InterruptibleCalls::InterruptibleCalls() = default;  // on Windows every call is
 InterruptibleCalls::~InterruptibleCalls() = default;
 #else
 void WatchForInterrupt() {
-  // Calls that were interrupted go on, so that no output is lost; std::signal leaves that open.
+  // SA_RESTART, which std::signal does not guarantee: an interrupted call goes on and no output is
+  // lost.
   struct sigaction action {};
   action.sa_handler = OnInterrupt;
   action.sa_flags = SA_RESTART | SA_RESETHAND;

@@ -2,14 +2,14 @@
 
 namespace corvaneble::tool {
 
-/// From now on the first Ctrl-C (or termination request) only makes `Interrupted` true; the second
-/// one ends the process, in case an operation of the radio takes too long. A reader that leaves our
-/// pipe ends the process quietly. Call once, early.
+/// From now on the first Ctrl-C (or termination request) only makes `Interrupted` true. The second
+/// one ends the process, in case an operation of the radio takes too long. A closed output pipe
+/// ends the process without a message. Call once, early.
 void WatchForInterrupt();
 
 bool Interrupted();
 
-/// While it lives, an interrupt also ends a call to the system that waits, such as for input.
+/// While it exists, an interrupt also ends a blocking system call, such as reading input.
 class InterruptibleCalls {
  public:
   InterruptibleCalls();
@@ -18,7 +18,7 @@ class InterruptibleCalls {
   InterruptibleCalls& operator=(const InterruptibleCalls&) = delete;
 };
 
-/// What an interrupted command throws once it is between two operations.
+/// Thrown by `StopIfInterrupted`, which commands call between two operations.
 struct InterruptedError {};
 void StopIfInterrupted();
 

@@ -21,7 +21,7 @@
 namespace corvaneble::tool {
 namespace {
 
-/// The errno of the first output that was lost; written where events are shown, on one thread.
+/// The errno of the first output that was lost. Used on the main thread only.
 int outputError = 0;
 
 std::FILE* File(Stream stream) {
@@ -61,8 +61,8 @@ TerminalSize OutputSize() {
 
 void OccupyClosedStreams() {
 #ifndef _WIN32
-  // A new file takes the lowest number that is free. Opened the wrong way round, so that using it
-  // fails as before.
+  // A new file gets the lowest free number. The direction is the wrong one, so that using the
+  // stream still fails.
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     if (fcntl(stream, F_GETFD) == -1)
       (void)open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);

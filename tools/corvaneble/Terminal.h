@@ -19,28 +19,28 @@ struct TerminalSize {
 };
 TerminalSize OutputSize();
 
-/// Takes the places of standard streams that were closed, so that no file or connection opened
-/// later gets what is meant for them. Call first.
+/// Opens standard streams that were closed, so that no file or connection opened later takes their
+/// numbers. Call first.
 void OccupyClosedStreams();
 
-/// From now on standard input is taken byte for byte.
+/// Reads standard input without any conversion from now on.
 void UseBinaryInput();
 
-/// Writes to standard output or standard error, at once.
+/// Writes to standard output or standard error, without buffering.
 void Write(Stream stream, std::string_view text);
 void WriteLine(std::string line);
 
-/// Throws when something written to standard output was lost, as on a full disk. What goes on
-/// writing asks now and then.
+/// Throws if something written to standard output was lost, as on a full disk. Loops that write
+/// call it regularly.
 void CheckOutput();
 
-/// A message for the person at the terminal, on standard error: "corvaneble: TEXT".
+/// Writes a message to standard error: "corvaneble: TEXT".
 void Complain(std::string_view text);
 
-/// Replaces the environment variable, for this process and the library in it.
+/// Sets an environment variable of this process, the library included.
 void SetEnvironment(const char* name, const std::string& value);
 
-/// A line on standard error that replaces itself; nothing when standard error is no terminal.
+/// A status line on standard error that is overwritten in place; nothing if it is no terminal.
 class ProgressLine {
  public:
   ProgressLine() = default;

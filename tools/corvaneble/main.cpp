@@ -64,7 +64,7 @@ void AddGlobalOptions(CLI::App& app, Session& session) {
   app.add_flag("--json", session.json, "One JSON object a line, for scripts");
 }
 
-/// A scenario or capture file that could not be played shows up at the first use of its radio.
+/// Whether a scenario or capture file is at fault: it is only read when its radio is first used.
 bool IsBadRadioFile(const Error& failure) {
   const char* radio = std::getenv(kRadioVariable);
   return failure.Code() == CORVANEBLE_ERROR_PLATFORM_FAILURE && radio &&
@@ -93,7 +93,7 @@ int Run(Session& session) {
   }
 }
 
-/// What is wrong with a radio that the environment names, where the command line names none.
+/// Checks the radio of the environment, if the command line names none. Returns a complaint or "".
 std::string CheckRadioVariable(const Session& session) {
   const char* radio = std::getenv(kRadioVariable);
   if (!session.radio.empty() || !radio || !*radio) return "";
@@ -101,7 +101,7 @@ std::string CheckRadioVariable(const Session& session) {
   return wrong.empty() ? "" : std::string(kRadioVariable) + ": " + wrong;
 }
 
-/// The arguments ask for no command: for help, or for something that does not exist.
+/// Handles arguments that run no command: those that ask for help, and wrong ones.
 int EndOfParsing(CLI::App& app, Session& session, const CLI::ParseError& error) {
   const auto words = app.remaining();
   if (app.get_subcommands().empty() && !words.empty() && words.front().substr(0, 1) != "-") {
@@ -125,7 +125,7 @@ int Main(int argc, char** argv) {
   CLI::App app(kDescription, "corvaneble");
   app.footer(kFooter);
   app.set_version_flag("--version", "corvaneble " CORVANEBLE_VERSION);
-  app.require_subcommand(0, 1);  // so that a word that is no command is named
+  app.require_subcommand(0, 1);  // a word that is no command is reported by `EndOfParsing`
   app.fallthrough();
   AddGlobalOptions(app, session);
   AddScanCommand(app, session);

@@ -8,8 +8,8 @@ namespace corvaneble::tool {
 namespace {
 
 constexpr double kMargin = 0.04;         // of the range, above and below the values
-constexpr double kSmallestRange = 1e-9;  // of the values: what is narrower counts as constant
-constexpr double kRounding = 1e-6;       // of a step: a tick that far outside is still on the edge
+constexpr double kSmallestRange = 1e-9;  // of the values; a smaller one counts as constant
+constexpr double kRounding = 1e-6;       // of a step: how far outside a tick still counts as inside
 
 /// The smallest of 1, 2 and 5 times a power of ten that is no less than `width`.
 double RoundStep(double width) {

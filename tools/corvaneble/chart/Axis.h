@@ -11,15 +11,15 @@ class Axis {
   /// From the lowest to the highest value, with about `ticks` ticks in between.
   static Axis Exactly(double low, double high, int ticks);
 
-  /// Widened to the next ticks outside, so that no line lies on the frame; a range without extent
-  /// gets some. Does not reach below 0 when no value does.
+  /// Widened to the next ticks outside, so that no line lies on the frame. An empty range is
+  /// widened too. Begins at 0 or above if all values do.
   static Axis Around(double low, double high, int ticks);
 
   /// Where a value lies: 0 at the low end, 1 at the high end.
   double Share(double value) const { return (value - low_) / (high_ - low_); }
   const std::vector<double>& Ticks() const { return ticks_; }
 
-  /// As many places as tell the ticks apart.
+  /// The text of a tick, with enough places to tell the ticks apart.
   std::string Label(double tick) const;
 
  private:

@@ -25,7 +25,7 @@ constexpr double kOneOfPanels = 210;
 constexpr double kLegendRow = 22;
 constexpr double kBetweenPanels = 20;
 constexpr double kSwatch = 22;
-constexpr double kLetter = 6.8;  // a generous mean at 12 px
+constexpr double kLetter = 6.8;  // average width at 12 px, rounded up
 constexpr double kDigit = 7.7;
 constexpr std::size_t kLongestName = 48;
 
@@ -42,7 +42,7 @@ constexpr char kOfflineFill[] = "#f1f2f4";
 constexpr const char* kColors[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
                                    "#e69f00", "#56b4e9", "#7a4fa3", "#666666"};
 
-/// The series of one unit, with the look that each has.
+/// The series of one unit, with their line styles.
 struct Panel {
   std::string unit;
   std::vector<const ChartSeries*> series;
@@ -187,7 +187,7 @@ class Drawing {
                           {"stroke", color}});
   }
 
-  /// Returns where the plot begins.
+  /// Returns the upper edge of the plot.
   double DrawLegend(const Panel& panel, double y) {
     double x = 0;
     for (std::size_t i = 0; i < panel.series.size(); ++i) {

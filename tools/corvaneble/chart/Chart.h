@@ -7,7 +7,7 @@ namespace corvaneble::tool {
 
 struct ChartPoint {
   double seconds = 0;
-  double value = 0;  ///< not a number: the line is interrupted here
+  double value = 0;  ///< NaN interrupts the line
 };
 
 struct ChartSeries {
@@ -16,7 +16,7 @@ struct ChartSeries {
   std::vector<ChartPoint> points;  ///< in the order of time
 };
 
-/// A stretch of time, in seconds.
+/// A period of time, in seconds.
 struct ChartGap {
   double begin = 0;
   double end = 0;
@@ -26,13 +26,13 @@ struct ChartGap {
 struct Chart {
   std::string title;
   std::string subtitle;
-  double seconds = 0;  ///< the length of the time axis, from 0 on
+  double seconds = 0;  ///< the end of the time axis, which begins at 0
   std::vector<ChartSeries> series;
   std::vector<ChartGap> offline;  ///< when the device could not be reached
 };
 
-/// The chart as an SVG document: a panel for each unit, one above the other, with the time axis in
-/// common. Series without any number are left out.
+/// The chart as an SVG document: one panel below the other for each unit, with a common time axis.
+/// Series without any number are left out.
 std::string ChartSvg(const Chart& chart);
 
 }  // namespace corvaneble::tool

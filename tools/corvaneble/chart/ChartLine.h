@@ -12,19 +12,18 @@ struct LineStyle {
   bool dashed;
 };
 
-/// A point on the paper, in pixels.
+/// A point of the drawing, in pixels.
 struct PlotPoint {
   double x;
   double y;
 };
 
-/// Draws a series as a line, with a dot for each value while there are few. Values that share a
-/// column of pixels are reduced to the first, the lowest, the highest and the last of them, which
-/// looks the same.
+/// Draws a series as a line, with a dot for each value if there are few. Values in the same column
+/// of pixels are reduced to the first, the lowest, the highest and the last, which looks the same.
 void DrawLine(SvgWriter& svg, const LineStyle& style, const ChartSeries& series,
               const std::function<PlotPoint(const ChartPoint&)>& place);
 
-/// The sample of a line in a legend.
+/// Draws the sample of a line in a legend.
 void DrawSwatch(SvgWriter& svg, const LineStyle& style, double x, double y, double width);
 
 }  // namespace corvaneble::tool

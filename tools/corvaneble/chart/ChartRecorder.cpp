@@ -18,7 +18,7 @@ void Require(bool good, const std::string& file) {
 }  // namespace
 
 ChartRecorder::ChartRecorder(std::string file) : file_(std::move(file)) {
-  // Now, not after an hour of watching; what the file holds is kept until there is something new.
+  // Fails now rather than after an hour of watching. The file keeps its content until `Write`.
   Require(std::ofstream(file_, std::ios::app).is_open(), file_);
 }
 
@@ -33,7 +33,7 @@ void ChartRecorder::AddSource(const WatchedCharacteristic& characteristic) {
 void ChartRecorder::Add(std::size_t source, double seconds, const Interpretation& meaning) {
   ChartSeries& series = chart_.series[source];
   if (meaning.number && series.unit.empty()) series.unit = meaning.unit;
-  // One axis, one unit: a thermometer that changes to the other scale interrupts its line.
+  // An axis has one unit: values in another one, as after a change of scale, interrupt the line.
   const bool fits = meaning.number && meaning.unit == series.unit;
   series.points.push_back({seconds, fits ? *meaning.number : kNoNumber});
 }

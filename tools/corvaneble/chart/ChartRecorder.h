@@ -9,8 +9,8 @@
 
 namespace corvaneble::tool {
 
-/// Keeps the numbers of a watch and draws them when it is over. Times are in seconds since the
-/// watch began.
+/// Records the numbers of a watch and draws them at its end. Times are in seconds since the watch
+/// began.
 class ChartRecorder {
  public:
   /// Throws when `file` cannot be written.

@@ -7,13 +7,13 @@
 
 namespace corvaneble::tool {
 
-/// Text for XML: sanitised, with the characters that mean something in XML escaped.
+/// Sanitised text with the special characters of XML escaped.
 std::string XmlText(std::string_view text);
 
-/// A coordinate with a tenth of a pixel, which is as fine as an eye sees.
+/// A coordinate, rounded to a tenth of a pixel.
 std::string Pixels(double value);
 
-/// Writes the elements of an SVG document, one a line.
+/// Writes the elements of an SVG document, one on each line.
 class SvgWriter {
  public:
   using Attribute = std::pair<std::string_view, std::string>;
@@ -26,7 +26,7 @@ class SvgWriter {
   void Open(std::string_view name, Attributes attributes);
   void Close(std::string_view name);
 
-  /// The document, closed; the writer is done with.
+  /// Ends the document and returns it. The writer cannot be used afterwards.
   std::string Finish();
 
  private:

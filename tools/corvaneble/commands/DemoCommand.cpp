@@ -7,6 +7,7 @@
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "gatt/GattTree.h"
+#include "gatt/Link.h"
 #include "text/Names.h"
 #include "text/Report.h"
 #include "text/Text.h"
@@ -16,7 +17,7 @@ namespace {
 
 constexpr char kHeartRate[] = "180D";
 
-/// The tour: who is there, what does the heart-rate strap offer, good-bye.
+/// The tour: scans, shows what the heart-rate strap offers, disconnects.
 class Demo {
  public:
   explicit Demo(const Session& session)

@@ -11,12 +11,12 @@
 namespace corvaneble::tool {
 namespace {
 
-/// Whether a radio can scan here, and if not, why.
+/// Whether a radio can scan here, or the reason why it cannot.
 struct Verdict {
   bool usable = false;
   int code = 0;
   std::string text;
-  std::vector<std::string> notices;  ///< what the radio itself has to say
+  std::vector<std::string> notices;  ///< log lines of the radio itself
 };
 
 Verdict Try(const Session& session, const std::string& radio) {

@@ -6,7 +6,7 @@
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "gatt/Attributes.h"
-#include "gatt/GattTree.h"
+#include "gatt/Link.h"
 #include "text/Report.h"
 
 namespace corvaneble::tool {

@@ -5,6 +5,7 @@
 #include "Host.h"
 #include "Terminal.h"
 #include "gatt/GattTree.h"
+#include "gatt/Link.h"
 #include "text/Report.h"
 #include "text/Text.h"
 #include "views/Progress.h"
@@ -24,7 +25,7 @@ int RunReport(const Session& session, const ReportOptions& options) {
   DiscoverAll(*host, options.descriptors);
   std::string report = host->Config("GattObjTreeInfo");
   progress.Clear();
-  std::erase(report, '\r');  // its lines end as ours do
+  std::erase(report, '\r');  // the line ends of all other output
   if (session.json)
     WriteLine(Dump(Json{{"id", options.address}, {"report", report}}));
   else

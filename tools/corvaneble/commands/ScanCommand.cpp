@@ -24,7 +24,7 @@ struct ScanOptions {
   std::uint64_t count = std::numeric_limits<std::uint64_t>::max();
 };
 
-/// Shows advertisements as they come: the table on a terminal, lines everywhere else.
+/// Shows advertisements: a table on a terminal, lines elsewhere.
 class ScanView {
  public:
   ScanView(bool json, bool live) : json_(json), live_(live) {}
@@ -36,7 +36,7 @@ class ScanView {
     changed_ = true;
   }
 
-  /// Draws the table anew, not more often than an eye can follow.
+  /// Redraws the table, a few times a second at most.
   void Refresh(bool last = false) {
     const auto now = steady_clock::now();
     const auto interval = std::chrono::milliseconds(changed_ ? 250 : 1000);

@@ -5,6 +5,7 @@
 #include "Host.h"
 #include "Terminal.h"
 #include "gatt/GattTree.h"
+#include "gatt/Link.h"
 #include "text/Report.h"
 #include "views/Progress.h"
 

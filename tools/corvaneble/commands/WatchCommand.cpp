@@ -11,7 +11,7 @@
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "chart/ChartRecorder.h"
-#include "gatt/GattTree.h"
+#include "gatt/Link.h"
 #include "gatt/WatchTargets.h"
 #include "text/Interpretation.h"
 #include "text/Text.h"
@@ -58,7 +58,7 @@ class Watch {
     SubscribeToSome();
     try {
       Follow(link);
-    } catch (...) {  // what was seen until then is worth its chart
+    } catch (...) {  // the values so far are drawn all the same
       if (recorder_) Draw(name);
       host_.TellDropped();
       throw;
@@ -85,26 +85,27 @@ class Watch {
     }
   }
 
-  /// Identifiers are handles, which may mean something else by now: what was discovered is good for
-  /// nothing, and the library forgets it only with the link.
+  /// Discovers and subscribes again after a change of services. Identifiers are made of handles,
+  /// which may belong to other attributes now, and the library forgets them only when it
+  /// disconnects.
   void StartAnew(Link& link) {
     Say("the device has changed its services; looking for the characteristics again");
     if (recorder_) recorder_->LinkLost(Elapsed());
     try {
       link.Renew();
-      host_.DropRest();  // values of identifiers that mean something else from here on
+      host_.DropRest();  // their identifiers may belong to other characteristics now
       backAgain_ = changed_ = false;
       SetSources(FindWatched(*host_, options_.wish));
       SubscribeToSome();
     } catch (const Error&) {
       if (!offline_) throw;
-      changed_ = true;  // once more when the link is back
+      changed_ = true;  // tried again when the link is back
       return;
     }
     if (recorder_ && !offline_) recorder_->LinkBack(Elapsed());
   }
 
-  /// What is found again goes on where it was shown before, whatever its identifier is now.
+  /// A characteristic that is found again, by its UUID, continues the source it was before.
   void SetSources(const std::vector<WatchedCharacteristic>& found) {
     sources_.clear();
     for (WatchedCharacteristic& gone : watched_)
@@ -135,8 +136,8 @@ class Watch {
     return std::chrono::duration<double>(time - begin_).count();
   }
 
-  /// The library was never asked whether we are subscribed, so that it takes nothing for known and
-  /// writes the configuration again when a link came back.
+  /// Also after a lost link: the tool never reads `CharacteristicSubscribed`, so the library caches
+  /// nothing and writes the configuration again.
   void SubscribeAll() {
     subscribed_ = 0;
     ListenForChanges();
@@ -149,24 +150,22 @@ class Watch {
       } catch (const Error& failure) {
         Say(std::to_string(failure.Code()) + " " + failure.what() + " (" + characteristic.Label() +
             ")");
-        if (offline_) return;  // the next time it is back
+        if (offline_) return;  // subscribed when it is back
         failed_ = true;
         if (LinkIsGone(failure.Code())) return;
       }
     }
   }
 
-  /// The library asks a device to tell of changed services when it has discovered all of them, on
-  /// each link once.
+  /// Once on each link, a discovery of all services makes the library subscribe to their changes.
   void ListenForChanges() {
     try {
       host_->DiscoverServices();
-    } catch (const Error&) {  // what keeps it from this keeps it from subscribing, and is
-                              // said there
+    } catch (const Error&) {  // subscribing will fail for the same reason and report it
     }
   }
 
-  /// Being disconnected ends what could not be ended here.
+  /// Subscriptions that cannot be ended here end with the link.
   void UnsubscribeAll() {
     for (const auto& [id, source] : sources_) {
       if (offline_) return;
@@ -229,17 +228,17 @@ class Watch {
   const std::unique_ptr<WatchView> view_;
   std::optional<ChartRecorder> recorder_;
   std::vector<WatchedCharacteristic> watched_;
-  // By characteristic, into `watched_`, where also those are that the device has no more.
+  // From the identifier to the index in `watched_`, which also keeps characteristics that are gone.
   std::map<std::string, std::size_t, std::less<>> sources_;
   steady_clock::time_point begin_;
   system_clock::time_point beginUtc_;
   std::size_t subscribed_ = 0;
   std::uint64_t received_ = 0;
   bool offline_ = false;
-  bool backAgain_ = false;  // subscriptions are to be made again
-  bool changed_ = false;    // the device's services are others
+  bool backAgain_ = false;  // the link is: subscribe again
+  bool changed_ = false;    // the device has changed its services
   bool failed_ = false;
-  bool over_ = false;  // values come only because unsubscribing takes its time
+  bool over_ = false;  // values that come while unsubscribing are not shown
   Host host_;          // last: its events use all of the above
 };
 

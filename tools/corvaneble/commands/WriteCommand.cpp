@@ -6,7 +6,7 @@
 #include "Interrupt.h"
 #include "Terminal.h"
 #include "gatt/Attributes.h"
-#include "gatt/GattTree.h"
+#include "gatt/Link.h"
 #include "text/Report.h"
 #include "text/Text.h"
 #include "text/ValueInput.h"
@@ -25,8 +25,7 @@ struct WriteOptions {
   std::string digits;
 };
 
-/// Tells which of the remaining arguments is what: digits come last, unless an option has the
-/// value.
+/// Assigns the remaining arguments: a descriptor, then digits unless an option gives the value.
 void SortOutRest(WriteOptions& options) {
   auto& rest = options.rest;
   if (!options.input.FromOption()) {
@@ -67,7 +66,7 @@ int RunWrite(const Session& session, const WriteOptions& options, Response respo
 
 constexpr char kDigitsHelp[] = "The bytes in hexadecimal, unless there is --text or --file";
 
-/// Adds a positional argument that ends up in `rest`.
+/// Adds a positional argument that is appended to `rest`.
 void AddRest(CLI::App& command, const char* name, const char* help,
              const std::shared_ptr<WriteOptions>& options) {
   command.add_option_function<std::string>(

@@ -55,7 +55,7 @@ int FindService(Client& client, const std::string& wanted) {
     client.DiscoverServices(wanted);
     if (!Matches(client, kServices, wanted).empty()) return TheOne(client, kServices, wanted);
   }
-  DiscoverAllServices(client);  // it may be one that only another one includes
+  DiscoverAllServices(client);  // it may be included by another one only
   return TheOne(client, kServices, wanted);
 }
 

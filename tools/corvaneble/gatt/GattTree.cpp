@@ -1,7 +1,9 @@
 #include "gatt/GattTree.h"
 
+#include <utility>
+
 #include "Interrupt.h"
-#include "text/Text.h"
+#include "gatt/Link.h"
 
 namespace corvaneble::tool {
 namespace {
@@ -43,7 +45,8 @@ std::vector<CharacteristicInfo> CharacteristicsOf(Client& client, const std::str
 
 void DiscoverAllServices(Client& client) {
   client.DiscoverServices();
-  // What a service includes is appended to the list when it is new, so this ends, circles or not.
+  // New services are appended to the list, known ones are not, so this ends even if services
+  // include each other.
   for (int i = 0; i < client.ServiceCount(); ++i) {
     StopIfInterrupted();
     client.DiscoverServices("", client.ServiceId(i));
@@ -96,23 +99,6 @@ void ReadValues(Client& client, GattTree& tree, const std::function<void(int)>& 
       for (DescriptorInfo& descriptor : info.descriptors)
         if (!read(descriptor.value, {service.id, info.id, descriptor.id})) return;
     }
-}
-
-bool LinkIsGone(int code) {
-  return code == CORVANEBLE_ERROR_TIMEOUT || code == CORVANEBLE_ERROR_NOT_CONNECTED ||
-         code == CORVANEBLE_ERROR_UNREACHABLE;
-}
-
-void Link::Renew() {
-  client_.Disconnect();
-  client_.Connect(address_);
-}
-
-Link::~Link() {
-  try {
-    client_.Disconnect();
-  } catch (const Error&) {  // the instance is about to be destroyed and closes it then
-  }
 }
 
 }  // namespace corvaneble::tool

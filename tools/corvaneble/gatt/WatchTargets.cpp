@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "gatt/Attributes.h"
 #include "gatt/GattTree.h"
+#include "gatt/Link.h"
 #include "text/Names.h"
 #include "text/Text.h"
 
@@ -29,7 +30,7 @@ class Targets {
     try {
       target.userDescription = client_.CharacteristicUserDescription(index);
       target.formats = FormatsOf(client_, index);
-    } catch (const Error& failure) {  // values can do without
+    } catch (const Error& failure) {  // the values can be shown without them
       if (LinkIsGone(failure.Code())) throw;
     }
     found_.push_back(std::move(target));

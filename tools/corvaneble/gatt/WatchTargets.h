@@ -9,10 +9,10 @@
 
 namespace corvaneble::tool {
 
-/// Which characteristics a person wants to watch.
+/// The characteristics that the user wants to watch.
 struct WatchWish {
   std::vector<std::string> pairs;            ///< service, characteristic, service, ...
-  std::vector<std::string> characteristics;  ///< of whatever service; a UUID means all it fits
+  std::vector<std::string> characteristics;  ///< of any service; a UUID may match several
   bool all = false;                          ///< every one that can notify or indicate
 };
 
@@ -24,12 +24,12 @@ struct WatchedCharacteristic {
   std::string userDescription;
   std::vector<Format> formats;
 
-  /// What a person would call it.
+  /// What the user calls it: the description, else the name, else the UUID.
   std::string Label() const;
 };
 
-/// Discovers as much as is needed; each characteristic is there once. Throws when one that was
-/// named does not exist.
+/// Discovers as much as is needed and finds each characteristic once. Throws if a named one does
+/// not exist.
 std::vector<WatchedCharacteristic> FindWatched(Client& client, const WatchWish& wish);
 
 }  // namespace corvaneble::tool

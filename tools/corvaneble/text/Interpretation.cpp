@@ -21,8 +21,8 @@ struct NumberField {
   Format format;
 };
 
-/// GATT Supplement, under the names of these characteristics. Flags come first in the
-/// measurements; what follows the number (energy, intervals, time stamp) is left aside.
+/// GATT Supplement, under the names of these characteristics. Measurements begin with flags; fields
+/// after the number (energy, intervals, time stamp) are ignored.
 std::optional<NumberField> ProfileField(std::string_view number, const Bytes& value) {
   if (value.empty()) return std::nullopt;
   const bool flag = value[0] & 1;

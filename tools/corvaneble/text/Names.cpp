@@ -13,7 +13,7 @@ struct NamedNumber {
   std::string_view name;
 };
 
-// Assigned Numbers, 3.4.1: those worth a word in a table of devices.
+// Assigned Numbers, 3.4.1: services of everyday devices.
 constexpr NamedNumber kServices[] = {
     {"1800", "Generic Access"},     {"1801", "Generic Attribute"}, {"1803", "Link Loss"},
     {"1805", "Current Time"},       {"1808", "Glucose"},           {"1809", "Thermometer"},
@@ -74,7 +74,7 @@ constexpr std::string_view kFlags[] = {"broadcast",    "read",           "write-
                                        "write",        "notify",         "indicate",
                                        "signed-write", "reliable-write", "writable-auxiliaries"};
 
-// Assigned Numbers, 2.4.1, by CorvaneBLE_ValueFormat.
+// Assigned Numbers, 2.4.1, indexed by ValueFormat.
 constexpr std::string_view kFormats[] = {
     "unknown", "boolean",    "uint2",      "uint4",    "uint8",   "uint12",  "uint16",
     "uint24",  "uint32",     "uint48",     "uint64",   "uint128", "sint8",   "sint12",

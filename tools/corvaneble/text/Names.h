@@ -7,26 +7,26 @@
 
 namespace corvaneble::tool {
 
-/// The four digits of a UUID that lies on the Bluetooth base UUID and fits, else all of it.
+/// Four digits for a 16-bit UUID on the Bluetooth base UUID; any other UUID unchanged.
 std::string ShortUuid(std::string_view uuid);
 
-/// The 36-character form of 4, 8, 32 or 36 characters; empty when `text` is no UUID.
+/// The 36-character form of 4, 8, 32 or 36 characters; empty if `text` is no UUID.
 std::string CanonicalUuid(std::string_view text);
 
-/// A handful of services that everyday devices advertise; else the short UUID.
+/// The name of a service that everyday devices advertise; the short UUID of any other.
 std::string ServiceName(std::string_view uuid);
 
-/// The sign of a unit ("°C", "%"), or its short UUID when it is not an everyday one; empty for
-/// values without a unit.
+/// The sign of a unit ("°C", "%"), or its short UUID if it is not a common one; empty for values
+/// without a unit.
 std::string UnitSign(std::string_view uuid);
 
-/// "degree Celsius", "percentage", ...; empty for a unit without an everyday sign.
+/// "degree Celsius", "percentage", ...; empty for a unit that is not a common one.
 std::string UnitName(std::string_view uuid);
 
-/// "read", "write", "notify", ...: the words for a characteristic's flags, in the order of bits.
+/// The names of a characteristic's flags ("read", "write", "notify", ...), in the order of bits.
 std::vector<std::string> FlagNames(Flags flags);
 
-/// "uint16", "medfloat16", "utf8", ...
+/// The name of a presentation format ("uint16", "medfloat16", "utf8", ...).
 std::string_view FormatName(ValueFormat format);
 
 }  // namespace corvaneble::tool

@@ -10,10 +10,10 @@
 
 namespace corvaneble::tool {
 
-/// Keeps the order of its fields: scripts and people see the same text every time.
+/// JSON that keeps the order of its fields, so that the output is always the same.
 using Json = nlohmann::ordered_json;
 
-/// One line of pure ASCII, so that nothing a device sent can disturb a terminal.
+/// JSON as one line of ASCII: nothing that a device sent can disturb a terminal.
 std::string Dump(const Json& json);
 
 Json AdvertisementJson(const AdvertisementEvent& advertisement);
@@ -21,10 +21,10 @@ std::string AdvertisementLine(const AdvertisementEvent& advertisement);
 
 Json ValueJson(const Bytes& value, const std::vector<Format>& formats);
 
-/// Where an attribute was found, with its value if there is one.
+/// An attribute that was found, with its value unless that is null.
 Json FoundJson(const FoundAttribute& found, const Bytes* value);
 
-/// `48 65 79  "Hey"  = 36.6 °C`: bytes, then text and meaning as far as there are any.
+/// `48 65 79  "Hey"  = 36.6 °C`: the bytes, then text and meaning if there are any.
 std::string ValueLine(const Bytes& value, const std::vector<Format>& formats);
 
 std::string ValueLine(const Bytes& value, const std::optional<std::string>& decoded);

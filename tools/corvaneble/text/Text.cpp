@@ -21,8 +21,8 @@ void AppendUtf8(std::string& out, char32_t c) {
     out += static_cast<char>(0x80 | (c >> (6 * i) & 0x3F));
 }
 
-/// Takes one character off the front of `text`, which is not empty; nothing, and one byte taken,
-/// when there is no valid one.
+/// Removes the first character of `text`, which must not be empty, and returns it. If it is not
+/// valid, removes one byte and returns nothing.
 std::optional<char32_t> TakeCharacter(std::string_view& text) {
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const unsigned lead = byte(0);

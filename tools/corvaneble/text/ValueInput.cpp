@@ -14,7 +14,7 @@
 namespace corvaneble::tool {
 namespace {
 
-/// Bluetooth Core 5.4, Vol 3 Part F, 3.2.9.
+/// The longest attribute value (Bluetooth Core 5.4, Vol 3 Part F, 3.2.9).
 constexpr std::size_t kLongestValue = 512;
 
 constexpr char kSeparators[] = " \t\r\n,:-";
@@ -28,7 +28,7 @@ int Digit(char c) {
   throw UsageError("cannot read " + name + ": " + std::strerror(error));
 }
 
-/// At most one byte more than a value can have: enough to see that it is too long.
+/// Reads one byte more than a value can have at most, which shows that a file is too long.
 Bytes ReadSome(std::FILE* file, const std::string& name) {
   Bytes bytes(kLongestValue + 1);
   bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));

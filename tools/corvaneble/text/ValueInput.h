@@ -11,7 +11,7 @@ namespace corvaneble::tool {
 /// dashes between bytes and "0x" in front are allowed. Throws `UsageError` for anything else.
 Bytes ParseHex(std::string_view text);
 
-/// Where the value to write comes from: `--text`, `--file`, or hexadecimal digits.
+/// The value to write: from `--text`, `--file` or hexadecimal digits.
 class ValueInput {
  public:
   /// Adds the two options; this object must outlive the parsing.
@@ -20,8 +20,8 @@ class ValueInput {
   /// Whether one of the options was given, so that no digits are expected.
   bool FromOption() const { return textOption_->count() > 0 || fileOption_->count() > 0; }
 
-  /// The value of the option, or what `hex` stands for. Throws `UsageError` when it is longer than
-  /// an attribute can be, or when the file cannot be read; an interrupt ends waiting for input.
+  /// The value of the option, or what `hex` stands for. Throws `UsageError` if it is longer than
+  /// an attribute can be or the file cannot be read. An interrupt ends the wait for input.
   Bytes Load(std::string_view hex) const;
 
  private:

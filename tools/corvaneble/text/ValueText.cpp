@@ -21,7 +21,7 @@ struct IntegerLayout {
   std::size_t Size() const { return (static_cast<std::size_t>(bits) + 7) / 8; }
 };
 
-// The 128-bit ones are left as hexadecimal.
+// The 128-bit formats are not decoded.
 constexpr IntegerLayout kIntegers[] = {
     {ValueFormat::Boolean, 1, false}, {ValueFormat::Bit2, 2, false},
     {ValueFormat::Nibble, 4, false},  {ValueFormat::UInt8, 8, false},
@@ -78,8 +78,8 @@ std::string Number(double value) {
   return text;
 }
 
-/// IEEE 11073 numbers: a signed mantissa below a signed decimal exponent; without an exponent the
-/// five outermost mantissas mean no number.
+/// IEEE 11073 numbers: a signed mantissa in the low bits, a signed decimal exponent above it. With
+/// an exponent of 0, five extreme mantissas stand for special values.
 std::string MedicalFloat(std::uint64_t raw, int mantissaBits, int exponentBits, int moreExponent) {
   const std::int64_t mantissa = SignExtend(raw, mantissaBits);
   const std::int64_t largest = (std::int64_t{1} << (mantissaBits - 1)) - 1;

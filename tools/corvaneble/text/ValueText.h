@@ -14,9 +14,9 @@ struct Format {
   std::string unit;  ///< UUID, or empty
 };
 
-/// What a value says, read as its presentation formats tell ("36.6 °C"; several formats share the
-/// bytes in their order). Nothing when there are none, one is not to be read alone, or the value
-/// has not the size they add up to.
+/// A value decoded by its presentation formats ("36.6 °C"). Several formats take their bytes one
+/// after the other. Nothing if there is no format, if one cannot be decoded, or if the sizes do not
+/// add up to the value's.
 std::optional<std::string> DecodeValue(const Bytes& value, const std::vector<Format>& formats);
 
 }  // namespace corvaneble::tool

@@ -9,7 +9,7 @@
 namespace corvaneble::tool {
 namespace {
 
-constexpr double kWeight = 0.25;   // of a new packet's RSSI in the smoothed one
+constexpr double kWeight = 0.25;   // of a new packet's RSSI in the average
 constexpr double kWeakest = -100;  // dBm: an empty bar
 constexpr double kStrongest = -30;
 constexpr std::size_t kBarWidth = 10;
@@ -55,7 +55,7 @@ std::string DeviceTable::Render(TerminalSize size, bool color, Time now, std::si
   std::stable_sort(order.begin(), order.end(), [](const auto* left, const auto* right) {
     return left->second.rssi > right->second.rssi;
   });
-  const std::size_t room = size.rows > 3 ? size.rows - 3 : 1;  // header, rest, the prompt's line
+  const std::size_t room = size.rows > 3 ? size.rows - 3 : 1;  // less header, "more", prompt
   const std::size_t shown = std::min(room, order.size());
   const std::size_t width = size.columns > 1 ? size.columns - 1 : 1;
 

@@ -10,7 +10,7 @@
 
 namespace corvaneble::tool {
 
-/// Who has been heard, for the live view of a scan.
+/// The devices that were heard, for the live view of a scan.
 class DeviceTable {
  public:
   using Time = std::chrono::steady_clock::time_point;
@@ -18,7 +18,7 @@ class DeviceTable {
   void Update(const AdvertisementEvent& advertisement, Time now);
   std::size_t Size() const { return devices_.size(); }
 
-  /// The strongest first, as many as fit; lines end with a line end each. `lines` is their number.
+  /// As many devices as fit, the strongest first. `lines` receives the number of lines.
   std::string Render(TerminalSize size, bool color, Time now, std::size_t& lines) const;
 
  private:

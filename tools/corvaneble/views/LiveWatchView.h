@@ -8,8 +8,8 @@
 
 namespace corvaneble::tool {
 
-/// One line a characteristic on the terminal, kept up to date: its last value, how it moved, and
-/// how many values came.
+/// Keeps one line for each characteristic up to date on the terminal: its last value, the number of
+/// values, and a sparkline of them.
 class LiveWatchView : public WatchView {
  public:
   void AddSource(const WatchedCharacteristic& characteristic) override;

@@ -8,7 +8,7 @@
 
 namespace corvaneble::tool {
 
-/// Shows on the terminal how far a discovery has come.
+/// Shows the progress of a discovery on the terminal.
 class DiscoveryProgress {
  public:
   void OnEvent(const AnyEvent& event);

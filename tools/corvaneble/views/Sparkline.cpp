@@ -24,7 +24,7 @@ std::string Sparkline::Render(std::size_t width) const {
   const auto begin = numbers_.end() - static_cast<std::ptrdiff_t>(std::min(width, numbers_.size()));
   if (begin == numbers_.end()) return "";
   const auto [low, high] = std::minmax_element(begin, numbers_.end());
-  const double range = *high / 2 - *low / 2;  // halved: the whole one could overflow
+  const double range = *high / 2 - *low / 2;  // half of it: the range itself could overflow
   std::string text;
   for (auto number = begin; number != numbers_.end(); ++number)
     text += kBars[range > 0 ? static_cast<std::size_t>(

@@ -6,13 +6,13 @@
 
 namespace corvaneble::tool {
 
-/// The last numbers of a series as a row of bars.
+/// The latest numbers of a series as a row of bars.
 class Sparkline {
  public:
   void Add(double number);
 
-  /// At most `width` characters, the newest last; the lowest and the highest of those shown span
-  /// the height.
+  /// At most `width` characters, the newest number last. The heights are scaled to the numbers
+  /// shown.
   std::string Render(std::size_t width) const;
 
  private:

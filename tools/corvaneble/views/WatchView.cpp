@@ -41,7 +41,7 @@ class JsonView : public WatchView {
   }
 };
 
-/// RFC 4180, with the line ends of everything else here.
+/// A table as in RFC 4180, but with the line ends of all other output.
 class CsvView : public WatchView {
  public:
   void Begin() override { WriteLine("time,service,characteristic,name,hex,value,unit"); }

@@ -12,7 +12,7 @@ namespace corvaneble::tool {
 
 /// A value that a watched characteristic sent.
 struct Sample {
-  std::size_t source = 0;  ///< which of the watched characteristics
+  std::size_t source = 0;  ///< the number of the watched characteristic
   const WatchedCharacteristic& characteristic;
   const Bytes& value;
   const Interpretation& meaning;
@@ -24,12 +24,12 @@ class WatchView {
  public:
   virtual ~WatchView() = default;
   virtual void Begin() {}
-  /// Another characteristic is watched: the source after the last one.
+  /// Another characteristic is watched. Sources are numbered in this order.
   virtual void AddSource(const WatchedCharacteristic& /*characteristic*/) {}
   virtual void Show(const Sample& sample) = 0;
-  /// Draws anew what is drawn; called often.
+  /// Redraws a live view. Called often.
   virtual void Refresh(bool /*last*/) {}
-  /// Something else was written to the terminal.
+  /// Other output has moved the cursor: a live view must not overwrite its last lines.
   virtual void Displaced() {}
 };
 
