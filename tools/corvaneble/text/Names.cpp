@@ -14,7 +14,7 @@ struct NamedNumber {
 };
 
 // Assigned Numbers, 3.4.1: services of everyday devices.
-constexpr NamedNumber kServices[] = {
+constexpr NamedNumber kServiceNames[] = {
     {"1800", "Generic Access"},     {"1801", "Generic Attribute"}, {"1803", "Link Loss"},
     {"1805", "Current Time"},       {"1808", "Glucose"},           {"1809", "Thermometer"},
     {"180A", "Device Information"}, {"180D", "Heart Rate"},        {"180F", "Battery"},
@@ -117,7 +117,7 @@ std::string CanonicalUuid(std::string_view text) {
 
 std::string ServiceName(std::string_view uuid) {
   const std::string number = ShortUuid(uuid);
-  const NamedNumber* service = Find(kServices, number);
+  const NamedNumber* service = Find(kServiceNames, number);
   return service ? std::string(service->name) : number;
 }
 
