@@ -236,43 +236,5 @@ TEST_F(SimulatedRadioTest, TheRadioEndsAScanOnce) {
   EXPECT_EQ(heard, 3);
 }
 
-TEST_F(SimulatedRadioTest, EveryCallMayGoWrong) {
-  Open(Strap());
-  ASSERT_TRUE(Subscribe());
-  const std::uint32_t calls = faulty_->CallCount();
-  ASSERT_EQ(calls, 5U);
-  using Kind = Fault::Kind;
-  for (std::uint32_t call = 1; call <= calls; ++call) {
-    for (const Kind kind : {Kind::Throw, Kind::Fail, Kind::Hang, Kind::Late, Kind::Null,
-                            Kind::GattStatus, Kind::OtherThread}) {
-      token_.Reset();
-      measurement_ = nullptr;
-      device_ = nullptr;
-      Open(Strap(), {{kind, {}, call, 1, milliseconds(700)}});
-      const bool survives = kind == Kind::Late || kind == Kind::OtherThread;
-      if (kind == Kind::Throw || kind == Kind::Fail) {
-        EXPECT_THROW(Subscribe(), PlatformFailure);
-      } else {
-        EXPECT_EQ(Subscribe(), survives) << call;
-      }
-      const bool atOnce = kind == Kind::Throw || kind == Kind::OtherThread;
-      const std::uint32_t waited = kind == Kind::Hang ? 60'000 : atOnce ? 0 : 700;
-      EXPECT_GE(opened_.clock->TickCount(), waited);
-      EXPECT_LT(opened_.clock->TickCount(), waited + 30);
-    }
-  }
-}
-
-TEST_F(SimulatedRadioTest, WrappedObjectsKeepTheirIdentity) {
-  Open(Strap());
-  ASSERT_TRUE(Subscribe());
-  const auto services = Await(device_->GetGattServicesForUuidAsync(Uuid16(0x180D), kOverTheAir));
-  const auto again = Await(device_->GetGattServicesAsync(BluetoothCacheMode::Uncached));
-  EXPECT_EQ(services->services.at(0), again->services.at(2));
-  EXPECT_EQ(
-      Await(services->services[0]->GetCharacteristicsAsync(kOverTheAir))->characteristics.at(0),
-      measurement_);
-}
-
 }  // namespace
 }  // namespace ble
