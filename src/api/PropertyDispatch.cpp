@@ -20,25 +20,23 @@ void StoreLength(std::int32_t* length, std::size_t value) {
   if (length != nullptr) *length = static_cast<std::int32_t>(value);
 }
 
-Status CheckRange(std::int32_t index, std::int64_t count, const Failure& failure) {
-  return index >= 0 && index < count ? Status() : failure;
-}
-
-Status IndexCheck(const Session& session, Collection collection, std::int32_t index) {
+/// The failure of an index that is outside its collection; null for a valid one.
+const Failure* BadIndex(const Session& session, Collection collection, std::int32_t index) {
+  const auto check = [index](std::int64_t count, const Failure& failure) {
+    return index >= 0 && index < count ? nullptr : &failure;
+  };
   switch (collection) {
     case Collection::None:
       break;
     case Collection::Services:
-      return CheckRange(index, static_cast<std::int64_t>(session.tree.ServiceCount()),
-                        failure::kInvalidServiceIndex);
+      return check(static_cast<std::int64_t>(session.tree.ServiceCount()),
+                   failure::kInvalidServiceIndex);
     case Collection::Characteristics:
-      return CheckRange(index, session.selection.CharacteristicCount(),
-                        failure::kInvalidCharacteristicIndex);
+      return check(session.selection.CharacteristicCount(), failure::kInvalidCharacteristicIndex);
     case Collection::Descriptors:
-      return CheckRange(index, session.selection.DescriptorCount(),
-                        failure::kInvalidDescriptorIndex);
+      return check(session.selection.DescriptorCount(), failure::kInvalidDescriptorIndex);
   }
-  return {};
+  return nullptr;
 }
 
 }  // namespace
@@ -55,12 +53,10 @@ std::intptr_t PropertyDispatch::Get(std::int32_t propertyId, std::int32_t index,
 
   Answer answer{info->type == PropertyType::Integer ? 0 : EmptyText(), length};
   const SessionPtr session = owners_.connection.Current();
-  Status status = IndexCheck(*session, info->collection, index);
-  if (status.Ok()) {
-    status = RunToStatus([&, form = form] {
-      return Read(*info, form, {owners_, *session, index}, answer);
-    });
-  }
+  const Status status = RunToStatus([&, form = form]() -> Status {
+    if (const Failure* bad = BadIndex(*session, info->collection, index)) return *bad;
+    return Read(*info, form, {owners_, *session, index}, answer);
+  });
   if (!status.Ok()) {
     errors.Note(status);
     errors.SetLastCode(status.Code());
@@ -88,7 +84,7 @@ Status PropertyDispatch::Read(const PropertyInfo& info, TextForm form, const Pro
   return {};
 }
 
-std::intptr_t PropertyDispatch::HandOut(TextValue text, ReturnSlot& slot, TextForm form) {
+std::intptr_t PropertyDispatch::HandOut(TextValue&& text, ReturnSlot& slot, TextForm form) {
   if (form == TextForm::Wide) {
     const std::string_view narrow = text.record ? std::string_view(text.text) : text.computed;
     (void)owners_.base.codec.ToWide(narrow, slot.wide);
@@ -135,9 +131,9 @@ ErrorCode PropertyDispatch::Set(std::int32_t propertyId, std::int32_t index, std
   }
   if (info->access != PropertyAccess::ReadWrite) return error::kUnknown;
   const SessionPtr session = owners_.connection.Current();
-  if (const Status badIndex = IndexCheck(*session, info->collection, index); !badIndex.Ok()) {
-    errors.Note(badIndex);
-    return badIndex.Code();
+  if (const Failure* bad = BadIndex(*session, info->collection, index)) {
+    errors.Note(*bad);
+    return bad->code;
   }
   const PropertyAccessor& accessor = AccessorOf(info->id);
   const PropertyCall call{owners_, *session, index};
@@ -153,9 +149,10 @@ ErrorCode PropertyDispatch::Set(std::int32_t propertyId, std::int32_t index, std
 ErrorCode PropertyDispatch::CheckIndex(std::int32_t propertyId, std::int32_t index) {
   const PropertyInfo* info = FindProperty(propertyId);
   if (info == nullptr) return error::kSuccess;
-  const Status status = IndexCheck(*owners_.connection.Current(), info->collection, index);
-  owners_.base.errors.Note(status);
-  return status.Ok() ? error::kSuccess : error::kIndexOutOfRange;
+  const Failure* bad = BadIndex(*owners_.connection.Current(), info->collection, index);
+  if (bad == nullptr) return error::kSuccess;
+  owners_.base.errors.Note(*bad);
+  return error::kIndexOutOfRange;
 }
 
 }  // namespace ble

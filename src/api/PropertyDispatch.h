@@ -36,7 +36,7 @@ class PropertyDispatch {
   };
 
   Status Read(const PropertyInfo& info, TextForm form, const PropertyCall& call, Answer& answer);
-  std::intptr_t HandOut(TextValue text, ReturnSlot& slot, TextForm form);
+  std::intptr_t HandOut(TextValue&& text, ReturnSlot& slot, TextForm form);
   void HandOut(Bytes bytes, ReturnSlot& slot, TextForm form, Answer& answer);
 
   const PropertyOwners owners_;
