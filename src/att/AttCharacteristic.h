@@ -68,7 +68,8 @@ class AttCharacteristic final : public GattCharacteristic,
       std::function<void(const GattResult& status, std::uint16_t descriptorHandle)>;
 
   /// Where the client configuration descriptor was found, and in which version of the database.
-  struct FoundHandle {
+  /// Aligned as one number: Clang calls a library for an atomic that is not.
+  struct alignas(std::uint32_t) FoundHandle {
     std::uint16_t handle = 0;  ///< 0: it was not
     std::uint16_t version = 0;
   };
