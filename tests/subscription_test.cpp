@@ -195,12 +195,12 @@ TEST_F(Subscription, UserDescriptionsAreWrittenWhereTheyMayBe) {
   Discovered|2|010000000000|010001010000|010001010103|00002901-0000-1000-8000-00805F9B34FB|Characteristic User Description
   Discovered|2|010000000000|010001010000|010001010104|00002900-0000-1000-8000-00805F9B34FB|Characteristic Extended Properties
 > Config LogLevel=3
-> Set CharacteristicUserDescription[0] 'Pack \xC3\xA9'
+> Set CharacteristicUserDescription[0] 'Pack A'
   Log|3|Writing new value to User Description descriptor.|Debug
   Log|3|BLE Result Status: Success (Protocol Code: 0).|Debug
   Log|3|Successfully wrote new value to Characteristic User Description descriptor for characteristic ID "010001010000".|Debug
 > Get CharacteristicUserDescription[0]
-  = "Pack \xC3\xA9"
+  = "Pack A"
 )");
 }
 
